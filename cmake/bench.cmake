@@ -1,0 +1,1 @@
+# Speed against peers (bench/) and error in ulp against MPFR (tools/accuracy/).

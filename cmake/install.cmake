@@ -1,0 +1,1 @@
+install(TARGETS ozk_core ozk_vml_mc3 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

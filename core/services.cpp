@@ -1,0 +1,3 @@
+// Memory, lock, environment and copy services for the kernels.
+
+#include "ozk_core.h"
