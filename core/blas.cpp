@@ -6,6 +6,21 @@
 #include "core/messages.hpp"
 #include "core/openblas.hpp"
 
+using ozk::core::product;
+
+namespace {
+
+// A multiply-add on an element that is used once costs about four of a matrix product.
+double streamed(int64_t m, int64_t n) {
+    return product(m, n, 4);
+}
+
+int64_t triangle_order(char side, int64_t m, int64_t n) {
+    return side == 'L' || side == 'l' ? m : n;
+}
+
+}  // namespace
+
 #define OZK_BLAS_FORTRAN(p)                   \
     OZK_FORTRAN(p##gemm_, ozk_blas_##p##gemm) \
     OZK_FORTRAN(p##gemv_, ozk_blas_##p##gemv) \
@@ -14,27 +29,27 @@
     OZK_FORTRAN(p##trmm_, ozk_blas_##p##trmm) \
     OZK_FORTRAN(p##symm_, ozk_blas_x##p##symm)
 
-#define OZK_BLAS_FORWARD(Threads, x, p, T)                                                                  \
-    OZK_FORWARD(Threads, ozk_blas_##x##p##gemm, p##gemm_,                                                   \
+#define OZK_BLAS_FORWARD(team, x, p, T)                                                                     \
+    OZK_FORWARD(team, product(*m, *n, *k), ozk_blas_##x##p##gemm, p##gemm_,                                 \
                 (OzkText transa, OzkText transb, OzkInteger m, OzkInteger n, OzkInteger k, const T* alpha,  \
                  const T* a, OzkInteger lda, const T* b, OzkInteger ldb, const T* beta, T* c,               \
                  OzkInteger ldc, size_t transa_length, size_t transb_length),                               \
                 transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, transa_length, transb_length) \
     OZK_FORWARD(                                                                                            \
-        Threads, ozk_blas_##x##p##gemv, p##gemv_,                                                           \
+        team, streamed(*m, *n), ozk_blas_##x##p##gemv, p##gemv_,                                            \
         (OzkText trans, OzkInteger m, OzkInteger n, const T* alpha, const T* a, OzkInteger lda,             \
          const T* x_vector, OzkInteger incx, const T* beta, T* y, OzkInteger incy, size_t trans_length),    \
         trans, m, n, alpha, a, lda, x_vector, incx, beta, y, incy, trans_length)                            \
     OZK_FORWARD(                                                                                            \
-        Threads, ozk_blas_##x##p##syrk, p##syrk_,                                                           \
+        team, product(*n, *n, *k) / 2, ozk_blas_##x##p##syrk, p##syrk_,                                     \
         (OzkText uplo, OzkText trans, OzkInteger n, OzkInteger k, const T* alpha, const T* a,               \
          OzkInteger lda, const T* beta, T* c, OzkInteger ldc, size_t uplo_length, size_t trans_length),     \
         uplo, trans, n, k, alpha, a, lda, beta, c, ldc, uplo_length, trans_length)                          \
-    OZK_FORWARD(Threads, ozk_blas_##x##p##syr, p##syr_,                                                     \
+    OZK_FORWARD(team, streamed(*n, *n) / 2, ozk_blas_##x##p##syr, p##syr_,                                  \
                 (OzkText uplo, OzkInteger n, const T* alpha, const T* x_vector, OzkInteger incx, T* a,      \
                  OzkInteger lda, size_t uplo_length),                                                       \
                 uplo, n, alpha, x_vector, incx, a, lda, uplo_length)                                        \
-    OZK_FORWARD(Threads, ozk_blas_##x##p##trmm, p##trmm_,                                                   \
+    OZK_FORWARD(team, product(*m, *n, triangle_order(*side, *m, *n)) / 2, ozk_blas_##x##p##trmm, p##trmm_,  \
                 (OzkText side, OzkText uplo, OzkText transa, OzkText diag, OzkInteger m, OzkInteger n,      \
                  const T* alpha, const T* a, OzkInteger lda, T* b, OzkInteger ldb, size_t side_length,      \
                  size_t uplo_length, size_t transa_length, size_t diag_length),                             \
@@ -42,7 +57,7 @@
                 transa_length, diag_length)
 
 #define OZK_BLAS_FORWARD_SYMM(p, T)                                                                  \
-    OZK_FORWARD(CallerAlone, ozk_blas_x##p##symm, p##symm_,                                          \
+    OZK_FORWARD(kNever, 0, ozk_blas_x##p##symm, p##symm_,                                            \
                 (OzkText side, OzkText uplo, OzkInteger m, OzkInteger n, const T* alpha, const T* a, \
                  OzkInteger lda, const T* b, OzkInteger ldb, const T* beta, T* c, OzkInteger ldc,    \
                  size_t side_length, size_t uplo_length),                                            \
@@ -50,10 +65,10 @@
 
 OZK_BLAS_FORTRAN(s)
 OZK_BLAS_FORTRAN(d)
-OZK_BLAS_FORWARD(CallerWithTeam, , s, float)
-OZK_BLAS_FORWARD(CallerWithTeam, , d, double)
-OZK_BLAS_FORWARD(CallerAlone, x, s, float)
-OZK_BLAS_FORWARD(CallerAlone, x, d, double)
+OZK_BLAS_FORWARD(kWhereItPays, , s, float)
+OZK_BLAS_FORWARD(kWhereItPays, , d, double)
+OZK_BLAS_FORWARD(kNever, x, s, float)
+OZK_BLAS_FORWARD(kNever, x, d, double)
 OZK_BLAS_FORWARD_SYMM(s, float)
 OZK_BLAS_FORWARD_SYMM(d, double)
 

@@ -16,33 +16,31 @@
 
 namespace ozk::core {
 
-// Restores the calling thread's OpenMP setting, which OpenBLAS may lower to the largest team that it knows.
-class KeepThreadSetting {
-  public:
-    KeepThreadSetting() = default;
-    ~KeepThreadSetting() { omp_set_num_threads(saved_); }
-    KeepThreadSetting(const KeepThreadSetting&) = delete;
-    KeepThreadSetting& operator=(const KeepThreadSetting&) = delete;
+enum class Team { kNever, kWhereItPays };
 
-  private:
-    int saved_ = omp_get_max_threads();
-};
-
-// While it lives, OpenBLAS called from this thread uses this thread alone.
-class CallerAlone : KeepThreadSetting {
+// While it lives, OpenBLAS called from this thread uses this thread alone, or a team when the caller may have
+// one and `work`, in multiply-adds of a matrix product, pays for it: a team that waits for a busy processor
+// at each of its barriers costs milliseconds, which a fraction of a millisecond of work cannot win back.
+// Restores the calling thread's setting, which OpenBLAS may lower to the largest team that it knows.
+class CallerThreads {
   public:
-    CallerAlone() { omp_set_num_threads(1); }
-};
-
-// While it lives, OpenBLAS called from this thread may use a team.
-class CallerWithTeam : KeepThreadSetting {
-  public:
-    CallerWithTeam() {
-        if (!omp_in_parallel() && omp_get_max_threads() > 1) one_team_ = std::unique_lock(team_lock);
+    CallerThreads(Team team, double work) {
+        if (omp_in_parallel() || saved_ == 1) return;
+        if (team == Team::kWhereItPays && work >= kLeastTeamWork) {
+            one_team_ = std::unique_lock(team_lock);
+        } else {
+            omp_set_num_threads(1);
+        }
     }
+    ~CallerThreads() { omp_set_num_threads(saved_); }
+    CallerThreads(const CallerThreads&) = delete;
+    CallerThreads& operator=(const CallerThreads&) = delete;
 
   private:
+    static constexpr double kLeastTeamWork = 1 << 22;  // about 0.2 ms on one thread
     inline static constinit std::mutex team_lock;
+
+    int saved_ = omp_get_max_threads();
     std::unique_lock<std::mutex> one_team_;
 };
 
@@ -54,13 +52,20 @@ extern "C" void xerbla_(const char* routine, const int64_t* argument, size_t len
 using OzkText = const char*;
 using OzkInteger = const int64_t*;
 
+namespace ozk::core {
+
+inline double product(int64_t a, int64_t b, int64_t c) {
+    return static_cast<double>(a) * static_cast<double>(b) * static_cast<double>(c);
+}
+
+}  // namespace ozk::core
+
 // The OpenBLAS routine that an exported routine forwards to has the same type.
 #define OZK_FORTRAN(fortran, exported) extern "C" decltype(exported) fortran;
 
-// Defines the exported routine as a call of the Fortran one with these parameters, on the threads that
-// `Threads` allows.
-#define OZK_FORWARD(Threads, exported, fortran, parameters, ...) \
-    void exported parameters {                                   \
-        const ozk::core::Threads threads;                        \
-        fortran(__VA_ARGS__);                                    \
+// Defines the exported routine as a call of the Fortran one with these parameters.
+#define OZK_FORWARD(team, work, exported, fortran, parameters, ...)          \
+    void exported parameters {                                               \
+        const ozk::core::CallerThreads threads(ozk::core::Team::team, work); \
+        fortran(__VA_ARGS__);                                                \
     }

@@ -149,8 +149,9 @@ void multiply(const char* name, const Form& form, int64_t m, int64_t n, T alpha,
         return;
     }
 
-    const ozk::core::CallerWithTeam threads;
     const PackedTriangle<T> a{ap, form.left() ? m : n, form.uplo == 'U'};
+    const ozk::core::CallerThreads threads(ozk::core::Team::kWhereItPays,
+                                           ozk::core::product(m, n, a.order) / 2);
     const int64_t vectors = form.left() ? n : m;
     T* const tile =
         vectors < kFewVectors ? nullptr : static_cast<T*>(ozk_serv_allocate(kTile * kTile * sizeof(T), 128));

@@ -97,9 +97,9 @@ OZK_EXPORT const OzkThreading* ozk_serv_threading(void);
  * Standard argument order of the Fortran routines, every argument by address, 64-bit integers, matrices by
  * columns, the length of each character argument appended. The x-prefixed forms are the same routines, promised
  * to run on the calling thread alone, for use inside a parallel loop; the others may use a team of as many
- * threads as OpenMP allows the caller, and run on the calling thread alone inside a loop on several threads. Any
- * thread may call any of them. Results on one thread are the same bits at every call; those of a team may differ
- * from them in the last bits.
+ * threads as OpenMP allows the caller, where the work pays for it and the call is not inside a loop on several
+ * threads. Any thread may call any of them; teams follow one another. Results on one thread are the same bits at
+ * every call; those of a team may differ from them in the last bits.
  *
  * Bad arguments: LAPACK routines set info to -i for argument i; BLAS and LAPACK routines print one line to standard
  * error that names the routine and the argument, and return with nothing computed. The process goes on. Arrays
