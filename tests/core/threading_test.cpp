@@ -55,8 +55,13 @@ TEST_P(Loop, RunsEachItemOnceOnThreadsBelowTheNumberAskedFor) {
 TEST_P(Loop, GivesTheStatusOfTheLowestFailingItemAndStillRunsAll) {
     for (int repeat = 0; repeat < 20; ++repeat) {
         std::atomic<int> runs = 0;
+        std::atomic<bool> later_failed = GetParam() == 1;
         const int status = run(500, GetParam(), [&](int64_t item, int64_t) {
             ++runs;
+            if (item == 37) {  // fails last in time where there is another thread
+                while (!later_failed) std::this_thread::yield();
+            }
+            if (item > 400) later_failed = true;
             return item < 37 || item % 2 == 0 ? 0 : -static_cast<int>(item);
         });
         EXPECT_EQ(status, -37);
