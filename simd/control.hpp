@@ -1,5 +1,5 @@
-// The control and status words of the two floating-point units, read and written where the compiler can't move
-// arithmetic across: the memory clobbers order them against every load and store.
+// The control and status words of the two floating-point units, read and written where the compiler can't
+// move arithmetic across: the memory clobbers order them against every load and store.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,9 @@ inline uint32_t read_mxcsr() {
     return word;
 }
 
-inline void write_mxcsr(uint32_t word) { asm volatile("ldmxcsr %0" : : "m"(word) : "memory"); }
+inline void write_mxcsr(uint32_t word) {
+    asm volatile("ldmxcsr %0" : : "m"(word) : "memory");
+}
 
 inline uint16_t read_x87_control() {
     uint16_t word;
@@ -20,9 +22,13 @@ inline uint16_t read_x87_control() {
     return word;
 }
 
-inline void write_x87_control(uint16_t word) { asm volatile("fldcw %0" : : "m"(word) : "memory"); }
+inline void write_x87_control(uint16_t word) {
+    asm volatile("fldcw %0" : : "m"(word) : "memory");
+}
 
-inline void clear_x87_exceptions() { asm volatile("fnclex" : : : "memory"); }
+inline void clear_x87_exceptions() {
+    asm volatile("fnclex" : : : "memory");
+}
 
 // The x87 environment in its 32-bit protected-mode layout.
 struct X87Environment {
@@ -39,7 +45,8 @@ inline X87Environment read_x87_environment() {
     return environment;
 }
 
-// Loads the environment and waits, so that an exception that it leaves pending and unmasked is delivered here.
+// Loads the environment and waits, so that an exception that it leaves pending and unmasked is delivered
+// here.
 inline void write_x87_environment(const X87Environment& environment) {
     asm volatile("fldenv %0\n\tfwait" : : "m"(environment) : "memory");
 }
