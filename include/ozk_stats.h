@@ -425,6 +425,11 @@ OZK_STATS_DECLARE_TASK(d, double)
 OZK_EXPORT int __vsliSSEditTask(OzkStatsTask* task, int id, const void* pointer);
 OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
 
+OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                            const OzkThreading* threading);
+OZK_EXPORT int _vslsSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                            const OzkThreading* threading);
+
 #ifdef __cplusplus
 }
 #endif
