@@ -192,6 +192,11 @@ OZK_SIMD int32_t lane(i32x4 a) {
 }
 OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }    // a0 b0
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
+// Lanes 0 and 1 of either vector (a0 a1 b0 b1).
+OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
+// Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
+OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
+OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }
 // Even lanes of two vectors (a0 a2 b0 b2), odd lanes (a1 a3 b1 b3).
 OZK_SIMD i32x4 even_lanes(i32x4 a, i32x4 b) {
     return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(2, 0, 2, 0)))};
