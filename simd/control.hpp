@@ -12,9 +12,7 @@ inline uint32_t read_mxcsr() {
     return word;
 }
 
-inline void write_mxcsr(uint32_t word) {
-    asm volatile("ldmxcsr %0" : : "m"(word) : "memory");
-}
+inline void write_mxcsr(uint32_t word) { asm volatile("ldmxcsr %0" : : "m"(word) : "memory"); }
 
 inline uint16_t read_x87_control() {
     uint16_t word;
@@ -22,13 +20,9 @@ inline uint16_t read_x87_control() {
     return word;
 }
 
-inline void write_x87_control(uint16_t word) {
-    asm volatile("fldcw %0" : : "m"(word) : "memory");
-}
+inline void write_x87_control(uint16_t word) { asm volatile("fldcw %0" : : "m"(word) : "memory"); }
 
-inline void clear_x87_exceptions() {
-    asm volatile("fnclex" : : : "memory");
-}
+inline void clear_x87_exceptions() { asm volatile("fnclex" : : : "memory"); }
 
 // The x87 environment in its 32-bit protected-mode layout.
 struct X87Environment {
