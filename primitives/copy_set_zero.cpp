@@ -44,6 +44,7 @@ void block_store(void* to, size_t words, uint64_t word) {
     asm volatile("rep stosq" : "+D"(to), "+c"(words) : "a"(word) : "memory");
 }
 
+// `bytes` is a multiple of the size of the value in `pattern`.
 void owns_set(char* to, size_t bytes, Pattern pattern) {
     if (pattern == advance(pattern, 1)) {
         std::memset(to, static_cast<unsigned char>(pattern), bytes);
@@ -53,10 +54,10 @@ void owns_set(char* to, size_t bytes, Pattern pattern) {
         std::memcpy(to, &pattern, bytes);
         return;
     }
-    // The first and the last block stand anywhere, those between them on multiples of 16.
-    const Pattern last = advance(pattern, bytes);
+    // The first and the last block stand anywhere, those between them on multiples of 16. The array ends with
+    // a whole value, so that the last block is the first one again.
     std::memcpy(to, &pattern, kBlock);
-    std::memcpy(to + bytes - kBlock, &last, kBlock);
+    std::memcpy(to + bytes - kBlock, &pattern, kBlock);
     const size_t before = -reinterpret_cast<uintptr_t>(to) % kBlock;
     const Pattern inner = advance(pattern, before);
     const auto low = uint64_t(inner), high = uint64_t(inner >> 64);
