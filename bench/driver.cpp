@@ -102,4 +102,9 @@ std::string comparison(const std::vector<Case>& cases, const std::string& unit) 
     return table.text();
 }
 
+std::vector<Case> matching(std::vector<Case> cases, const std::string& filter) {
+    std::erase_if(cases, [&](const Case& c) { return c.name.find(filter) == std::string::npos; });
+    return cases;
+}
+
 }  // namespace ozk::bench

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/accuracy/kernels.hpp"
+
 namespace ozk::bench {
 
 struct Contender {
@@ -41,7 +43,9 @@ struct Section {
 // faster.
 std::string comparison(const std::vector<Case>& cases, const std::string& unit);
 
-// Cases whose name contains `filter`.
+// The cases whose name contains `filter`.
+std::vector<Case> matching(std::vector<Case> cases, const std::string& filter);
+
 struct Family {
     std::string name;
     std::vector<std::string> (*list)();
@@ -49,6 +53,24 @@ struct Family {
 };
 
 Family vml_family();
+Family random_family();
+Family stats_family();
+Family splines_family();
+
+// A family of one table over cases that are cheap to make: the names and the run that a Family needs.
+template <std::vector<Case> (*kCases)()>
+std::vector<std::string> names_of() {
+    std::vector<std::string> names;
+    for (const Case& c : kCases()) names.push_back(c.name);
+    return names;
+}
+
+// What the kernel library exports under this name, typed as its header declares it; null when it has no such
+// name.
+template <class F>
+F* kernel(const char* name) {
+    return reinterpret_cast<F*>(accuracy::exported(name));
+}
 
 // Keeps the compiler from dropping a computation whose result is at p.
 inline void keep(const void* p) {

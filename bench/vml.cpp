@@ -86,13 +86,14 @@ struct Quality {
 template <class T>
 std::vector<Quality> qualities(const accuracy::Oracle& oracle,
                                const std::vector<accuracy::Subject<T>>& subjects) {
-    constexpr int64_t kSamples = 200000;
+    constexpr int64_t kUsualSamples = 100000, kEverywhereSamples = 40000;
     constexpr uint64_t kSeed = 1;
     const int threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kSamples, kSeed),
+    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kUsualSamples, kSeed),
                                          subjects, threads, {});
-    const auto everywhere = accuracy::measure(
-        oracle, accuracy::Arguments<T>(oracle, kSamples, kSeed, OZK_HARD_CASES), subjects, threads, {});
+    const auto everywhere =
+        accuracy::measure(oracle, accuracy::Arguments<T>(oracle, kEverywhereSamples, kSeed, OZK_HARD_CASES),
+                          subjects, threads, {});
     std::vector<Quality> found;
     for (size_t i = 0; i < subjects.size(); ++i)
         found.push_back({usual[i].worst.ulp, everywhere[i].worst.ulp});

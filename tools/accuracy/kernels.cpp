@@ -20,11 +20,19 @@ void* library() {
     return handle;
 }
 
+}  // namespace
+
+void* exported(const char* name) {
+    return dlsym(library(), name);
+}
+
+namespace {
+
 // Special values are expected here: nothing is to be raised or printed for them.
 void ignore_errors() {
     constexpr unsigned kErrorIgnore = 0x100;
     thread_local const bool done = [] {
-        if (void* set_mode = dlsym(library(), "_vmlSetMode"))
+        if (void* set_mode = exported("_vmlSetMode"))
             reinterpret_cast<uint64_t (*)(uint32_t)>(set_mode)(kErrorIgnore);
         return true;
     }();
@@ -69,7 +77,7 @@ std::vector<Subject<T>> kernels(const Oracle& oracle) {
     std::vector<Subject<T>> found;
     const std::string table = std::string("ozk_vml_kernel_") + (sizeof(T) == 4 ? "s" : "d") +
                               std::string(oracle.function) + "_ttab";
-    auto* const slots = static_cast<void* const*>(dlsym(library(), table.c_str()));
+    auto* const slots = static_cast<void* const*>(exported(table.c_str()));
     if (!slots) return found;
     constexpr int kHaSlot = 1;
     for (int slot = 0; slot < 3; ++slot)
