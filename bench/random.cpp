@@ -39,15 +39,9 @@ Contender gsl(const std::string& name, const gsl_rng_type* type) {
     return one_by_one("GSL " + name, [generator] { return kDraw(generator.get()); });
 }
 
-double uniform(gsl_rng* g) {
-    return gsl_rng_uniform(g);
-}
-double ziggurat(gsl_rng* g) {
-    return gsl_ran_gaussian_ziggurat(g, 1);
-}
-double ratio(gsl_rng* g) {
-    return gsl_ran_gaussian_ratio_method(g, 1);
-}
+double uniform(gsl_rng* g) { return gsl_rng_uniform(g); }
+double ziggurat(gsl_rng* g) { return gsl_ran_gaussian_ziggurat(g, 1); }
+double ratio(gsl_rng* g) { return gsl_ran_gaussian_ratio_method(g, 1); }
 
 // Fills an array by one call of a distribution; nothing when the library lacks the generator or the
 // distribution.
@@ -110,14 +104,12 @@ std::vector<Case> cases() {
     };
 }
 
-std::vector<Section> run(const std::string& filter) {
-    return {{"random", comparison(matching(cases(), filter), "number")}};
+std::vector<Section> run(const std::string& filter, bool planned) {
+    return {{"random", comparison(matching(cases(), filter, planned), "number")}};
 }
 
 }  // namespace
 
-Family random_family() {
-    return {"random", names_of<cases>, run};
-}
+Family random_family() { return {"random", names_of<cases>, run}; }
 
 }  // namespace ozk::bench

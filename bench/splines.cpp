@@ -109,14 +109,12 @@ std::vector<Case> cases() {
             values(1000, false), values(100'000, true), values(100'000, false)};
 }
 
-std::vector<Section> run(const std::string& filter) {
-    return {{"splines", comparison(matching(cases(), filter), "knot or site")}};
+std::vector<Section> run(const std::string& filter, bool planned) {
+    return {{"splines", comparison(matching(cases(), filter, planned), "knot or site")}};
 }
 
 }  // namespace
 
-Family splines_family() {
-    return {"splines", names_of<cases>, run};
-}
+Family splines_family() { return {"splines", names_of<cases>, run}; }
 
 }  // namespace ozk::bench

@@ -192,14 +192,12 @@ std::vector<Case> cases() {
     };
 }
 
-std::vector<Section> run(const std::string& filter) {
-    return {{"stats", comparison(matching(cases(), filter), "value")}};
+std::vector<Section> run(const std::string& filter, bool planned) {
+    return {{"stats", comparison(matching(cases(), filter, planned), "value")}};
 }
 
 }  // namespace
 
-Family stats_family() {
-    return {"stats", names_of<cases>, run};
-}
+Family stats_family() { return {"stats", names_of<cases>, run}; }
 
 }  // namespace ozk::bench

@@ -139,7 +139,7 @@ int main(int argc, char** argv) {
     work();
     pool.clear();
     end_progress();
-    std::erase_if(found, [](const Hard& h) { return h.distance == 0 || h.distance > 0x1p-20; });
+    std::erase_if(found, [](const Hard& h) { return h.distance == 0 || h.distance > 0x1p-28; });
     std::sort(found.begin(), found.end(), [](auto& a, auto& b) { return a.distance < b.distance; });
     if (found.size() > keep) found.resize(keep);
     for (const Hard& h : found)

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ozk_vml.h"
+
 namespace ozk::accuracy {
 namespace {
 
@@ -22,18 +24,15 @@ void* library() {
 
 }  // namespace
 
-void* exported(const char* name) {
-    return dlsym(library(), name);
-}
+void* exported(const char* name) { return dlsym(library(), name); }
 
 namespace {
 
 // Special values are expected here: nothing is to be raised or printed for them.
 void ignore_errors() {
-    constexpr unsigned kErrorIgnore = 0x100;
     thread_local const bool done = [] {
         if (void* set_mode = exported("_vmlSetMode"))
-            reinterpret_cast<uint64_t (*)(uint32_t)>(set_mode)(kErrorIgnore);
+            reinterpret_cast<decltype(&_vmlSetMode)>(set_mode)(kVmlErrorIgnore);
         return true;
     }();
     (void)done;
@@ -84,6 +83,22 @@ std::vector<Subject<T>> kernels(const Oracle& oracle) {
         if (slot == kHaSlot || slots[slot] != slots[kHaSlot])
             found.push_back({kLevels[slot], call_of<T>(oracle.shape, slots[slot])});
     return found;
+}
+
+std::vector<std::string> unmeasured() {
+    struct Row {
+        std::string_view type, function, state;
+    };
+    static constexpr Row kCatalogue[] = {
+#define OZK_FN(type, function, shape, la, ha, ep, state, ...) {#type, #function, #state},
+#include "vml/catalogue.def"
+#undef OZK_FN
+    };
+    std::vector<std::string> names;
+    for (const auto& [type, function, state] : kCatalogue)
+        if (state == "built" && (type == "c" || type == "z" || !find_oracle(function)))
+            names.push_back(std::string(type) + std::string(function));
+    return names;
 }
 
 template std::vector<Subject<float>> kernels(const Oracle&);

@@ -26,4 +26,8 @@ void* exported(const char* name);
 template <class T>
 std::vector<Subject<T>> kernels(const Oracle& oracle);
 
+// The built functions of the catalogue, type letter first, that have no row of oracles: complex ones among
+// them.
+std::vector<std::string> unmeasured();
+
 }  // namespace ozk::accuracy
