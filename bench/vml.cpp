@@ -86,13 +86,14 @@ struct Quality {
 template <class T>
 std::vector<Quality> qualities(const accuracy::Oracle& oracle,
                                const std::vector<accuracy::Subject<T>>& subjects) {
-    constexpr int64_t kSamples = 200000;
+    constexpr int64_t kUsualSamples = 100000, kEverywhereSamples = 40000;
     constexpr uint64_t kSeed = 1;
     const int threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kSamples, kSeed),
+    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kUsualSamples, kSeed),
                                          subjects, threads, {});
-    const auto everywhere = accuracy::measure(
-        oracle, accuracy::Arguments<T>(oracle, kSamples, kSeed, OZK_HARD_CASES), subjects, threads, {});
+    const auto everywhere =
+        accuracy::measure(oracle, accuracy::Arguments<T>(oracle, kEverywhereSamples, kSeed, OZK_HARD_CASES),
+                          subjects, threads, {});
     std::vector<Quality> found;
     for (size_t i = 0; i < subjects.size(); ++i)
         found.push_back({usual[i].worst.ulp, everywhere[i].worst.ulp});
@@ -118,13 +119,13 @@ struct Tables {
 };
 
 template <class T>
-void add_function(const accuracy::Oracle& oracle, const std::string& filter, Tables& tables) {
+void add_function(const accuracy::Oracle& oracle, const std::string& filter, bool planned, Tables& tables) {
     std::vector<std::string> wanted;
     for (const char* level : accuracy::kLevels)
         if (case_name<T>(oracle, level).find(filter) != std::string::npos) wanted.emplace_back(level);
     const auto rivals = peers_of<T>(oracle.function);
     const auto kernels = accuracy::kernels<T>(oracle);
-    if (wanted.empty() || (rivals.empty() && kernels.empty())) return;
+    if (wanted.empty() || (kernels.empty() && (!planned || rivals.empty()))) return;
     accuracy::show_progress(fmt::format("{}: accuracy of peers", oracle.function), 0);
     const auto quality = qualities(oracle, rivals);
     const auto in = std::make_shared<const Vectors<T>>(oracle);
@@ -145,22 +146,28 @@ void add_function(const accuracy::Oracle& oracle, const std::string& filter, Tab
     }
 }
 
-std::vector<std::string> list() {
+template <class T>
+void add_names(const accuracy::Oracle& oracle, bool planned, std::vector<std::string>& names) {
+    const auto kernels = accuracy::kernels<T>(oracle);
+    for (const auto& kernel : kernels) names.push_back(case_name<T>(oracle, kernel.name));
+    if (planned && kernels.empty() && !peers_of<T>(oracle.function).empty())
+        for (const char* level : accuracy::kLevels) names.push_back(case_name<T>(oracle, level));
+}
+
+std::vector<std::string> list(bool planned) {
     std::vector<std::string> names;
-    for (const auto& oracle : accuracy::oracles())
-        for (const char* level : accuracy::kLevels) {
-            if (!accuracy::kernels<double>(oracle).empty() || !peers_of<double>(oracle.function).empty())
-                names.push_back(case_name<double>(oracle, level)),
-                    names.push_back(case_name<float>(oracle, level));
-        }
+    for (const auto& oracle : accuracy::oracles()) {
+        add_names<double>(oracle, planned, names);
+        add_names<float>(oracle, planned, names);
+    }
     return names;
 }
 
-std::vector<Section> run(const std::string& filter) {
+std::vector<Section> run(const std::string& filter, bool planned) {
     Tables tables;
     for (const auto& oracle : accuracy::oracles()) {
-        add_function<double>(oracle, filter, tables);
-        add_function<float>(oracle, filter, tables);
+        add_function<double>(oracle, filter, planned, tables);
+        add_function<float>(oracle, filter, planned, tables);
     }
     accuracy::end_progress();
     return {{"vml", comparison(tables.cases, "element")}, {"vml-peers", tables.peers.text()}};
@@ -168,8 +175,6 @@ std::vector<Section> run(const std::string& filter) {
 
 }  // namespace
 
-Family vml_family() {
-    return {"vml", list, run};
-}
+Family vml_family() { return {"vml", list, run}; }
 
 }  // namespace ozk::bench

@@ -13,6 +13,8 @@ add_dependencies(ozk_measures ozk_vml_mc3)
 
 add_executable(ozk_accuracy tools/accuracy/main.cpp)
 target_link_libraries(ozk_accuracy PRIVATE ozk_measures)
+add_executable(ozk_find_hard tools/accuracy/find_hard.cpp)   # writes tools/accuracy/hard/*.txt
+target_link_libraries(ozk_find_hard PRIVATE ozk_measures)
 
 # The peers are compiled like everything here: SSE4.2, no wider vectors, no fast-math.
 find_package(Eigen3 REQUIRED NO_MODULE)
