@@ -17,9 +17,8 @@
 
 #define HWY_DISABLE_PCLMUL_AES  // else the SSE4 target wants them too
 #define HWY_COMPILE_ONLY_STATIC
-#include <hwy/contrib/sort/vqsort-inl.h>
-
 #include <hwy/contrib/sort/traits-inl.h>
+#include <hwy/contrib/sort/vqsort-inl.h>
 
 #include "ozk_primitives.h"
 
