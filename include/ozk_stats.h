@@ -425,6 +425,81 @@ OZK_STATS_DECLARE_TASK(d, double)
 OZK_EXPORT int __vsliSSEditTask(OzkStatsTask* task, int id, const void* pointer);
 OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
 
+/* ---- Basic estimators
+ * ------------------------------------------------------------------------------------------- *
+ *
+ * Computes every estimate of the mask `estimates` that is listed here (other bits are ignored) for each
+ * selected component i, and for each pair of selected components i, k:
+ *
+ *   mean              m_i = sum of w_j x_ij / W
+ *   raw moment r      sum of w_j x_ij^r / W                    r = 2, 3, 4
+ *   central moment r  c_r = sum of w_j (x_ij - m_i)^r / W      divided by the total weight, not by W - 1
+ *   sum, raw sum r, central sum r                              the same without the division
+ *   variation         sqrt(c_2) / m
+ *   skewness          c_3 / c_2^(3/2)                          NaN without deviation
+ *   kurtosis          c_4 / c_2^2 - 3                          the excess; NaN without deviation
+ *   cross-product     C_ik = sum of w_j (x_ij - m_i)(x_kj - m_k)
+ *   covariance        C_ik / (W - V / W)                       unbiased: C_ik / (n - 1) without weights; NaN
+ * for n = 1 correlation       C_ik / sqrt(C_ii C_kk)                   1 on the diagonal, within [-1, 1]; NaN
+ * without deviation
+ *
+ * Results of skipped components, and matrix elements in their rows and columns, are not touched. Weights are
+ * >= 0; an observation of weight 0 counts as absent.
+ *
+ * Methods, exactly one of:
+ *   kOzkStatsFast            two passes over blocks that stay in cache, the second about the block's own
+ * mean; kOzkStatsOnePass         the running update, one observation after another; kOzkStatsFastCallerMean
+ * as fast, about the means in the array of means, which is only read; or, without any of these, either or
+ * both of kOzkStatsCrossProductToCovariance, kOzkStatsSumsToMoments the estimates from the sums and the
+ * cross-product that the task holds, without reading the observations. Each of the two bits converts whatever
+ * the mask asks for. W and V are the accumulated weights, or those of the observations where these are
+ * missing or zero. A result may not share memory with what it is computed from.
+ *
+ * Portions: where the task has accumulated weights (W, V) with W other than 0, the arrays hold the estimates
+ * of the observations so far, and this call adds its observations to them; W = V = 0 starts a fresh data set,
+ * whatever the arrays hold. The call stores the new pair. The mask must be the same for all portions of a
+ * data set. A raw-moment array that an estimate needs though the mask does not ask for it is working storage
+ * and holds the central moment of its order between the calls. Without accumulated weights every call stands
+ * alone.
+ *
+ * The arrays that each estimate needs, next to its own, for fast / one-pass and caller's mean / conversion:
+ *   mean, raw moment r           - / - / sum, raw sum r
+ *   central moment r             mean, raw moments 2 to r / the same / central sum r
+ *   kurtosis (skewness)          mean, raw moments 2 to 4 (3), central moments 2 and 4 (3) / the same / mean
+ * and these central moments variation                    mean, raw moment 2, central moment 2 / the same /
+ * mean, central moment 2 sum, raw sum r               - / - / not available central sum r mean, raw moments 2
+ * to r / mean / not available covariance, correlation      mean / mean / cross-product cross-product mean /
+ * mean / not available and each matrix its storage code.
+ *
+ * Status, first failing check: no task kOzkStatsErrorTask; no method or several kOzkStatsErrorMethod; the
+ * arrays in the order mean, raw moments, central moments, covariance, correlation, kurtosis, skewness,
+ * variation, sum, raw sums, central sums, cross-product, each by its own status (the sum by
+ * kOzkStatsErrorSum); an estimate that the method cannot give kOzkStatsErrorMethod; number of observations
+ * missing kOzkStatsErrorObservationCount; dimension kOzkStatsErrorDimension; number below 1
+ * kOzkStatsErrorObservationCount; storage missing kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage;
+ * observations kOzkStatsErrorObservations; storage codes of covariance, correlation, cross-product as those
+ * of the observations; a further portion for which the arrays do not tell the central sums of lower order
+ * that its merge takes (a one-pass central sum of order 3 or 4 without those below it; a correlation with
+ * neither covariance, cross-product nor second central moment or sum) kOzkStatsErrorMethod; memory
+ * kOzkStatsErrorMemory. On any of these nothing is written.
+ *
+ * Accuracy: both precisions compute in double; single precision rounds its results, and so its state between
+ * portions. With u = 2^-53, n observations in one call, and |.| sums over absolute values: the error of a raw
+ * sum or mean is at most (64 + n / 512) u |sum|, that of a central sum or cross-product (fast) at most (100 +
+ * n / 64) u of the sum over absolute values, whatever the ratio of mean to deviation; measured at n up to 700
+ * below 1e-14 for ratios up to 1e12. One-pass: 5 n u in place of these. Each further portion rounds the mean
+ * to its array, which brings u times mean over deviation into the central estimates. Where a merge must take
+ * a central sum from a raw moment or raw sum (asked for together with a higher central order, but without its
+ * central twin), it keeps only the digits that mean^r and raw moment do not have in common: ask for the lower
+ * central moments as well.
+ *
+ * Threads: the observations and components are cut by sizes alone and the parts merged in a fixed order, so
+ * that the bits of the results do not depend on the number of threads, which is threading->advise_threads's.
+ * Null threading: the calling thread alone. Memory: none but 220 KB of stack, and for matrices of two and
+ * more components one block of 8 (16 p^2 + 1100 p) bytes per call at most for p <= 256, p^2 + 1100 threads *
+ * min(p, 256) values beyond.
+ *
+ * Sources: Chan, Golub and LeVeque, The American Statistician 37 (1983); Pebay, SAND2008-6212 (2008). */
 OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                             const OzkThreading* threading);
 OZK_EXPORT int _vslsSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int64_t kItems = 16;             // enough to share among as many threads
 constexpr int64_t kMomentTile = 32;        // components of a tile without cross-products
-constexpr int64_t kMatrixTile = 128;       // and with them: a panel of it stays in the second-level cache
+constexpr int64_t kMatrixTile = 256;       // and with them: a panel of it stays in the second-level cache
 constexpr int kMatrixBlock = 256;          // observations of a panel
 constexpr int64_t kChunk = 4 * kMaxBlock;  // observations, below which a chunk is not worth its merge
 constexpr int64_t kSerial = 1 << 15;       // values, below which one thread is the fastest
