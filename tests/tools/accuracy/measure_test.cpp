@@ -77,6 +77,16 @@ TEST(Arguments, VisitEveryBinadeOfTheDomain) {
     EXPECT_EQ(binades.size(), 2047u);
 }
 
+TEST(Arguments, OfAnExhaustiveRunAreAllSinglePrecisionNumbers) {
+    const auto arguments = Arguments<float>::exhaustive(*find_oracle("Exp"));
+    ASSERT_EQ(arguments.blocks() * kBlock, int64_t{1} << 32);
+    std::vector<float> a(kBlock), b(kBlock);
+    ASSERT_EQ(arguments.fill(arguments.blocks() / 2, a.data(), b.data()), kBlock);
+    EXPECT_TRUE(a[0] == 0 && std::signbit(a[0]));
+    EXPECT_EQ(a[kBlock - 1], -1023 * std::numeric_limits<float>::denorm_min());
+    EXPECT_THROW(Arguments<double>::exhaustive(*find_oracle("Exp")), std::invalid_argument);
+}
+
 TEST(Measure, FindsTheOneWrongResultWithAnyNumberOfThreads) {
     const Oracle& sqrt = *find_oracle("Sqrt");
     const Arguments<double> arguments(sqrt, 50000, 7, "");
