@@ -20,9 +20,7 @@ using simd::f64x2;
 
 namespace {
 
-double mean_step(const Moments& a, const Moments& b) {
-    return (b.origin - a.origin) + (b.offset - a.offset);
-}
+double mean_step(const Moments& a, const Moments& b) { return (b.origin - a.origin) + (b.offset - a.offset); }
 
 }  // namespace
 
@@ -285,12 +283,8 @@ void gather(const Real* first, int64_t step, const int64_t* components, int coun
         for (int k = 0; k < count; ++k) strip[k * kRow + j] = first[j * step + components[k]];
 }
 
-OZK_SIMD f64x2 load_pair(const double* p) {
-    return simd::load(p);
-}
-OZK_SIMD f64x2 load_pair(const float* p) {
-    return simd::pair(p[0], p[1]);
-}
+OZK_SIMD f64x2 load_pair(const double* p) { return simd::load(p); }
+OZK_SIMD f64x2 load_pair(const float* p) { return simd::pair(p[0], p[1]); }
 
 // The same for a whole strip of neighbours, a cache line of each run at a time.
 template <class Real>
@@ -378,7 +372,7 @@ Weight accumulate(const Observations& observations, const Scheme& scheme, int64_
                 double* rows[kStrip];
                 find_rows(observations, tile->components + k, width, block, scratch.strip, x);
                 for (int i = 0; i < width; ++i)
-                    rows[i] = tile->panel != nullptr ? tile->panel + (k + i) * kRow : nullptr;
+                    rows[i] = tile->panel != nullptr ? tile->panel + (k + i) * kPanelRow : nullptr;
                 if (running) {
                     run_block(scheme, x, block, width, run.total, scratch.factors, tile->moments + k,
                               tile->panel != nullptr ? rows : nullptr);
