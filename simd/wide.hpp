@@ -123,4 +123,14 @@ OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index)
     return result;
 }
 
+// ---- Two vectors of doubles beside one of 32-bit words
+// ------------------------------------------------------
+
+using f64x4 = wide<f64x2, 2>;
+
+// The high words of four doubles.
+OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
+// A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.
+OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
+
 }  // namespace ozk::simd
