@@ -1,7 +1,7 @@
 // Highway's math functions, compiled for its 128-bit SSE4 target alone.
 
 #define HWY_COMPILE_ONLY_STATIC
-#define HWY_DISABLE_PCLMUL_AES  // else that target also asks for instructions that none of these functions
+#define HWY_DISABLE_PCLMUL_AES  // else that target also asks for instructions that none of these functions \
                                 // uses
 #include <hwy/contrib/math/math-inl.h>
 #include <hwy/highway.h>

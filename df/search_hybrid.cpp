@@ -8,9 +8,7 @@ namespace {
 
 constexpr int64_t kCountedKnots = 20;  // above, bisection costs less than counting
 
-int64_t count_lanes(simd::i64x2 count) {
-    return low(count) + high(count);
-}
+int64_t count_lanes(simd::i64x2 count) { return low(count) + high(count); }
 int64_t count_lanes(simd::i32x4 count) {
     return lane<0>(count) + lane<1>(count) + lane<2>(count) + lane<3>(count);
 }
