@@ -27,7 +27,6 @@ class NaturalCubic {
     int prepare() {
         if (!system_.allocated()) return kDfErrorMemory;
         set_rows();
-        system_.close_ring();
         return system_.factor_rows();
     }
 

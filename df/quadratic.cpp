@@ -57,7 +57,6 @@ class SubbotinQuadratic {
         }
         if (!system_.allocated()) return kDfErrorMemory;
         set_rows();
-        system_.close_ring();
         return system_.factor_rows();
     }
 
@@ -174,7 +173,7 @@ template <class T>
 int subbotin_quadratic(const DfTask& task, const OzkThreading* threading) {
     if (!(task.internal_type & kDfInternalBreaks)) return kDfErrorInternalType;
     if (int status = check_cubic_boundary(task)) return status;
-    if ((task.internal_type & kDfInternalBreaksGiven) && !task.internal) return kDfErrorNullInternal;
+    if (int status = check_breaks(task)) return status;
     if (int status = check_arrays<T>(task)) return status;
     return with_partition<T>(task, [&](auto partition) -> int {
         SubbotinQuadratic<T, decltype(partition)> spline(task, partition, end_conditions<T>(task));

@@ -53,26 +53,9 @@ class TridiagonalSystem {
         super_[i] = super;
     }
 
-    // Of a ring of two knots both neighbours of a knot are the other one.
-    void close_ring() {
-        if (n_ == 2) {
-            super_[0] += first_sub_;
-            sub_[0] += super_[1];
-        }
-        if (!ring_) return;
-        // Sherman and Morrison: the ring is the tridiagonal matrix with changed ends plus u v', where
-        // u = (-d, 0, ..., 0, last super), v = (1, 0, ..., 0, -first sub / d), d the first diagonal.
-        const T d = diagonal_[0], last_super = super_[n_ - 1];
-        corner_ = -first_sub_ / d;
-        diagonal_[0] += d;
-        diagonal_[n_ - 1] -= last_super * corner_;
-        for (int64_t i = 0; i < n_; ++i) correction_[i] = 0;
-        correction_[0] = -d;
-        correction_[n_ - 1] = last_super;
-    }
-
-    // kDfErrorArgument when the system has no solution, or no solver is there. One row reads itself.
+    // Once all rows are set. kDfErrorArgument when the system has no solution, or no solver is there.
     int factor_rows() {
+        close_ring();
         if (n_ > INT32_MAX) return kDfErrorArgument;
         int32_t info = kNotCalled;
         factor(static_cast<int32_t>(n_), sub_, diagonal_, super_, &info);
@@ -96,6 +79,24 @@ class TridiagonalSystem {
     }
 
   private:
+    // Of a ring of two knots both neighbours of a knot are the other one.
+    void close_ring() {
+        if (n_ == 2) {
+            super_[0] += first_sub_;
+            sub_[0] += super_[1];
+        }
+        if (!ring_) return;
+        // Sherman and Morrison: the ring is the tridiagonal matrix with changed ends plus u v', where
+        // u = (-d, 0, ..., 0, last super), v = (1, 0, ..., 0, -first sub / d), d the first diagonal.
+        const T d = diagonal_[0], last_super = super_[n_ - 1];
+        corner_ = -first_sub_ / d;
+        diagonal_[0] += d;
+        diagonal_[n_ - 1] -= last_super * corner_;
+        for (int64_t i = 0; i < n_; ++i) correction_[i] = 0;
+        correction_[0] = -d;
+        correction_[n_ - 1] = last_super;
+    }
+
     static constexpr int32_t kNotCalled = INT32_MIN;
 
     static int64_t memory_size(int64_t n, bool ring) { return n > INT64_MAX / 4 ? -1 : (ring ? 4 : 3) * n; }
