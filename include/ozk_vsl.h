@@ -1,0 +1,335 @@
+/* Random streams and distributions.
+ *
+ * A stream is one heap record: the header below, followed by the words of its basic generator. The generator
+ * is named by an identifier, (row + 1) << 20 plus a parameter-set number in the low 20 bits; the registry row
+ * of that identifier gives the size of the record and the four functions that initialise the generator and
+ * fill arrays. Distribution generators draw from a stream and transform what they draw.
+ *
+ * Every function returns a status, 0 or a negative code of the list below, unless its comment says otherwise.
+ * Counts n are numbers of results; n < 1 generates nothing. One stream is used by one thread at a time;
+ * different streams may be used by different threads freely. Records and chunks come from ozk_serv_allocate,
+ * alignment 128.
+ */
+#ifndef OZK_VSL_H
+#define OZK_VSL_H
+
+#include "ozk_core.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Constants ----------------------------------------------------------------------------------------- */
+
+enum OzkVslStatus {
+    kOzkVslSuccess = 0,                    /* Done. */
+    kOzkVslErrorUnknownMethod = -2,        /* The method code is not one that this function knows. */
+    kOzkVslErrorBadArguments = -3,         /* An argument is outside its range, or a pointer is null. */
+    kOzkVslErrorNoMemory = -4,             /* There is not enough memory. */
+    kOzkVslErrorNullFunction = -5,         /* A function of the generator row is null. */
+    kOzkVslErrorInvalidGenerator = -1000,  /* No generator of this library has this identifier. */
+    kOzkVslErrorRegistryFull = -1001,      /* The registry has no room for another generator. */
+    kOzkVslErrorNoLeapfrog = -1002,        /* The generator does not support leapfrog. */
+    kOzkVslErrorNoSkipAhead = -1003,       /* The generator does not support skip ahead. */
+    kOzkVslErrorNoSkipAheadEx = -1004,     /* The generator does not support extended skip ahead. */
+    kOzkVslErrorBadStateSize = -1008,      /* The state size of the generator row is negative. */
+    kOzkVslErrorBadWordSize = -1009,       /* The word size of the generator row is not 4, 8 or 16. */
+    kOzkVslErrorBadSeedCount = -1010,      /* The seed count of the generator row is below 1. */
+    kOzkVslErrorBadBitCount = -1011,       /* The number of bits of the generator row is below 1. */
+    kOzkVslErrorBadStreamCount = -1013,    /* The number of leapfrog sub-streams is negative. */
+    kOzkVslErrorSharedDataMissing = -3000, /* The shared data table has no entry with this key. */
+    kOzkVslErrorSharedDataFull = -3001     /* The shared data table is full. */
+};
+
+/* Identifiers of the basic generators. Those of a family (WH, MT2203) are the identifier plus the number of
+ * the parameter set. Identifiers 0 to 278 are an older numbering: 0 MCG31M1, 1 R250, 2 MRG32K3A, 3 MCG59, 4
+ * to 276 the parameter sets of WH, 277 Sobol, 278 Niederreiter. */
+enum OzkVslGenerator {
+    kOzkVslMcg31m1 = 0x100000,
+    kOzkVslR250 = 0x200000,
+    kOzkVslMrg32k3a = 0x300000,
+    kOzkVslMcg59 = 0x400000,
+    kOzkVslWh = 0x500000, /* + set, below 273 */
+    kOzkVslSobol = 0x600000,
+    kOzkVslNiederreiter = 0x700000,
+    kOzkVslMt19937 = 0x800000,
+    kOzkVslMt2203 = 0x900000, /* + set, below 6024 */
+    kOzkVslIntegerAbstract = 0xA00000,
+    kOzkVslDoubleAbstract = 0xB00000,
+    kOzkVslSingleAbstract = 0xC00000,
+    kOzkVslSfmt19937 = 0xD00000,
+    kOzkVslNondeterministic = 0xE00000,
+    kOzkVslArs5 = 0xF00000,
+    kOzkVslPhilox4x32x10 = 0x1000000,
+    kOzkVslFirstRegistered = 0x1100000 /* what the first __vslRegisterBrng returns */
+};
+
+/* What an initialisation function is asked to do, with its n and params. */
+enum OzkVslInitMethod {
+    kOzkVslInitSeed = 0,       /* Initialise the state: n seed words of 32 bits. */
+    kOzkVslInitLeapfrog = 1,   /* Become sub-stream k of n: one 32-bit k. */
+    kOzkVslInitSkipAhead = 2,  /* Skip outputs: n is 2, one 64-bit count. */
+    kOzkVslInitSkipAheadEx = 3 /* Skip outputs: n 64-bit words of the count, least significant first. */
+};
+
+/* Method codes of the distribution generators. */
+enum OzkVslMethod {
+    kOzkVslUniformStandard = 0,        /* The generator's own floating-point output. */
+    kOzkVslMethodAccurate = 0x40000000 /* Flag of the uniform generators: clamp into the interval. */
+};
+
+enum OzkVslLimits {
+    kOzkVslRegistryRows = 512,     /* Rows of room in a generator table. */
+    kOzkVslSharedDataEntries = 128 /* Entries of the shared data table. */
+};
+
+/* ---- Records ------------------------------------------------------------------------------------------- */
+
+/* A block of data attached to a stream. The stream owns the record, and the data unless they are shared: the
+ * shared data belong to the entry of the shared data table with the same key. */
+typedef struct OzkVslChunk {
+    uint32_t identifier; /* chosen by the generator that attaches the chunk */
+    int32_t size;        /* bytes of data */
+    void* data;
+    struct OzkVslChunk* next;
+    uint64_t key[2]; /* both words zero: private data */
+} OzkVslChunk;
+
+/* The header of a stream record; the generator's state follows it. */
+typedef struct OzkVslStream {
+    uint32_t identifier; /* the identifier that the stream was created with */
+    int32_t marker;      /* 1 in every allocated record */
+    OzkVslChunk* chunks; /* head of the list of chunks, or null */
+} OzkVslStream;
+
+/* Initialises a stream or moves it, as its method (OzkVslInitMethod) says. */
+typedef int32_t (*OzkVslInitFunction)(uint32_t method, OzkVslStream* stream, int32_t n, const void* params);
+/* Fill r with n numbers on [a, b). */
+typedef int32_t (*OzkVslSingleFunction)(OzkVslStream* stream, int32_t n, float* r, float a, float b);
+typedef int32_t (*OzkVslDoubleFunction)(OzkVslStream* stream, int32_t n, double* r, double a, double b);
+/* Fills r with n raw words of the row's word size. */
+typedef int32_t (*OzkVslIntegerFunction)(OzkVslStream* stream, int32_t n, void* r);
+
+/* What the library knows of a basic generator: one row of the registry. */
+typedef struct OzkVslBrngProperties {
+    int32_t state_size;    /* bytes of the stream record, header included */
+    int32_t seed_count;    /* words of state that __vslCopyStreamState copies, of word_size bytes each */
+    int32_t includes_zero; /* 1 when an integer output can be 0, else 0 */
+    int32_t word_size;     /* bytes of one integer output: 4, 8 or 16 */
+    int32_t bits;          /* significant bits of one integer output (of each 4-byte component when 16) */
+    OzkVslInitFunction init;
+    OzkVslSingleFunction single_generator;
+    OzkVslDoubleFunction double_generator;
+    OzkVslIntegerFunction integer_generator;
+} OzkVslBrngProperties;
+
+typedef struct OzkVslBrngTable {
+    OzkVslBrngProperties rows[kOzkVslRegistryRows];
+} OzkVslBrngTable;
+
+/* An entry of the process-wide table of read-only data that chunks of several streams point to. */
+typedef struct OzkVslSharedData {
+    uint64_t key[2];
+    uint32_t references;
+    void* data;
+} OzkVslSharedData;
+
+/* Refill callbacks of abstract streams. The stream first gives the numbers that its buffer holds when it is
+ * created; whenever they are used up it calls the callback, which writes up to `length` (the buffer's length)
+ * further ones from buffer[0] on and returns how many it wrote. A return below 1 ends the generator call that
+ * needed them. Doubles and singles lie on [a, b) as given to the constructor. */
+typedef int32_t (*OzkVslIntegerRefill)(OzkVslStream* stream, int32_t length, uint32_t* buffer);
+typedef int32_t (*OzkVslDoubleRefill)(OzkVslStream* stream, int32_t length, double* buffer);
+typedef int32_t (*OzkVslSingleRefill)(OzkVslStream* stream, int32_t length, float* buffer);
+
+/* ---- Registry ------------------------------------------------------------------------------------------- *
+ * The tables are read without a lock. Registration writes without one: register generators before streams are
+ * used by several threads. */
+
+/* The table of the older numbering and the current table; rows past the last one used are zero. */
+extern OZK_EXPORT const OzkVslBrngTable __RegBrngs;
+extern OZK_EXPORT OzkVslBrngTable __RegBrngsNew;
+
+/* Maps an identifier to its table (returned), its row and its parameter-set number. Never fails: the row may
+ * lie outside the table, which __vslIsBrngValid tells. */
+OZK_EXPORT const OzkVslBrngTable* __vslGetBrngBaseOffset(uint32_t identifier, int32_t* row, int32_t* set);
+
+/* 0, or kOzkVslErrorInvalidGenerator. In the older table rows below 281 are valid, whatever the set; in the
+ * current one, filled rows with a set below the row's number of sets. */
+OZK_EXPORT int32_t __vslIsBrngValid(const OzkVslBrngTable* table, int32_t row, int32_t set);
+
+/* Copies the row of an identifier, or kOzkVslErrorInvalidGenerator with the row untouched. */
+OZK_EXPORT int32_t __vslGetBrngProperties(uint32_t identifier, OzkVslBrngProperties* row);
+
+/* Appends a generator to the current table and returns its identifier, or an error, checked in this order:
+ * kOzkVslErrorBadStateSize (below 0), kOzkVslErrorBadWordSize, kOzkVslErrorBadSeedCount (below 1),
+ * kOzkVslErrorBadBitCount (below 1), kOzkVslErrorNullFunction, kOzkVslErrorRegistryFull (all 512 rows are
+ * used). A record is at least as large as its header, however small the state size is. */
+OZK_EXPORT int32_t __vslRegisterBrng(const OzkVslBrngProperties* row);
+
+/* The number of filled rows of the current table. */
+OZK_EXPORT int32_t __vslGetNumRegBrngs(void);
+
+/* ---- Stream operations --------------------------------------------------------------------------------- */
+
+/* The identifier that the stream was created with. */
+OZK_EXPORT uint32_t __vslGetStreamStateBrng(const OzkVslStream* stream);
+
+/* Creates a stream and seeds it with n words. kOzkVslErrorInvalidGenerator for the identifiers of abstract
+ * streams, for invalid identifiers and for rows without functions (the handle is untouched);
+ * kOzkVslErrorNoMemory (the handle is null); else what the generator says of its seed: when that is an error,
+ * the stream exists and is to be deleted. */
+OZK_EXPORT int32_t __vslNewStreamEx(OzkVslStream** stream, uint32_t identifier, int32_t n,
+                                    const uint32_t* seed);
+
+/* Allocates the record of a stream and fills its header; the state is not initialised. Errors as above. */
+OZK_EXPORT int32_t __vslAllocateStream(OzkVslStream** stream, const OzkVslBrngTable* table,
+                                       uint32_t identifier, int32_t row, int32_t set);
+
+/* Create a stream that hands out the numbers of a caller's buffer of n elements and has it refilled by a
+ * callback. The buffer stays the caller's and must outlive the stream and its copies.
+ * kOzkVslErrorBadArguments unless n > 0, the buffer and the callback are not null, and a < b. */
+OZK_EXPORT int32_t __vsliNewAbstractStream(OzkVslStream** stream, int32_t n, uint32_t* buffer,
+                                           OzkVslIntegerRefill refill);
+OZK_EXPORT int32_t __vsldNewAbstractStream(OzkVslStream** stream, int32_t n, double* buffer,
+                                           OzkVslDoubleRefill refill, double a, double b);
+OZK_EXPORT int32_t __vslsNewAbstractStream(OzkVslStream** stream, int32_t n, float* buffer,
+                                           OzkVslSingleRefill refill, float a, float b);
+
+/* Creates a stream equal to another, chunks included. kOzkVslErrorInvalidGenerator (the handle is untouched);
+ * kOzkVslErrorNoMemory (the handle is null and nothing is left allocated). */
+OZK_EXPORT int32_t __vslCopyStream(OzkVslStream** copy, const OzkVslStream* source);
+
+/* Gives a stream the state and the chunks of another stream of the same generator, which is not checked. At
+ * most the bytes of the record's state are copied. kOzkVslErrorNoMemory leaves the destination as it was. */
+OZK_EXPORT int32_t __vslCopyStreamState(OzkVslStream* destination, const OzkVslStream* source);
+
+/* Turns the stream into sub-stream k of `count` interleaved ones: it gives outputs k, k + count, k + 2 count,
+ * ... kOzkVslErrorBadStreamCount when count is negative; kOzkVslErrorNoLeapfrog. */
+OZK_EXPORT int32_t __vslLeapfrogStream(OzkVslStream* stream, int32_t k, int32_t count);
+
+/* Skips `count` integer outputs. kOzkVslErrorNoSkipAhead. */
+OZK_EXPORT int32_t __vslSkipAheadStream(OzkVslStream* stream, uint64_t count);
+
+/* Skips as many outputs as the n words say, least significant first. kOzkVslErrorNoSkipAheadEx. */
+OZK_EXPORT int32_t __vslSkipAheadStreamEx(OzkVslStream* stream, int32_t n, const uint64_t* count);
+
+/* Deletes the stream, its chunks and its references to shared data, and makes the handle null. */
+OZK_EXPORT int32_t __vslDeleteStream(OzkVslStream** stream);
+
+/* ---- Chunks -------------------------------------------------------------------------------------------- */
+
+/* Attaches data to a stream, at the head of its list. A null key means private data. When the shared data
+ * table has the key, the chunk takes a reference to the data there and `data` stays the caller's; otherwise
+ * the stream takes `data` (a block of ozk_serv_allocate), and shares them under the key while the table has
+ * fewer than 127 entries. kOzkVslErrorNoMemory: nothing is attached and `data` stay the caller's. */
+OZK_EXPORT int32_t __vslAddChunk(OzkVslStream* stream, uint32_t identifier, const uint64_t* key, void* data,
+                                 int32_t size);
+
+/* The data of the first chunk with this identifier, or null. */
+OZK_EXPORT void* __vslSearchChunk(const OzkVslStream* stream, uint32_t identifier);
+
+/* The number of chunks. */
+OZK_EXPORT int32_t __vslGetNumChunks(const OzkVslStream* stream);
+
+/* Delete all chunks, or all with one identifier: shared data lose a reference, private data are freed. */
+OZK_EXPORT int32_t __vslDeleteChunksById(OzkVslStream* stream, uint32_t identifier);
+OZK_EXPORT int32_t __vslDeleteChunks(OzkVslStream* stream);
+
+/* Adds copies of all chunks of the source, so that they stand in reverse order: shared data are referenced,
+ * private data duplicated. On kOzkVslErrorNoMemory the destination is left without chunks. */
+OZK_EXPORT int32_t __vslCopyChunks(OzkVslStream* destination, const OzkVslStream* source);
+
+/* ---- Shared read-only data ------------------------------------------------------------------------------ *
+ * A process-wide table, safe to use from any thread. A key is two words, not both zero. */
+
+/* Points *entry to the entry with this key, or kOzkVslErrorSharedDataMissing. Entries move when another one
+ * is released: the pointer is for looking at while nothing is released. */
+OZK_EXPORT int32_t __vslFindGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* key);
+
+/* Adds data under a key, with one reference for the caller, and points *entry to the entry. When the key is
+ * there already, takes a reference to that entry instead: its data then differ from the caller's. The table
+ * owns the data of its entries. kOzkVslErrorSharedDataMissing for the zero key; kOzkVslErrorSharedDataFull.
+ */
+OZK_EXPORT int32_t __vslCreateGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* key, void* data);
+
+/* Takes a reference and gives the data, or kOzkVslErrorSharedDataMissing. */
+OZK_EXPORT int32_t __vslRegisterGlobRODataReference(void** data, const uint64_t* key);
+
+/* Gives a reference back; the data are freed with the last one. kOzkVslErrorSharedDataMissing. */
+OZK_EXPORT int32_t __vslUnregisterGlobRODataReference(const uint64_t* key);
+
+/* Makes key[1] = second_word and returns 0 as soon as the table has no entry with the key; key[0] must be a
+ * word that no entry uses, otherwise the function waits until that entry is gone. */
+OZK_EXPORT int32_t __vslGenerateNewGlobalRODataTableEntryId(uint64_t* key, uint64_t second_word);
+
+/* ---- Processor checks ---------------------------------------------------------------------------------- */
+
+/* 1 when the processor has the random-number instruction, the AES instructions, or (nonzero) their vector
+ * forms. */
+OZK_EXPORT int32_t __vslCPUisRDRAND(void);
+OZK_EXPORT int32_t __vslCPUisAES(void);
+OZK_EXPORT int32_t __vslCPUisVAES(void);
+
+/* ---- Modular powers ------------------------------------------------------------------------------------ */
+
+/* a^e mod 2^31 - 1, for a < 2^31 - 1; a^e mod 2^59; a^e mod m, for m > 0. By squaring and multiplying. */
+OZK_EXPORT uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t e);
+OZK_EXPORT uint64_t __vsliPowMod2P59(uint64_t a, uint64_t e);
+OZK_EXPORT uint32_t __vsliPowMod(uint32_t a, uint64_t e, uint32_t m);
+
+/* ---- Basic generators ----------------------------------------------------------------------------------- *
+ * Each family has the four functions of its registry row. They always succeed once the stream exists, unless
+ * a family's comment says otherwise. Results on [a, b) are x * ((b - a) * c) + a in double arithmetic, where
+ * x is the integer output and c the reciprocal of the modulus; singles are that, rounded once. Rounding can
+ * give b itself. The sequence does not depend on how it is cut into calls. */
+
+#define OZK_VSL_DECLARE_GENERATOR(Name)                                                                  \
+    OZK_EXPORT int32_t __vslBRng##Name##InitStream(uint32_t method, OzkVslStream* stream, int32_t n,     \
+                                                   const void* params);                                  \
+    OZK_EXPORT int32_t __vslsBRng##Name(OzkVslStream* stream, int32_t n, float* r, float a, float b);    \
+    OZK_EXPORT int32_t __vsldBRng##Name(OzkVslStream* stream, int32_t n, double* r, double a, double b); \
+    OZK_EXPORT int32_t __vsliBRng##Name(OzkVslStream* stream, int32_t n, void* r);
+
+/* Multiplicative congruential generator modulo 2^31 - 1 with multiplier 1132489760 (L'Ecuyer, "Tables of
+ * linear congruential generators of different sizes and good lattice structure", Math. Comp. 68 (1999)).
+ * Words of 32 bits, 1 to 2^31 - 2. Seed: word 0 modulo 2^31 - 1, 1 when that is 0 or there is none. Period
+ * 2^31 - 2. Leapfrog, skip ahead. */
+OZK_VSL_DECLARE_GENERATOR(MCG31M1)
+
+/* Multiplicative congruential generator modulo 2^59 with multiplier 13^13 (Knuth, The Art of Computer
+ * Programming, volume 2, section 3.3.4). Words of 64 bits. Seed: word 0, or words 0 and 1 with word 1 the
+ * upper half, modulo 2^59; 1 when that is 0 or there is none. Odd seeds have period 2^57; the low bits of a
+ * word have short periods. Leapfrog, skip ahead. */
+OZK_VSL_DECLARE_GENERATOR(MCG59)
+
+/* ---- Uniform distributions ------------------------------------------------------------------------------ *
+ * Each returns the first negative status of the basic generator, else 0. Parameters are not checked. */
+
+/* n numbers on [a, b) from the generator's floating-point output. With kOzkVslMethodAccurate in the method
+ * each result is clamped into [a, b], which rounding can otherwise leave by one unit. */
+OZK_EXPORT int32_t _vslsRngUniform(int32_t method, OzkVslStream* stream, int32_t n, float* r, float a,
+                                   float b);
+OZK_EXPORT int32_t _vsldRngUniform(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
+                                   double b);
+
+/* n integers, each the floor of a double drawn on [a, b). */
+OZK_EXPORT int32_t _vsliRngUniform(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r, int32_t a,
+                                   int32_t b);
+
+/* n raw words of the generator, of its word size: see the family. */
+OZK_EXPORT int32_t _vsliRngUniformBits(int32_t method, OzkVslStream* stream, int32_t n, void* r);
+
+/* n words of 32 or 64 independent uniform bits from any generator. A generator whose words have 32
+ * significant bits gives them as they are. Otherwise a word is made, lowest bits first, of pieces of p bits,
+ * p the largest power of two up to 32 and the generator's significant bits: each piece is floor(2^p u) for
+ * one u of its doubles on [0, 1). So a 32-bit word takes two outputs of MCG31M1 (16 bits each) and one of
+ * MCG59 or WH; a 64-bit word takes twice as many, the low half first. */
+OZK_EXPORT int32_t _vsliRngUniformBits32(int32_t method, OzkVslStream* stream, int32_t n, uint32_t* r);
+OZK_EXPORT int32_t _vsliRngUniformBits64(int32_t method, OzkVslStream* stream, int32_t n, uint64_t* r);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

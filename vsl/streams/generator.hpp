@@ -1,0 +1,55 @@
+// The shape that the functions of every basic generator share.
+//
+// A generator is a struct with static functions:
+//   int32_t initialise(method, stream, n, params)   the method protocol of OzkVslInitMethod;
+//   int32_t generate(stream, n, r, output)          r[i] = output(word i), r of the type that output returns;
+// and with the types and constants that `output` needs:
+//   Word                      one integer output;
+//   double number(Word)       its exact or correctly rounded value;
+//   kUnit                     the reciprocal of the range of that value.
+// OZK_VSL_EXPORT_GENERATOR makes the four exported functions of a registry row from it.
+#pragma once
+
+#include "vsl/streams/stream.hpp"
+
+namespace ozk::vsl {
+
+// What a leapfrog or skip-ahead call passes, by method.
+inline uint64_t skip_count(const void* params) {
+    return *static_cast<const uint64_t*>(params);
+}
+inline uint32_t leapfrog_index(const void* params) {
+    return *static_cast<const uint32_t*>(params);
+}
+
+template <class Generator>
+int32_t generate_words(OzkVslStream* stream, int32_t n, void* r) {
+    using Word = typename Generator::Word;
+    return Generator::generate(stream, n, static_cast<Word*>(r), [](Word word) { return word; });
+}
+
+// Numbers on [a, b), computed in double for both precisions.
+template <class Generator, class Real>
+int32_t generate_uniform(OzkVslStream* stream, int32_t n, Real* r, double a, double b) {
+    const double scale = (b - a) * Generator::kUnit;
+    return Generator::generate(stream, n, r, [=](typename Generator::Word word) {
+        return static_cast<Real>(Generator::number(word) * scale + a);
+    });
+}
+
+}  // namespace ozk::vsl
+
+#define OZK_VSL_EXPORT_GENERATOR(Name, Generator)                                                         \
+    extern "C" int32_t __vslBRng##Name##InitStream(uint32_t method, OzkVslStream* stream, int32_t n,      \
+                                                   const void* params) {                                  \
+        return Generator::initialise(method, stream, n, params);                                          \
+    }                                                                                                     \
+    extern "C" int32_t __vslsBRng##Name(OzkVslStream* stream, int32_t n, float* r, float a, float b) {    \
+        return ozk::vsl::generate_uniform<Generator>(stream, n, r, a, b);                                 \
+    }                                                                                                     \
+    extern "C" int32_t __vsldBRng##Name(OzkVslStream* stream, int32_t n, double* r, double a, double b) { \
+        return ozk::vsl::generate_uniform<Generator>(stream, n, r, a, b);                                 \
+    }                                                                                                     \
+    extern "C" int32_t __vsliBRng##Name(OzkVslStream* stream, int32_t n, void* r) {                       \
+        return ozk::vsl::generate_words<Generator>(stream, n, r);                                         \
+    }

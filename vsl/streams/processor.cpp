@@ -1,0 +1,31 @@
+// What the processor offers beyond the instructions that this library is built for.
+
+#include <cpuid.h>
+
+#include "ozk_vsl.h"
+
+namespace {
+
+// Bits of the third result word of leaf 1 of the processor identification.
+constexpr unsigned kRandomBit = 1u << 30, kAesBit = 1u << 25;
+
+int32_t has_feature(unsigned bit) {
+    unsigned eax, ebx, ecx, edx;
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) && (ecx & bit);
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t __vslCPUisRDRAND(void) {
+    return has_feature(kRandomBit);
+}
+int32_t __vslCPUisAES(void) {
+    return has_feature(kAesBit);
+}
+int32_t __vslCPUisVAES(void) {
+    return ozk_serv_cpu_is_newer_server();
+}
+
+}  // extern "C"
