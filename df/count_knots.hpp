@@ -7,9 +7,7 @@
 
 namespace ozk::df {
 
-inline int64_t sum_of_lanes(simd::i64x2 count) {
-    return low(count) + high(count);
-}
+inline int64_t sum_of_lanes(simd::i64x2 count) { return low(count) + high(count); }
 inline int64_t sum_of_lanes(simd::i32x4 count) {
     return lane<0>(count) + lane<1>(count) + lane<2>(count) + lane<3>(count);
 }

@@ -234,7 +234,8 @@ int integrate_pieces(const Integration<T>& call, const Partition& partition, con
     };
     const bool own_work = !call.callbacks.left && !call.callbacks.right;
     const int64_t runs = (call.npair + kPairsPerRun - 1) / kPairsPerRun;
-    return parallel_for(call.threading, runs, own_work, [&](int64_t run) -> int {
+    const int64_t threads = own_work ? useful_threads(call.threading, runs, call.npair) : 1;
+    return parallel_for(call.threading, runs, threads, [&](int64_t run) -> int {
         const int64_t end = std::min(call.npair, (run + 1) * kPairsPerRun);
         for (int64_t first = run * kPairsPerRun; first < end; first += kBlock) {
             if (int status = do_block(first, std::min(kBlock, end - first))) return status;

@@ -35,7 +35,8 @@ struct Interpolation {
     int for_each_block(Step step) const {
         const bool own_work = !callbacks.search && !callbacks.left && !callbacks.right;
         const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
-        return parallel_for(threading, runs, own_work, [&](int64_t run) -> int {
+        const int64_t threads = own_work ? useful_threads(threading, runs, nsite) : 1;
+        return parallel_for(threading, runs, threads, [&](int64_t run) -> int {
             const int64_t end = std::min(nsite, (run + 1) * kSitesPerRun);
             for (int64_t first = run * kSitesPerRun; first < end; first += kBlock) {
                 if (int status = do_block(first, std::min(kBlock, end - first), step)) return status;

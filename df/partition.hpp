@@ -33,9 +33,7 @@ struct UniformPartition {
     T right() const { return x[1]; }
 };
 
-inline bool is_uniform(const DfTask& task) {
-    return (task.x_hint & kDfPartitionUniform) != 0;
-}
+inline bool is_uniform(const DfTask& task) { return (task.x_hint & kDfPartitionUniform) != 0; }
 
 // Calls body with the partition in its own type.
 template <class T, class Body>

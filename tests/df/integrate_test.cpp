@@ -191,7 +191,7 @@ TYPED_TEST(Integration, IsTheSameForAnyThreadsAndNaNForNaN) {
     Task<T> task(100, x, kDfPartitionNonUniform, 1, y);
     task.describe(kDfOrderCubic, kDfTypeNatural, kDfBoundaryFree);
     ASSERT_EQ(kDfOk, Df<T>::natural_cubic(task.handle, nullptr, nullptr));
-    auto [left, right] = pairs_around(x, 20000);
+    auto [left, right] = pairs_around(x, 40000);
     std::vector<T> one(left.size()), many(left.size());
     const auto n = static_cast<int64_t>(left.size());
     ASSERT_EQ(kDfOk,
