@@ -122,5 +122,16 @@ OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index)
     }
     return result;
 }
+template <int K>
+OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
+    wide_pair<K> result;
+#pragma GCC unroll 8
+    for (int k = 0; k < K; ++k) {
+        const f64x2_pair entries = gather_pairs_at(table, element.v[k]);
+        result.first.v[k] = entries.first;
+        result.second.v[k] = entries.second;
+    }
+    return result;
+}
 
 }  // namespace ozk::simd
