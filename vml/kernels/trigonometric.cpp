@@ -51,16 +51,19 @@ struct High {
     static constexpr int64_t kSteps = 128;
     static constexpr int32_t kBoundHighWord = 0x40C90000;  // 12800: N < 2^18
     static constexpr double kInvStep = kHighInvStep;
+    static constexpr int kWide = 1, kWideBoth = 2;
 };
 struct Low {
     static constexpr int64_t kSteps = 256;
     static constexpr int32_t kBoundHighWord = 0x40C90000;  // 12800: N < 2^19
     static constexpr double kInvStep = kLowInvStep;
+    static constexpr int kWide = 4, kWideBoth = 4;
 };
 struct Fast {
     static constexpr int64_t kSteps = 128;
     static constexpr int32_t kBoundHighWord = 0x40A90000;  // 3200: N < 2^16
     static constexpr double kInvStep = kFastInvStep;
+    static constexpr int kWide = 4, kWideBoth = 4;
 };
 
 // The argument less its nearest multiple of the step: r, at the HA level r + low. `shifted` holds the number
@@ -161,6 +164,7 @@ OZK_SIMD std::array<V, 2> sine_and_cosine_of(const Reduced<V>& x) {
     return {sine - (sine * s.even - cosine * s.odd), cosine - (cosine * s.even + sine * s.odd)};
 }
 
+// What sine, cosine and both have in common.
 template <class Level>
 struct Circular {
     using Argument = double;
@@ -193,7 +197,7 @@ struct Circular {
 // sin(x + kQuarters quarter turns), kQuarters 0 or 1.
 template <class Level, int64_t kQuarters>
 struct Sine : Circular<Level> {
-    static constexpr int kWide = 2;
+    static constexpr int kWide = Level::kWide;
     static constexpr int64_t kOrigin = kQuarters * Level::kSteps / 4;
 
     template <class V>
@@ -218,7 +222,7 @@ struct Sine : Circular<Level> {
 template <class Level>
 struct SinCos : Circular<Level> {
     static constexpr int kResults = 2;
-    static constexpr int kWide = 2;
+    static constexpr int kWide = Level::kWideBoth;
 
     template <class V>
     OZK_SIMD static std::array<V, 2> compute(V x) {
