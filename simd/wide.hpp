@@ -111,16 +111,24 @@ template <int K>
 struct wide_pair {
     wide<f64x2, K> first, second;
 };
-template <class V, int K>
-OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index) {
+template <class Gather, class V, int K>
+OZK_SIMD wide_pair<K> map_pairs(Gather gather, const wide<V, K>& index) {
     wide_pair<K> result;
 #pragma GCC unroll 8
     for (int k = 0; k < K; ++k) {
-        const f64x2_pair entries = gather_pairs(table, index.v[k]);
+        const f64x2_pair entries = gather(index.v[k]);
         result.first.v[k] = entries.first;
         result.second.v[k] = entries.second;
     }
     return result;
+}
+template <class V, int K>
+OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index) {
+    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs(table, x); }, index);
+}
+template <int K>
+OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
+    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
 
 // ---- Two vectors of doubles beside one of 32-bit words
