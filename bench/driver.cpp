@@ -4,15 +4,20 @@
 #include <sched.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 
 #include "tools/accuracy/report.hpp"
 
 namespace ozk::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+// The thread's own time: what other programs take from the core is not counted.
+double now() {
+    timespec t;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
 
 // Keeps the calling thread on the core where it is, for as long as this lives.
 class Pinned {
@@ -33,9 +38,9 @@ class Pinned {
 };
 
 double seconds(const std::function<void()>& run, int64_t times) {
-    const auto start = Clock::now();
+    const double start = now();
     for (int64_t i = 0; i < times; ++i) run();
-    return std::chrono::duration<double>(Clock::now() - start).count();
+    return now() - start;
 }
 
 double median(std::vector<double>& v) {
@@ -100,6 +105,13 @@ std::string comparison(const std::vector<Case>& cases, const std::string& unit) 
     }
     accuracy::end_progress();
     return table.text();
+}
+
+std::vector<Case> matching(std::vector<Case> cases, const std::string& filter, bool planned) {
+    std::erase_if(cases, [&](const Case& c) {
+        return c.name.find(filter) == std::string::npos || (c.ours.empty() && !planned);
+    });
+    return cases;
 }
 
 }  // namespace ozk::bench

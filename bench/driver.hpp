@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/accuracy/kernels.hpp"
+
 namespace ozk::bench {
 
 struct Contender {
@@ -41,18 +43,38 @@ struct Section {
 // faster.
 std::string comparison(const std::vector<Case>& cases, const std::string& unit);
 
-// Cases whose name contains `filter`.
+// The cases whose name contains `filter`.
+std::vector<Case> matching(std::vector<Case> cases, const std::string& filter, bool planned);
+
+// Cases that the library lacks yet are left out unless `planned`.
 struct Family {
     std::string name;
-    std::vector<std::string> (*list)();
-    std::vector<Section> (*run)(const std::string& filter);
+    std::vector<std::string> (*list)(bool planned);
+    std::vector<Section> (*run)(const std::string& filter, bool planned);
 };
 
 Family vml_family();
+Family random_family();
+Family stats_family();
+Family splines_family();
+
+// The list of a family whose cases are cheap to make.
+template <std::vector<Case> (*kCases)()>
+std::vector<std::string> names_of(bool planned) {
+    std::vector<std::string> names;
+    for (const Case& c : kCases())
+        if (planned || !c.ours.empty()) names.push_back(c.name);
+    return names;
+}
+
+// What the kernel library exports under this name, typed as its header declares it; null when it has no such
+// name.
+template <class F>
+F* kernel(const char* name) {
+    return reinterpret_cast<F*>(accuracy::exported(name));
+}
 
 // Keeps the compiler from dropping a computation whose result is at p.
-inline void keep(const void* p) {
-    asm volatile("" : : "r"(p) : "memory");
-}
+inline void keep(const void* p) { asm volatile("" : : "r"(p) : "memory"); }
 
 }  // namespace ozk::bench

@@ -9,7 +9,7 @@
 int main(int argc, char** argv) {
     using namespace ozk::bench;
     std::string filter, page;
-    bool list = false;
+    bool list = false, planned = false;
     CLI::App app(
         "Speed against the fastest peers: medians in one pinned process, ratios above 1 where this library "
         "is faster.");
@@ -17,11 +17,12 @@ int main(int argc, char** argv) {
     app.add_option("--update", page, "replace the tables of this page, of every family that is run whole")
         ->check(CLI::ExistingFile);
     app.add_flag("--list", list, "print the names of the cases");
+    app.add_flag("--planned", planned, "also what this library does not have yet: peers alone");
     CLI11_PARSE(app, argc, argv);
 
     bool any = false;
-    for (const Family& family : {vml_family()}) {
-        const auto names = family.list();
+    for (const Family& family : {vml_family(), random_family(), stats_family(), splines_family()}) {
+        const auto names = family.list(planned);
         const auto matches = [&](const std::string& name) { return name.find(filter) != std::string::npos; };
         const auto matching = std::count_if(names.begin(), names.end(), matches);
         if (matching == 0) continue;
@@ -31,7 +32,7 @@ int main(int argc, char** argv) {
                 if (matches(name)) fmt::print("{}\n", name);
             continue;
         }
-        for (const Section& section : family.run(filter)) {
+        for (const Section& section : family.run(filter, planned)) {
             fmt::print("## {}\n\n{}\n", section.name, section.text);
             std::fflush(stdout);
             if (page.empty()) continue;

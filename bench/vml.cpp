@@ -67,12 +67,13 @@ struct Vectors {
 };
 
 template <class T>
-Contender contender(const accuracy::Subject<T>& subject, const std::shared_ptr<const Vectors<T>>& in) {
+Contender contender(const accuracy::Subject<T>& subject, const std::shared_ptr<const Vectors<T>>& in,
+                    int n = kElements) {
     struct Results {
         alignas(64) T r[kElements], r2[kElements];
     };
-    return {subject.name, [call = subject.call, in, out = std::make_shared<Results>()] {
-                call(kElements, in->a, in->b, out->r, out->r2);
+    return {subject.name, [call = subject.call, in, n, out = std::make_shared<Results>()] {
+                call(n, in->a, in->b, out->r, out->r2);
                 keep(out->r);
             }};
 }
@@ -86,16 +87,17 @@ struct Quality {
 template <class T>
 std::vector<Quality> qualities(const accuracy::Oracle& oracle,
                                const std::vector<accuracy::Subject<T>>& subjects) {
-    constexpr int64_t kSamples = 200000;
+    constexpr int64_t kUsualSamples = 100000, kEverywhereSamples = 40000;
     constexpr uint64_t kSeed = 1;
     const int threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kSamples, kSeed),
+    const auto usual = accuracy::measure(oracle, accuracy::Arguments<T>::usual(oracle, kUsualSamples, kSeed),
                                          subjects, threads, {});
-    const auto everywhere = accuracy::measure(
-        oracle, accuracy::Arguments<T>(oracle, kSamples, kSeed, OZK_HARD_CASES), subjects, threads, {});
+    const auto everywhere =
+        accuracy::measure(oracle, accuracy::Arguments<T>(oracle, kEverywhereSamples, kSeed, OZK_HARD_CASES),
+                          subjects, threads, {});
     std::vector<Quality> found;
     for (size_t i = 0; i < subjects.size(); ++i)
-        found.push_back({usual[i].worst.ulp, everywhere[i].worst.ulp});
+        found.push_back({usual[i].worst.ulp, std::max(usual[i].worst.ulp, everywhere[i].worst.ulp)});
     return found;
 }
 
@@ -112,19 +114,19 @@ std::string shown_ulp(double ulp) {
 }
 
 struct Tables {
-    std::vector<Case> cases;
+    std::vector<Case> cases, single_calls;
     accuracy::Table peers{
         {"function", "type", "peer", ">ns/element", ">ulp, usual", ">ulp, everywhere", "class"}};
 };
 
 template <class T>
-void add_function(const accuracy::Oracle& oracle, const std::string& filter, Tables& tables) {
+void add_function(const accuracy::Oracle& oracle, const std::string& filter, bool planned, Tables& tables) {
     std::vector<std::string> wanted;
     for (const char* level : accuracy::kLevels)
         if (case_name<T>(oracle, level).find(filter) != std::string::npos) wanted.emplace_back(level);
     const auto rivals = peers_of<T>(oracle.function);
     const auto kernels = accuracy::kernels<T>(oracle);
-    if (wanted.empty() || (rivals.empty() && kernels.empty())) return;
+    if (wanted.empty() || (kernels.empty() && (!planned || rivals.empty()))) return;
     accuracy::show_progress(fmt::format("{}: accuracy of peers", oracle.function), 0);
     const auto quality = qualities(oracle, rivals);
     const auto in = std::make_shared<const Vectors<T>>(oracle);
@@ -142,34 +144,44 @@ void add_function(const accuracy::Oracle& oracle, const std::string& filter, Tab
             if (quality[i].usual <= accuracy::limit_of<T>(kernel.name))
                 c.peers.push_back(contender(rivals[i], in));
         tables.cases.push_back(std::move(c));
+        Case one{case_name<T>(oracle, kernel.name), 1, {contender(kernel, in, 1)}, {}};
+        for (const auto& rival : rivals)
+            if (rival.name == "libm loop") one.peers.push_back(contender(rival, in, 1));
+        tables.single_calls.push_back(std::move(one));
     }
 }
 
-std::vector<std::string> list() {
+template <class T>
+void add_names(const accuracy::Oracle& oracle, bool planned, std::vector<std::string>& names) {
+    const auto kernels = accuracy::kernels<T>(oracle);
+    for (const auto& kernel : kernels) names.push_back(case_name<T>(oracle, kernel.name));
+    if (planned && kernels.empty() && !peers_of<T>(oracle.function).empty())
+        for (const char* level : accuracy::kLevels) names.push_back(case_name<T>(oracle, level));
+}
+
+std::vector<std::string> list(bool planned) {
     std::vector<std::string> names;
-    for (const auto& oracle : accuracy::oracles())
-        for (const char* level : accuracy::kLevels) {
-            if (!accuracy::kernels<double>(oracle).empty() || !peers_of<double>(oracle.function).empty())
-                names.push_back(case_name<double>(oracle, level)),
-                    names.push_back(case_name<float>(oracle, level));
-        }
+    for (const auto& oracle : accuracy::oracles()) {
+        add_names<double>(oracle, planned, names);
+        add_names<float>(oracle, planned, names);
+    }
     return names;
 }
 
-std::vector<Section> run(const std::string& filter) {
+std::vector<Section> run(const std::string& filter, bool planned) {
     Tables tables;
     for (const auto& oracle : accuracy::oracles()) {
-        add_function<double>(oracle, filter, tables);
-        add_function<float>(oracle, filter, tables);
+        add_function<double>(oracle, filter, planned, tables);
+        add_function<float>(oracle, filter, planned, tables);
     }
     accuracy::end_progress();
-    return {{"vml", comparison(tables.cases, "element")}, {"vml-peers", tables.peers.text()}};
+    return {{"vml", comparison(tables.cases, "element")},
+            {"vml-one-element", comparison(tables.single_calls, "call")},
+            {"vml-peers", tables.peers.text()}};
 }
 
 }  // namespace
 
-Family vml_family() {
-    return {"vml", list, run};
-}
+Family vml_family() { return {"vml", list, run}; }
 
 }  // namespace ozk::bench

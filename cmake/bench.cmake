@@ -13,6 +13,8 @@ add_dependencies(ozk_measures ozk_vml_mc3)
 
 add_executable(ozk_accuracy tools/accuracy/main.cpp)
 target_link_libraries(ozk_accuracy PRIVATE ozk_measures)
+add_executable(ozk_find_hard tools/accuracy/find_hard.cpp)   # writes tools/accuracy/hard/*.txt
+target_link_libraries(ozk_find_hard PRIVATE ozk_measures)
 
 # The peers are compiled like everything here: SSE4.2, no wider vectors, no fast-math.
 find_package(Eigen3 REQUIRED NO_MODULE)
@@ -30,3 +32,9 @@ find_library(OZK_HWY hwy REQUIRED)
 add_executable(ozk_bench_sort bench/sort/main.cpp)
 target_link_libraries(ozk_bench_sort PRIVATE ozk_options ozk_core ozk_vml_mc3 benchmark::benchmark ${OZK_HWY_SORT}
                       ${OZK_HWY})
+
+# How much of the catalogue is built.
+add_executable(ozk_status tools/status.cpp)
+target_link_libraries(ozk_status PRIVATE ozk_options fmt::fmt ${CMAKE_DL_LIBS})
+target_compile_definitions(ozk_status PRIVATE OZK_KERNEL_LIBRARY="$<TARGET_FILE:ozk_vml_mc3>")
+add_dependencies(ozk_status ozk_vml_mc3)

@@ -97,4 +97,14 @@ void write_cubic_cell(T* c, T y, T secant, T inverse_step, T left_slope, T right
     c[3] = (left_slope + right_slope - T(2) * secant) * inverse_step * inverse_step;
 }
 
+// Both precisions of an entry point; what follows `function` is handed on behind task and threading.
+#define OZK_DF_CONSTRUCTION_IN(p, T, Kind, function, ...)                                  \
+    int ozk_df_kernel_##p##DF##Kind##Spline1D(DfTask* task, const OzkThreading* threading, \
+                                              [[maybe_unused]] const void* reserved) {     \
+        return ozk::df::function<T>(task, threading __VA_OPT__(, ) __VA_ARGS__);           \
+    }
+#define OZK_DF_CONSTRUCTION(Kind, function, ...)                                \
+    OZK_DF_CONSTRUCTION_IN(s, float, Kind, function __VA_OPT__(, ) __VA_ARGS__) \
+    OZK_DF_CONSTRUCTION_IN(d, double, Kind, function __VA_OPT__(, ) __VA_ARGS__)
+
 }  // namespace ozk::df

@@ -34,19 +34,30 @@ T horner(int64_t order, int64_t derivative, const T* c, T d) {
     return sum;
 }
 
-// Writes value(c, d) for the cell's coefficients c and the distance d of each site.
-template <class T, class Cell, class Value>
+// Which of the polynomials serves a site: that of its cell.
+struct CellPieces {
+    explicit CellPieces(const DfTask&) {}
+
+    template <class T, class Cell, class Knots>
+    int64_t at(const Evaluation<T, Cell>& e, int64_t i, const Knots&) const {
+        return e.polynomial_of(i);
+    }
+};
+
+// Writes value(c, d) for the coefficients c of each site's piece and the distance d from the piece's knot.
+template <class Pieces, class T, class Cell, class Value>
 void write_polynomials(const Evaluation<T, Cell>& e, int64_t order, T* out, Value value) {
+    const Pieces pieces(e.task);
     const T* coefficients = e.coefficients();
     e.with_knots([&](auto knot) {
         for (int64_t i = 0; i < e.nsite; ++i) {
-            const int64_t j = e.polynomial_of(i);
+            const int64_t j = pieces.at(e, i, knot);
             out[i * e.site_stride] = value(coefficients + j * order, e.site[i] - knot(j));
         }
     });
 }
 
-template <int kOrder>
+template <int kOrder, class Pieces = CellPieces>
 struct PolynomialKind : TakesAnySites {
     template <class T, class Cell>
     static void write(const Evaluation<T, Cell>& e) {
@@ -63,8 +74,8 @@ struct PolynomialKind : TakesAnySites {
             for (int64_t i = 0; i < e.nsite; ++i) out[i * e.site_stride] = 0;
         } else {
             if (k != kDerivative) return write_derivative<kDerivative + 1>(e, k, out);
-            write_polynomials(e, kOrder, out,
-                              [](const T* c, T d) { return horner<kOrder, kDerivative>(c, d); });
+            write_polynomials<Pieces>(e, kOrder, out,
+                                      [](const T* c, T d) { return horner<kOrder, kDerivative>(c, d); });
         }
     }
 };
@@ -79,7 +90,8 @@ struct Arbitrary : TakesAnySites {
     static void write(const Evaluation<T, Cell>& e) {
         const int64_t order = e.task.order;
         e.for_each_order([&](int64_t k, T* out) -> int {
-            write_polynomials(e, order, out, [order, k](const T* c, T d) { return horner(order, k, c, d); });
+            write_polynomials<CellPieces>(e, order, out,
+                                          [order, k](const T* c, T d) { return horner(order, k, c, d); });
             return kDfOk;
         });
     }

@@ -4,6 +4,7 @@
 #include "df/evaluate_look_up.hpp"
 #include "df/evaluate_polynomial.hpp"
 #include "df/evaluate_step.hpp"
+#include "df/evaluate_subbotin.hpp"
 #include "df/parallel.hpp"
 #include "df/search.hpp"
 
@@ -114,8 +115,10 @@ int interpolate_kind(const Interpolation<T>& call) {
         case kDfOrderLinear:
             return interpolate_polynomials<Linear>(call);
         case kDfOrderQuadratic:
-            if (call.task.type == kDfTypeSubbotin) return kDfErrorType;
-            return interpolate_polynomials<Quadratic>(call);
+            if (call.task.type != kDfTypeSubbotin) return interpolate_polynomials<Quadratic>(call);
+            if ((call.task.internal_type & kDfInternalBreaksGiven) && !call.task.internal)
+                return kDfErrorNullInternal;
+            return interpolate_polynomials<Subbotin>(call);
         case kDfOrderCubic:
             return interpolate_polynomials<Cubic>(call);
         default:

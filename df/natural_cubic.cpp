@@ -181,9 +181,4 @@ int natural_cubic(const DfTask* task, const OzkThreading* threading, const void*
 }  // namespace
 }  // namespace ozk::df
 
-int ozk_df_kernel_sDFNaturalCubicSpline1D(DfTask* task, const OzkThreading* threading, const void* reserved) {
-    return ozk::df::natural_cubic<float>(task, threading, reserved);
-}
-int ozk_df_kernel_dDFNaturalCubicSpline1D(DfTask* task, const OzkThreading* threading, const void* reserved) {
-    return ozk::df::natural_cubic<double>(task, threading, reserved);
-}
+OZK_DF_CONSTRUCTION(NaturalCubic, natural_cubic, reserved)

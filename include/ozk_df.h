@@ -25,7 +25,7 @@ enum {
     kDfErrorNullTask = -1000,      /* The task is null. */
     kDfErrorMemory = -1001,        /* There is not enough memory. */
     kDfErrorArgument = -1002,      /* An argument must be null or the spline type does not exist, or the
-                                      knots are such that the slopes have no solution. */
+                                      knots or breaks are such that there is no spline. */
     kDfErrorTooFewKnots = -1004,   /* There are too few knots. */
     kDfErrorNullPartition = -1005, /* The partition is null. */
     kDfErrorPartitionHint = -1006, /* The partition hint is not one of DfPartitionHint. */
@@ -258,28 +258,72 @@ OZK_EXPORT int ozk_df_kernel_iQueryVal(const DfTask* task, int64_t attribute, vo
 
 /* ---- Construction ------------------------------------------------------------------------------- */
 
-/* Writes the coefficients of every function to the task's coefficient pointers: for each cell (each knot for
- * type Subbotin) ascending powers of the distance from its left knot (from its knot). Functions are split
- * over the threads of `threading` (null: one thread); no result depends on the number of threads. `reserved`
- * must be null for the natural cubic and is not read by the other kinds. Arguments are checked before
- * anything is written. Status, in the order of the checks: kDfErrorNullTask; kDfErrorArgument (reserved);
- * kDfErrorTooFewKnots; kDfErrorValueHint; kDfErrorBoundaryType; kDfErrorNullBoundary; kDfErrorInternalType
- * and kDfErrorNullInternal for the kinds that have internal conditions; kDfErrorFunctionCount,
- * kDfErrorNullValues, kDfErrorNullCoefficients; kDfErrorNotPeriodic (a NaN at an end fails too);
- * kDfErrorMemory.
+/* Writes the coefficients of every function to the task's coefficient pointers: for each cell (for type
+ * Subbotin each knot) ascending powers of the distance from its left knot (from its knot). Functions are
+ * split over the threads of `threading` (null: one thread); no result depends on the number of threads.
+ * `reserved` must be null for the linear and the natural cubic and is not read by the other kinds. Arguments
+ * are checked before anything is written, knots are not: they must ascend. Below, h are the cell widths and s
+ * the secant slopes of the cells.
  *
- * ?DFNaturalCubicSpline1D: the cubic with two continuous derivatives; boundary conditions 1, 2, 12, 24, 36,
- * 48, 64; nx >= 2, for kDfBoundaryNotAKnot >= 3 and for both at most 2^31 - 1. One tridiagonal system for the
- * slopes at the knots is factored once and solved for each function in its own coefficient block; work memory
- * is 3 nx elements, 4 nx for kDfBoundaryPeriodic, whatever ny is. kDfErrorArgument when the system is
- * singular (coincident knots). De Boor, "A Practical Guide to Splines" (2001), chapter IV; the periodic
- * system is reduced to a tridiagonal one by the formula of Sherman and Morrison. */
+ * Boundary conditions of all cubics and of the Subbotin quadratic: 1, 2, 12, 24, 36, 48, 64 (DfBoundary).
+ * Bessel, Hyman, Akima and Hermite splines meet them by their end slopes alone, the default cubic by its end
+ * curvatures.
+ *
+ * Status, in the order of the checks: kDfErrorNullTask; kDfErrorArgument (reserved); kDfErrorTooFewKnots;
+ * kDfErrorValueHint; kDfErrorArgument (type of a quadratic); kDfErrorInternalType (Subbotin);
+ * kDfErrorBoundaryType; kDfErrorNullBoundary; kDfErrorInternalType and kDfErrorNullInternal where internal
+ * conditions are needed; kDfErrorNullValues, kDfErrorFunctionCount, kDfErrorNullCoefficients;
+ * kDfErrorNotPeriodic for boundary code 64 when first and last value of a function differ or are NaN;
+ * kDfErrorArgument (breaks); kDfErrorMemory; kDfErrorArgument (system).
+ *
+ * ?DFLinearSpline1D: order 2, nx >= 2, any boundary code. c0 = y, c1 = s.
+ *
+ * ?DFQuadraticSpline1D: order 3, nx >= 2.
+ *   Type kDfTypeDefault: boundary code 128; the slope at the left end is given and carried from knot to knot
+ * by m[i+1] = 2 s[i] - m[i]. Type kDfTypeSubbotin: breaks between the knots (internal type kDfInternalBreaks:
+ * in the middle of each cell; with kDfInternalBreaksGiven: the nx - 1 internal conditions, break i inside
+ * cell i, else kDfErrorArgument). nx pieces, piece i between the breaks around knot i, with value y[i] at the
+ * knot; value and slope are continuous. kDfBoundaryNotAKnot: one quadratic over the first two, and over the
+ * last two pieces. One tridiagonal system; work memory as for the natural cubic.
+ *
+ * ?DFNaturalCubicSpline1D: order 4, nx >= 2, with kDfBoundaryNotAKnot >= 3; at most 2^31 - 1. Two continuous
+ *   derivatives. One tridiagonal system for the slopes is factored once and solved for each function in its
+ * own coefficient block; work memory is 3 nx elements, 4 nx for kDfBoundaryPeriodic, whatever ny is. A
+ * singular system (coincident knots) is kDfErrorArgument. De Boor, "A Practical Guide to Splines" (2001),
+ * chapter IV; the periodic system is reduced to a tridiagonal one by the formula of Sherman and Morrison.
+ *
+ * ?DFDefaultCubicSpline1D: order 4, nx >= 3. Internal conditions kDfInternalSecond: each cell takes both
+ * values and both second derivatives; the slope is continuous only as far as these allow it.
+ *
+ * ?DFHermiteCubicSpline1D: order 4, nx >= 3. Internal conditions kDfInternalFirst: the slopes at the inner
+ * knots.
+ *
+ * ?DFBesselCubicSpline1D: order 4, nx >= 4. Slopes (h[i] s[i-1] + h[i-1] s[i]) / (h[i-1] + h[i]), of the
+ * parabola through three knots.
+ *
+ * ?DFHymanCubicSpline1D: order 4, nx >= 4. Bessel slopes, 0 where the secants around a knot differ in sign,
+ * else with their sign and at most three times the smaller one: monotone in every cell where the data are, in
+ * the end cells when the end slope allows it. Hyman, SIAM J. Sci. Stat. Comput. 4 (1983).
+ *
+ * ?DFAkimaCubicSpline1D: order 4, nx >= 5, with kDfBoundaryNone, which it accepts too, >= 4. Slopes
+ *   (|s[i+1] - s[i]| s[i-1] + |s[i-1] - s[i-2]| s[i]) / (sum of the weights), the mean of both when the
+ * weights vanish; secants beyond the ends extrapolated. Akima, J. ACM 17 (1970). */
 #define OZK_DF_CONSTRUCTION_DECLARE(p, Kind)                                                          \
     OZK_EXPORT int ozk_df_kernel_##p##DF##Kind##Spline1D(DfTask* task, const OzkThreading* threading, \
                                                          const void* reserved);
 
-OZK_DF_CONSTRUCTION_DECLARE(s, NaturalCubic)
-OZK_DF_CONSTRUCTION_DECLARE(d, NaturalCubic)
+#define OZK_DF_CONSTRUCTIONS_DECLARE(p)          \
+    OZK_DF_CONSTRUCTION_DECLARE(p, Linear)       \
+    OZK_DF_CONSTRUCTION_DECLARE(p, Quadratic)    \
+    OZK_DF_CONSTRUCTION_DECLARE(p, NaturalCubic) \
+    OZK_DF_CONSTRUCTION_DECLARE(p, DefaultCubic) \
+    OZK_DF_CONSTRUCTION_DECLARE(p, HermiteCubic) \
+    OZK_DF_CONSTRUCTION_DECLARE(p, BesselCubic)  \
+    OZK_DF_CONSTRUCTION_DECLARE(p, HymanCubic)   \
+    OZK_DF_CONSTRUCTION_DECLARE(p, AkimaCubic)
+
+OZK_DF_CONSTRUCTIONS_DECLARE(s)
+OZK_DF_CONSTRUCTIONS_DECLARE(d)
 
 /* ---- Cell search -------------------------------------------------------------------------------- */
 
@@ -405,6 +449,8 @@ typedef int (*DfdSiteCallback)(int64_t nsite, const double* site, int64_t order,
  * return their negative status, sites before being written.
  *
  * LinearSpline, QuadraticSpline, CubicSpline, ArbitrSpline: 2, 3, 4, the task's order coefficients a cell.
+ * QuadSubbSpline: the pieces of type Subbotin. A site right of or on the break of its cell has the piece of
+ * the cell's right knot, else that of the left one; the breaks are those of the task's internal conditions.
  * StepRightSpline: y[i] on [x[i], x[i+1]), from the last knot on its value; left of the partition y[0].
  * StepLeftSpline: y[i] on (x[i-1], x[i]]; right of the partition the last value.
  *   Of step functions the value alone is written, and nothing when it is not wanted.
@@ -427,6 +473,7 @@ typedef int (*DfdSiteCallback)(int64_t nsite, const double* site, int64_t order,
 
 OZK_DF_EVALUATION_FORMS_DECLARE(LinearSpline)
 OZK_DF_EVALUATION_FORMS_DECLARE(QuadraticSpline)
+OZK_DF_EVALUATION_FORMS_DECLARE(QuadSubbSpline)
 OZK_DF_EVALUATION_FORMS_DECLARE(CubicSpline)
 OZK_DF_EVALUATION_FORMS_DECLARE(ArbitrSpline)
 OZK_DF_EVALUATION_FORMS_DECLARE(StepRightSpline)

@@ -22,8 +22,7 @@
 extern "C" {
 #endif
 
-/* ---- Status codes
- * ------------------------------------------------------------------------------------------- */
+/* ---- Status codes ---- */
 
 enum {
     kOzkStatsOk = 0, /* Success. */
@@ -115,8 +114,7 @@ enum {
     kOzkStatsErrorInversion = -5042                /* The inversion from the Cholesky factor failed. */
 };
 
-/* ---- Storage codes
- * ------------------------------------------------------------------------------------------ */
+/* ---- Storage codes ---- */
 
 enum {
     kOzkStatsByComponent = 0x10000,  /* Each component's n values contiguous: x_ij at i * n + j. */
@@ -129,8 +127,7 @@ enum {
     kOzkStatsMatrixUpper = 2  /* p (p + 1) / 2 values, the upper triangle packed by rows. */
 };
 
-/* ---- Parameter identifiers of the EditTask functions
- * --------------------------------------------------------- */
+/* ---- Parameter identifiers of the EditTask functions ---- */
 
 enum {
     kOzkStatsIdDimension = 1,
@@ -214,8 +211,7 @@ enum {
     kOzkStatsIdSortedStorage = 79
 };
 
-/* ---- Estimates: bits of the 64-bit mask
- * ----------------------------------------------------------------------- */
+/* ---- Estimates: bits of the 64-bit mask ---- */
 
 static const uint64_t kOzkStatsMean = 0x1;
 static const uint64_t kOzkStatsRawMoment2 = 0x2;
@@ -244,8 +240,7 @@ static const uint64_t kOzkStatsCrossProduct = 0x100000000;
 static const uint64_t kOzkStatsMedianDeviation = 0x200000000;
 static const uint64_t kOzkStatsMeanDeviation = 0x400000000;
 
-/* ---- Methods: bits of the 32-bit method word
- * ------------------------------------------------------------------ */
+/* ---- Methods: bits of the 32-bit method word ---- */
 
 enum {
     kOzkStatsFast = 0x1,             /* Two passes over blocks that stay in cache; plain selection. */
@@ -256,8 +251,7 @@ enum {
     kOzkStatsRadixSort = 0x100000              /* Sorting. */
 };
 
-/* ---- The task
- * -------------------------------------------------------------------------------------------------- */
+/* ---- The task ---- */
 
 typedef struct OzkStatsTask OzkStatsTask;
 
@@ -342,17 +336,15 @@ struct OzkStatsTask {
     void* distance_inverse_covariance;
     void* distances;
     void* distance_work;
-    void* distance_work_size; /* int */
-    int32_t clean_up_count;   /* of registered clean-up routines: 0 or 1 */
-    void (*clean_up)(
-        struct OzkStatsTask*); /* frees what an estimator attached; called by __vslSSDeleteTask */
-    void* sorted_observations; /* may be the observations */
+    void* distance_work_size;               /* int */
+    int32_t clean_up_count;                 /* of registered clean-up routines: 0 or 1 */
+    void (*clean_up)(struct OzkStatsTask*); /* frees what an estimator attached */
+    void* sorted_observations;              /* may be the observations */
     void* sorted_storage;
     void* work_buffer; /* owned by the task, freed by __vslSSDeleteTask */
 };
 
-/* ---- Creating, editing, deleting
- * ------------------------------------------------------------------------------- *
+/* ---- Creating, editing, deleting ----
  *
  * __vsl?SSNewTask makes a task over `observations` (p by n values in the layout that *storage tells),
  * `weights` (n values >= 0, or null for all 1) and `indices` (p integers, or null to process every
@@ -425,6 +417,87 @@ OZK_STATS_DECLARE_TASK(d, double)
 OZK_EXPORT int __vsliSSEditTask(OzkStatsTask* task, int id, const void* pointer);
 OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
 
+/* ---- Basic estimators ----
+ *
+ * Computes every estimate of the mask `estimates` that is listed here (other bits are ignored) for each
+ * selected component i, and for each pair of selected components i, k:
+ *
+ *   mean              m_i = sum of w_j x_ij / W
+ *   raw moment r      sum of w_j x_ij^r / W                    r = 2, 3, 4
+ *   central moment r  c_r = sum of w_j (x_ij - m_i)^r / W      divided by the total weight, not by W - 1
+ *   sum, raw sum r, central sum r                              the same without the division
+ *   variation         sqrt(c_2) / m
+ *   skewness          c_3 / c_2^(3/2)                          NaN without deviation
+ *   kurtosis          c_4 / c_2^2 - 3                          the excess; NaN without deviation
+ *   cross-product     C_ik = sum of w_j (x_ij - m_i)(x_kj - m_k)
+ *   covariance        C_ik / (W - V / W)                unbiased; NaN for one observation
+ *   correlation       C_ik / sqrt(C_ii C_kk)            1 on the diagonal; NaN without deviation
+ *
+ * Without weights the covariance is C_ik / (n - 1). Correlations are kept within [-1, 1].
+ * Results of skipped components, and matrix elements in their rows and columns, are not touched. Weights are
+ * >= 0; an observation of weight 0 counts as absent.
+ *
+ * Methods, exactly one of:
+ *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means;
+ *   kOzkStatsOnePass         the running update, one observation after another;
+ *   kOzkStatsFastCallerMean  as fast, about the means in the array of means, which is only read;
+ * or, without any of these, one or both of
+ *   kOzkStatsCrossProductToCovariance, kOzkStatsSumsToMoments
+ * which compute the estimates from the sums and the cross-product that the task holds, without reading the
+ * observations. Each of the two bits converts whatever the mask asks for. W and V are the accumulated
+ * weights, or those of the observations where these are missing or zero. A result may not share memory with
+ * what it is computed from.
+ *
+ * Portions: where the task has accumulated weights (W, V) with W other than 0, the arrays hold the estimates
+ * of the observations so far, and this call adds its observations to them; W = V = 0 starts a fresh data set,
+ * whatever the arrays hold. The call stores the new pair. The mask must be the same for all portions of a
+ * data set. A raw-moment array that an estimate needs though the mask does not ask for it is working storage
+ * and holds the central moment of its order between the calls. Without accumulated weights every call stands
+ * alone.
+ *
+ * The arrays that an estimate needs besides its own, and each matrix needs its storage code:
+ *
+ *   estimate                fast                      one-pass, caller's mean   conversion
+ *   mean                    -                         -                         sum
+ *   raw moment r            -                         -                         raw sum r
+ *   central moment r        mean, raw moments 2 to r  mean, raw moments 2 to r  central sum r
+ *   variation               those of central moment 2, and it                   mean, central moment 2
+ *   skewness                those of central moment 3, it and central moment 2  mean, central moments 2, 3
+ *   kurtosis                those of central moment 4, it and central moment 2  mean, central moments 2, 4
+ *   sum, raw sum r          -                         -                         not available
+ *   central sum r           mean, raw moments 2 to r  mean                      not available
+ *   covariance, correlation mean                      mean                      cross-product
+ *   cross-product           mean                      mean                      not available
+ *
+ * Status, first failing check: no task kOzkStatsErrorTask; no method or several kOzkStatsErrorMethod; the
+ * arrays in the order mean, raw moments, central moments, covariance, correlation, kurtosis, skewness,
+ * variation, sum, raw sums, central sums, cross-product, each by its own status (the sum by
+ * kOzkStatsErrorSum); an estimate that the method cannot give kOzkStatsErrorMethod; number of observations
+ * missing kOzkStatsErrorObservationCount; dimension kOzkStatsErrorDimension; number below 1
+ * kOzkStatsErrorObservationCount; storage missing kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage;
+ * observations kOzkStatsErrorObservations; storage codes of covariance, correlation, cross-product as those
+ * of the observations; a further portion for which the arrays do not tell the central sums of lower order
+ * that its merge takes (a one-pass central sum of order 3 or 4 without those below it; a correlation with
+ * nothing else of second order) kOzkStatsErrorMethod; memory kOzkStatsErrorMemory. On any of these nothing is
+ * written.
+ *
+ * Accuracy: both precisions compute in double; single precision rounds its results, and so its state between
+ * portions. With u = 2^-53, n observations in one call, and |.| sums over absolute values: the error of a raw
+ * sum or mean is at most (80 + n / 512) u |sum|, that of a central sum or cross-product (fast) at most (100 +
+ * n / 64) u of the sum over absolute values, whatever the ratio of mean to deviation; measured at n up to 700
+ * below 1e-14 for ratios up to 1e12. One-pass: 5 n u in place of these. Each further portion rounds the mean
+ * to its array, which brings u times mean over deviation into the central estimates. Where a merge must take
+ * a central sum from a raw moment or raw sum (asked for together with a higher central order, but without its
+ * central twin), it keeps only the digits that mean^r and raw moment do not have in common: ask for the lower
+ * central moments as well.
+ *
+ * Threads: the observations and components are cut by sizes alone and the parts merged in a fixed order, so
+ * that the bits of the results do not depend on the number of threads, which is threading->advise_threads's.
+ * Null threading: the calling thread alone. Memory: none but 120 KB of stack; for matrices of two and more
+ * components also one block of about 8 (c p^2 + 530 t min(p, 256)) bytes on t threads, c = 16 up to p = 256,
+ * 5 to 512, 2 to 768, 1 beyond.
+ *
+ * Sources: Chan, Golub and LeVeque, The American Statistician 37 (1983); Pebay, SAND2008-6212 (2008). */
 OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                             const OzkThreading* threading);
 OZK_EXPORT int _vslsSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,

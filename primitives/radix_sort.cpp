@@ -83,19 +83,20 @@ struct Plan<4> {
 };
 template <>
 struct Plan<8> {
-    static constexpr int32_t kMergeTo = 128;
+    static constexpr int32_t kMergeTo = 256;
     using Wide = Digits<11, 11, 11, 11, 10, 10>;
     using Narrow = Digits<8, 8, 8, 8, 8, 8, 8, 8>;
 };
-constexpr int32_t kMergeMax = 128;
+constexpr int32_t kMergeMax = 256;
+constexpr int32_t kIndexMergeTo = 128;
 static_assert(Plan<4>::Wide::kBits == 32 && Plan<8>::Wide::kBits == 64 &&
               Plan<8>::Wide::kCounters == 5 * 2048);
 
-// Where wide digits pay. A shorter array does not earn the sums over thousands of counters; in a larger one
-// the 2,048 places that a pass writes to, each on a page of its own, miss the second-level TLB (some 2,000
-// entries, so 8 MiB for the array and the work buffer together).
+// Where wide digits pay. A shorter array does not earn the sums over thousands of counters. In a larger one
+// the 2,048 places that a pass writes to, each on a page of its own, miss the second-level TLB: it has some
+// 1,500 to 2,000 entries for pages of 4 KiB, and the array and the work buffer together need 1,024 here.
 constexpr int32_t kWideLengthFrom = 3000;
-constexpr size_t kWideBytesTo = size_t(4) << 20;
+constexpr size_t kWideBytesTo = size_t(2) << 20;
 
 template <int first_bit, int width>
 struct Digit {
@@ -243,15 +244,17 @@ void sort_long(Item* items, Item* work, int32_t n, KeyOf key_of) {
         radix_sort<typename Plan<bytes>::Narrow>(items, work, n, key_of);
 }
 
-// Sorts items that are in order already, or strictly in the opposite order, and tells whether they were.
-template <class Item, class KeyOf>
+// Sorts items that are in order already or in the opposite order, and tells whether they were. Reversing
+// brings items with equal keys out of order, which only matters where they are told apart by more than their
+// keys.
+template <bool items_are_keys, class Item, class KeyOf>
 bool sort_monotone(Item* items, int32_t n, KeyOf key_of) {
-    const auto falls = [&](int32_t i) { return key_of(items[i]) < key_of(items[i - 1]); };
+    const auto less = [&](int32_t i, int32_t j) { return key_of(items[i]) < key_of(items[j]); };
     int32_t i = 1;
-    while (i < n && !falls(i)) ++i;
+    while (i < n && !less(i, i - 1)) ++i;
     if (i == n) return true;
-    if (i > 1) return false;
-    while (i < n && falls(i)) ++i;
+    i = 1;
+    while (i < n && (items_are_keys ? !less(i - 1, i) : less(i, i - 1))) ++i;
     if (i < n) return false;
     std::reverse(items, items + n);
     return true;
@@ -263,7 +266,7 @@ int32_t owns_sort(T* data, T* work, int32_t n, bool descend) {
     if (const int32_t status = check(n, data, work)) return status;
     const RadixKey<T> key_of(descend);
     const bool few = n == 3 || n == 4;  // sorted in less time than one mispredicted branch takes
-    if (!few && sort_monotone(data, n, key_of)) return kOzkPrimitivesOk;
+    if (!few && sort_monotone<true>(data, n, key_of)) return kOzkPrimitivesOk;
     if (n <= Plan<sizeof(T)>::kMergeTo)
         sort_short<Key>(
             n, [=](int32_t i) { return key_of(data[i]); },
@@ -286,8 +289,8 @@ int32_t owns_sort_index(const T* keys, int32_t key_step, int32_t* index, int32_t
         return map(value);
     };
     std::iota(index, index + n, 0);
-    if (sort_monotone(index, n, key_of)) return kOzkPrimitivesOk;
-    if (n <= Plan<sizeof(uint64_t)>::kMergeTo)  // the position below the key keeps equal keys in index order
+    if (sort_monotone<false>(index, n, key_of)) return kOzkPrimitivesOk;
+    if (n <= kIndexMergeTo)  // the position below the key keeps equal keys in index order
         sort_short<uint64_t>(
             n, [=](int32_t i) { return uint64_t(key_of(i)) << 32 | uint32_t(i); },
             [=](int32_t i, uint64_t key) { index[i] = int32_t(uint32_t(key)); });

@@ -26,48 +26,24 @@ constexpr int kStandardError = 1;
 // ---- Elements and doubles
 // ---------------------------------------------------------------------------------------
 
-double real_part(Half x) {
-    return half_to_double(x);
-}
-double real_part(float x) {
-    return x;
-}
-double real_part(double x) {
-    return x;
-}
-double real_part(OzkComplex8 x) {
-    return x.re;
-}
-double real_part(OzkComplex16 x) {
-    return x.re;
-}
+double real_part(Half x) { return half_to_double(x); }
+double real_part(float x) { return x; }
+double real_part(double x) { return x; }
+double real_part(OzkComplex8 x) { return x.re; }
+double real_part(OzkComplex16 x) { return x.re; }
 
 template <class T>
 double imaginary_part(T) {
     return 0;
 }
-double imaginary_part(OzkComplex8 x) {
-    return x.im;
-}
-double imaginary_part(OzkComplex16 x) {
-    return x.im;
-}
+double imaginary_part(OzkComplex8 x) { return x.im; }
+double imaginary_part(OzkComplex16 x) { return x.im; }
 
-void assign(Half& x, double re, double) {
-    x = half_from_double(re);
-}
-void assign(float& x, double re, double) {
-    x = static_cast<float>(re);
-}
-void assign(double& x, double re, double) {
-    x = re;
-}
-void assign(OzkComplex8& x, double re, double im) {
-    x = {static_cast<float>(re), static_cast<float>(im)};
-}
-void assign(OzkComplex16& x, double re, double im) {
-    x = {re, im};
-}
+void assign(Half& x, double re, double) { x = half_from_double(re); }
+void assign(float& x, double re, double) { x = static_cast<float>(re); }
+void assign(double& x, double re, double) { x = re; }
+void assign(OzkComplex8& x, double re, double im) { x = {static_cast<float>(re), static_cast<float>(im)}; }
+void assign(OzkComplex16& x, double re, double im) { x = {re, im}; }
 
 // ---- The common reporter
 // ----------------------------------------------------------------------------------------
@@ -91,9 +67,7 @@ int errno_of(int32_t code) {
     }
 }
 
-bool same_bits(double a, double b) {
-    return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b);
-}
+bool same_bits(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
 
 // Message numbers: one headline a code, then a line a value; how many values depends on whether the function
 // had two distinct arguments and two distinct results.
@@ -195,9 +169,7 @@ int32_t whole_index(const Argument* a1, int32_t inca1, int32_t index) {
     return static_cast<int32_t>(index + bytes / step);
 }
 
-bool has_element(int32_t code) {
-    return code != kVmlBadSize && code != kVmlBadMemory;
-}
+bool has_element(int32_t code) { return code != kVmlBadSize && code != kVmlBadMemory; }
 
 }  // namespace
 

@@ -52,9 +52,7 @@ struct ScalarsOf {
     using type = NoScalars;
 };
 template <class Op>
-requires requires {
-    typename Op::Scalars;
-}
+requires requires { typename Op::Scalars; }
 struct ScalarsOf<Op> {
     using type = typename Op::Scalars;
 };
@@ -78,9 +76,7 @@ struct BlockVector {
     using type = typename Op::Vector;
 };
 template <class Op>
-requires requires {
-    Op::kWide;
-}
+requires requires { Op::kWide; }
 struct BlockVector<Op> {
     using type = simd::wide<typename Op::Vector, Op::kWide>;
 };
@@ -88,9 +84,7 @@ struct BlockVector<Op> {
 // Calls f with the vectors or elements of `x`, the scalars if there are any, and `more`.
 template <class Op, class Elements, class F, class... More>
 [[gnu::always_inline]] inline auto apply(F f, const Elements& x, const Call<Op>& call, More&... more) {
-    constexpr bool kHasScalars = requires {
-        typename Op::Scalars;
-    };
+    constexpr bool kHasScalars = requires { typename Op::Scalars; };
     if constexpr (argument_count<Op>() == 1) {
         if constexpr (kHasScalars)
             return f(x[0], call.scalars, more...);

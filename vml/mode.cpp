@@ -64,9 +64,7 @@ int64_t parse_mode(std::string_view value) {
     }
 }
 
-int32_t slot(uint64_t mode) {
-    return static_cast<int32_t>(mode & kVmlAccuracyMask) - 1;
-}
+int32_t slot(uint64_t mode) { return static_cast<int32_t>(mode & kVmlAccuracyMask) - 1; }
 
 }  // namespace
 
@@ -96,9 +94,7 @@ int64_t ozk_vml_kernel_ReadEnvVarMode(void) {
     return ozk::vml::parse_mode({buffer, static_cast<size_t>(length)});
 }
 
-uint64_t ozk_vml_kernel_GetMode(void) {
-    return current_mode();
-}
+uint64_t ozk_vml_kernel_GetMode(void) { return current_mode(); }
 
 uint64_t ozk_vml_kernel_SetMode(uint32_t mode) {
     constexpr uint32_t kFields[] = {kVmlAccuracyMask, kVmlErrorModeMask, kVmlDenormalMask, kVmlTrapMask,
@@ -110,9 +106,7 @@ uint64_t ozk_vml_kernel_SetMode(uint32_t mode) {
     return old;
 }
 
-int32_t ozk_vml_kernel_GetErrStatus(void) {
-    return thread_state.error_status;
-}
+int32_t ozk_vml_kernel_GetErrStatus(void) { return thread_state.error_status; }
 
 int32_t ozk_vml_kernel_SetErrStatus(int32_t status) {
     const int32_t old = thread_state.error_status;
@@ -120,13 +114,9 @@ int32_t ozk_vml_kernel_SetErrStatus(int32_t status) {
     return old;
 }
 
-int32_t ozk_vml_kernel_ClearErrStatus(void) {
-    return ozk_vml_kernel_SetErrStatus(kVmlOk);
-}
+int32_t ozk_vml_kernel_ClearErrStatus(void) { return ozk_vml_kernel_SetErrStatus(kVmlOk); }
 
-VmlErrorCallBack ozk_vml_kernel_GetErrorCallBack(void) {
-    return thread_state.callback;
-}
+VmlErrorCallBack ozk_vml_kernel_GetErrorCallBack(void) { return thread_state.callback; }
 
 // SetMode keeps a field that is zero, so an error mode of exactly kVmlErrorCallback outlives its callback.
 VmlErrorCallBack ozk_vml_kernel_SetErrorCallBack(VmlErrorCallBack callback) {
@@ -138,46 +128,26 @@ VmlErrorCallBack ozk_vml_kernel_SetErrorCallBack(VmlErrorCallBack callback) {
     return old;
 }
 
-VmlErrorCallBack ozk_vml_kernel_ClearErrorCallBack(void) {
-    return ozk_vml_kernel_SetErrorCallBack(nullptr);
-}
+VmlErrorCallBack ozk_vml_kernel_ClearErrorCallBack(void) { return ozk_vml_kernel_SetErrorCallBack(nullptr); }
 
 const void* ozk_vml_kernel_SetInterfInputVectorPointer(const void* base) {
     thread_state.base_input = base;
     return base;
 }
 
-int32_t ozk_vml_kernel_GetTTableIndex(void) {
-    return ozk::vml::slot(current_mode());
-}
-int32_t ozk_vml_kernel_GetTTableIndexM(int64_t, uint32_t mode) {
-    return ozk::vml::slot(mode);
-}
+int32_t ozk_vml_kernel_GetTTableIndex(void) { return ozk::vml::slot(current_mode()); }
+int32_t ozk_vml_kernel_GetTTableIndexM(int64_t, uint32_t mode) { return ozk::vml::slot(mode); }
 
-uint64_t _vmlGetMode(void) {
-    return ozk_vml_kernel_GetMode();
-}
-uint64_t _vmlSetMode(uint32_t mode) {
-    return ozk_vml_kernel_SetMode(mode);
-}
-int32_t _vmlGetErrStatus(void) {
-    return ozk_vml_kernel_GetErrStatus();
-}
-int32_t _vmlSetErrStatus(int32_t status) {
-    return ozk_vml_kernel_SetErrStatus(status);
-}
-int32_t _vmlClearErrStatus(void) {
-    return ozk_vml_kernel_ClearErrStatus();
-}
-VmlErrorCallBack _vmlGetErrorCallBack(void) {
-    return ozk_vml_kernel_GetErrorCallBack();
-}
+uint64_t _vmlGetMode(void) { return ozk_vml_kernel_GetMode(); }
+uint64_t _vmlSetMode(uint32_t mode) { return ozk_vml_kernel_SetMode(mode); }
+int32_t _vmlGetErrStatus(void) { return ozk_vml_kernel_GetErrStatus(); }
+int32_t _vmlSetErrStatus(int32_t status) { return ozk_vml_kernel_SetErrStatus(status); }
+int32_t _vmlClearErrStatus(void) { return ozk_vml_kernel_ClearErrStatus(); }
+VmlErrorCallBack _vmlGetErrorCallBack(void) { return ozk_vml_kernel_GetErrorCallBack(); }
 VmlErrorCallBack _vmlSetErrorCallBack(VmlErrorCallBack callback) {
     return ozk_vml_kernel_SetErrorCallBack(callback);
 }
-VmlErrorCallBack _vmlClearErrorCallBack(void) {
-    return ozk_vml_kernel_ClearErrorCallBack();
-}
+VmlErrorCallBack _vmlClearErrorCallBack(void) { return ozk_vml_kernel_ClearErrorCallBack(); }
 const void* _vmlSetInterfInputVectorPointer(const void* base) {
     return ozk_vml_kernel_SetInterfInputVectorPointer(base);
 }

@@ -5,7 +5,7 @@
 """
 import numpy
 import scipy
-from scipy.interpolate import Akima1DInterpolator, CubicSpline
+from scipy.interpolate import Akima1DInterpolator, CubicHermiteSpline, CubicSpline
 
 random = numpy.random.default_rng(20)
 x = numpy.cumsum(random.uniform(0.1, 1.0, 12)) - 2
@@ -46,4 +46,7 @@ print("const std::vector<OracleCase> kOracleCases = {")
 for code, condition in conditions.items():
     values = y_periodic if condition == "periodic" else y
     case("Kind::kNaturalCubic", code, values, CubicSpline(x, values, bc_type=condition, extrapolate=True))
+case("Kind::kAkima", 0, y, Akima1DInterpolator(x, y))
+case("Kind::kBessel", 12, y, CubicHermiteSpline(x, y, numpy.concatenate([ends[:1], numpy.gradient(y, x)[1:-1], ends[1:]])))
+case("Kind::kHermite", 12, y, CubicHermiteSpline(x, y, numpy.concatenate([ends[:1], y[1:-1], ends[1:]])))
 print("};")

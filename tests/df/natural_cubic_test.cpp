@@ -3,98 +3,21 @@
 #include <algorithm>
 #include <limits>
 
-#include "tests/df/support.hpp"
+#include "tests/df/cubic_properties.hpp"
 
 namespace ozk::df::test {
 namespace {
-
-constexpr int64_t kCodes[] = {kDfBoundaryNotAKnot,    kDfBoundaryFree,        kDfBoundaryFirstFirst,
-                              kDfBoundaryFirstSecond, kDfBoundarySecondFirst, kDfBoundarySecondSecond,
-                              kDfBoundaryPeriodic};
-
-// Data of ny functions, by rows; the last value of each repeats the first when they are periodic.
-template <class T>
-std::vector<T> functions(int64_t nx, int64_t ny, bool periodic) {
-    std::vector<T> y = random_values<T>(static_cast<size_t>(nx * ny), 9);
-    if (periodic)
-        for (int64_t f = 0; f < ny; ++f) y[f * nx + nx - 1] = y[f * nx];
-    return y;
-}
-
-template <class T>
-std::vector<T> by_columns(const std::vector<T>& rows, int64_t nx, int64_t ny) {
-    std::vector<T> columns(rows.size());
-    for (int64_t f = 0; f < ny; ++f)
-        for (int64_t i = 0; i < nx; ++i) columns[i * ny + f] = rows[f * nx + i];
-    return columns;
-}
-
-struct Derivatives {
-    long double value, first, second, third;
-};
-
-template <class T>
-Derivatives at(const T* c, long double d) {
-    return {c[0] + d * (c[1] + d * (c[2] + d * static_cast<long double>(c[3]))),
-            c[1] + d * (2.0L * c[2] + d * 3.0L * c[3]), 2.0L * c[2] + d * 6.0L * c[3], 6.0L * c[3]};
-}
-
-// The spline is the only cubic with these properties, so holding them is being right.
-template <class T>
-void expect_natural_cubic(const std::vector<T>& x, const T* y, const T* c, int64_t code, const T* ends) {
-    const auto n = static_cast<int64_t>(x.size()) - 1;
-    long double scale = 1, steepest = 1;
-    for (int64_t i = 0; i < n; ++i) {
-        const long double h = x[i + 1] - x[i];
-        steepest = std::max(steepest, 1 / h);
-        scale = std::max({scale, std::fabs(c[1] * h), std::fabs(c[2] * h * h), std::fabs(c[3] * h * h * h)});
-    }
-    const long double tolerance = 40 * scale * static_cast<long double>(kEpsilon<T>);
-    const auto near = [&](long double a, long double b, int derivative, const char* what, int64_t i) {
-        const long double bound = tolerance * std::pow(steepest, derivative);
-        EXPECT_LE(std::fabs(a - b), bound) << what << " at knot " << i << " of " << n << ", code " << code;
-    };
-    Derivatives before{};
-    for (int64_t i = 0; i < n; ++i) {
-        const Derivatives left = at(c + 4 * i, 0),
-                          right = at(c + 4 * i, x[i + 1] - static_cast<long double>(x[i]));
-        EXPECT_EQ(y[i], c[4 * i]);
-        near(y[i + 1], right.value, 0, "value", i + 1);
-        if (i > 0) {
-            near(before.first, left.first, 1, "first derivative", i);
-            near(before.second, left.second, 2, "second derivative", i);
-        }
-        before = right;
-    }
-    const Derivatives first = at(c, 0);
-    if (code & kDfBoundaryFirstLeft) near(ends[0], first.first, 1, "left condition", 0);
-    if (code & kDfBoundarySecondLeft) near(ends[0], first.second, 2, "left condition", 0);
-    if (code & kDfBoundaryFirstRight) near(ends[1], before.first, 1, "right condition", n);
-    if (code & kDfBoundarySecondRight) near(ends[1], before.second, 2, "right condition", n);
-    if (code == kDfBoundaryFree) {
-        near(0, first.second, 2, "free end", 0);
-        near(0, before.second, 2, "free end", n);
-    }
-    if (code == kDfBoundaryNotAKnot) {
-        near(first.third, at(c + 4, 0).third, 3, "third derivative", 1);
-        near(before.third, at(c + 4 * (n - 2), 0).third, 3, "third derivative", n - 1);
-        if (n == 2) near(0, first.third, 3, "parabola", 0);
-    }
-    if (code == kDfBoundaryPeriodic) {
-        near(before.first, first.first, 1, "periodic slope", n);
-        near(before.second, first.second, 2, "periodic curvature", n);
-    }
-}
 
 template <class T>
 class NaturalCubicSpline : public ::testing::Test {};
 TYPED_TEST_SUITE(NaturalCubicSpline, Precisions);
 
+// The spline is the only cubic with these properties, so holding them is being right.
 TYPED_TEST(NaturalCubicSpline, HasItsDefiningPropertiesInEveryLayout) {
     using T = TypeParam;
     constexpr int64_t ny = 3;
     const T ends[2] = {T(1.5), T(-0.75)};
-    for (int64_t code : kCodes) {
+    for (int64_t code : kCubicCodes) {
         for (int64_t nx : {2, 3, 4, 5, 6, 17, 299, 300, 1000}) {
             if (nx == 2 && code == kDfBoundaryNotAKnot) continue;
             const std::vector<T> rows = functions<T>(nx, ny, code == kDfBoundaryPeriodic);
@@ -110,8 +33,8 @@ TYPED_TEST(NaturalCubicSpline, HasItsDefiningPropertiesInEveryLayout) {
                     task.describe(kDfOrderCubic, kDfTypeNatural, code, ends);
                     ASSERT_EQ(kDfOk, Df<T>::natural_cubic(task.handle, nullptr, nullptr));
                     for (int64_t f = 0; f < ny; ++f)
-                        expect_natural_cubic(x, rows.data() + f * nx,
-                                             task.coefficients.data() + f * 4 * (nx - 1), code, ends);
+                        expect_cubic(x, rows.data() + f * nx, task.coefficients.data() + f * 4 * (nx - 1),
+                                     code, ends, {.slope = true, .curvature = true});
                 }
             }
         }

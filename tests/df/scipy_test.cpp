@@ -7,7 +7,7 @@
 namespace ozk::df::test {
 namespace {
 
-enum class Kind { kNaturalCubic };
+enum class Kind { kNaturalCubic, kAkima, kBessel, kHermite };
 
 struct OracleCase {
     Kind kind;
@@ -28,6 +28,16 @@ int construct(Kind kind, Task<T>& task, int64_t boundary, const T* ends) {
         case Kind::kNaturalCubic:
             task.describe(kDfOrderCubic, kDfTypeNatural, boundary, ends);
             return Df<T>::natural_cubic(task.handle, nullptr, nullptr);
+        case Kind::kAkima:
+            task.describe(kDfOrderCubic, kDfTypeAkima, boundary, ends);
+            return Df<T>::akima_cubic(task.handle, nullptr, nullptr);
+        case Kind::kBessel:
+            task.describe(kDfOrderCubic, kDfTypeBessel, boundary, ends);
+            return Df<T>::bessel_cubic(task.handle, nullptr, nullptr);
+        case Kind::kHermite:  // the values serve as slopes
+            task.describe(kDfOrderCubic, kDfTypeHermite, boundary, ends, kDfInternalFirst,
+                          static_cast<const T*>(task.handle->y[0]) + 1);
+            return Df<T>::hermite_cubic(task.handle, nullptr, nullptr);
     }
     return -1;
 }

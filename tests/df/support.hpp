@@ -29,6 +29,13 @@ struct Df;
         static constexpr auto query_index = ozk_df_kernel_##p##QueryIdxPtr;               \
         static constexpr auto edit_spline = ozk_df_kernel_##p##EditPPSpline1D;            \
         static constexpr auto natural_cubic = ozk_df_kernel_##p##DFNaturalCubicSpline1D;  \
+        static constexpr auto linear = ozk_df_kernel_##p##DFLinearSpline1D;               \
+        static constexpr auto quadratic = ozk_df_kernel_##p##DFQuadraticSpline1D;         \
+        static constexpr auto default_cubic = ozk_df_kernel_##p##DFDefaultCubicSpline1D;  \
+        static constexpr auto hermite_cubic = ozk_df_kernel_##p##DFHermiteCubicSpline1D;  \
+        static constexpr auto bessel_cubic = ozk_df_kernel_##p##DFBesselCubicSpline1D;    \
+        static constexpr auto hyman_cubic = ozk_df_kernel_##p##DFHymanCubicSpline1D;      \
+        static constexpr auto akima_cubic = ozk_df_kernel_##p##DFAkimaCubicSpline1D;      \
         static constexpr auto search = ozk_df_kernel_##p##DFSearch1D;                     \
         static constexpr auto uniform32 = ozk_df_kernel_##p##DFUniformSearch1D32;         \
         static constexpr auto uniform64 = ozk_df_kernel_##p##DFUniformSearch1D64;         \
@@ -111,6 +118,18 @@ struct Task {
     static constexpr T kMark = T(-12345);
 };
 
+// Value and derivatives at distance d of the cubic, or lower, polynomial with `order` coefficients.
+struct Derivatives {
+    long double value, first, second, third;
+};
+
+template <class T>
+Derivatives at(const T* c, int64_t order, long double d) {
+    const auto coefficient = [&](int64_t k) { return k < order ? static_cast<long double>(c[k]) : 0; };
+    const long double c1 = coefficient(1), c2 = coefficient(2), c3 = coefficient(3);
+    return {c[0] + d * (c1 + d * (c2 + d * c3)), c1 + d * (2 * c2 + d * 3 * c3), 2 * c2 + d * 6 * c3, 6 * c3};
+}
+
 // Ascending knots with distances between 0.1 and 1.
 template <class T>
 std::vector<T> random_knots(int64_t nx, unsigned seed) {
@@ -130,5 +149,26 @@ std::vector<T> random_values(size_t count, unsigned seed) {
     for (T& v : y) v = static_cast<T>(value(engine));
     return y;
 }
+
+// ny functions at nx knots by rows; the last value of each repeats the first when they are periodic.
+template <class T>
+std::vector<T> functions(int64_t nx, int64_t ny, bool periodic) {
+    std::vector<T> y = random_values<T>(static_cast<size_t>(nx * ny), 9);
+    if (periodic)
+        for (int64_t f = 0; f < ny; ++f) y[f * nx + nx - 1] = y[f * nx];
+    return y;
+}
+
+template <class T>
+std::vector<T> by_columns(const std::vector<T>& rows, int64_t nx, int64_t ny) {
+    std::vector<T> columns(rows.size());
+    for (int64_t f = 0; f < ny; ++f)
+        for (int64_t i = 0; i < nx; ++i) columns[i * ny + f] = rows[f * nx + i];
+    return columns;
+}
+
+inline constexpr int64_t kCubicCodes[] = {
+    kDfBoundaryNotAKnot,    kDfBoundaryFree,         kDfBoundaryFirstFirst, kDfBoundaryFirstSecond,
+    kDfBoundarySecondFirst, kDfBoundarySecondSecond, kDfBoundaryPeriodic};
 
 }  // namespace ozk::df::test

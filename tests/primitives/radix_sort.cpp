@@ -175,7 +175,8 @@ void for_each_length(int32_t longest, Check check) {
     for (int32_t n = 1; n <= 3000; ++n) check(Data(n % kKinds), n);
     for (int kind = 0; kind < kKinds; ++kind) {
         for (int32_t n = 1; n <= 20; ++n) check(Data(kind), n);
-        for (const int32_t n : {31, 32, 33, 63, 64, 65, 66, 127, 128, 129, 130, 255, 2999, 3000, 3001, 40000})
+        for (const int32_t n :
+             {31, 32, 33, 63, 64, 65, 66, 127, 128, 129, 130, 256, 257, 2999, 3000, 3001, 40000})
             check(Data(kind), n);
     }
     check(Data::kBits, longest);

@@ -13,9 +13,7 @@ namespace {
 constexpr uint64_t kGolden = 0x9e3779b97f4a7c15;
 
 // Uniform in [0, 1).
-double unit(uint64_t random) {
-    return static_cast<double>(random >> 11) * 0x1p-53;
-}
+double unit(uint64_t random) { return static_cast<double>(random >> 11) * 0x1p-53; }
 
 template <class T>
 void with_neighbours(std::vector<T>& list, T x, int each_side) {

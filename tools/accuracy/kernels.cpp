@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ozk_vml.h"
+
 namespace ozk::accuracy {
 namespace {
 
@@ -20,12 +22,17 @@ void* library() {
     return handle;
 }
 
+}  // namespace
+
+void* exported(const char* name) { return dlsym(library(), name); }
+
+namespace {
+
 // Special values are expected here: nothing is to be raised or printed for them.
 void ignore_errors() {
-    constexpr unsigned kErrorIgnore = 0x100;
     thread_local const bool done = [] {
-        if (void* set_mode = dlsym(library(), "_vmlSetMode"))
-            reinterpret_cast<uint64_t (*)(uint32_t)>(set_mode)(kErrorIgnore);
+        if (void* set_mode = exported("_vmlSetMode"))
+            reinterpret_cast<decltype(&_vmlSetMode)>(set_mode)(kVmlErrorIgnore);
         return true;
     }();
     (void)done;
@@ -69,13 +76,29 @@ std::vector<Subject<T>> kernels(const Oracle& oracle) {
     std::vector<Subject<T>> found;
     const std::string table = std::string("ozk_vml_kernel_") + (sizeof(T) == 4 ? "s" : "d") +
                               std::string(oracle.function) + "_ttab";
-    auto* const slots = static_cast<void* const*>(dlsym(library(), table.c_str()));
+    auto* const slots = static_cast<void* const*>(exported(table.c_str()));
     if (!slots) return found;
     constexpr int kHaSlot = 1;
     for (int slot = 0; slot < 3; ++slot)
         if (slot == kHaSlot || slots[slot] != slots[kHaSlot])
             found.push_back({kLevels[slot], call_of<T>(oracle.shape, slots[slot])});
     return found;
+}
+
+std::vector<std::string> unmeasured() {
+    struct Row {
+        std::string_view type, function, state;
+    };
+    static constexpr Row kCatalogue[] = {
+#define OZK_FN(type, function, shape, la, ha, ep, state, ...) {#type, #function, #state},
+#include "vml/catalogue.def"
+#undef OZK_FN
+    };
+    std::vector<std::string> names;
+    for (const auto& [type, function, state] : kCatalogue)
+        if (state == "built" && (type == "c" || type == "z" || !find_oracle(function)))
+            names.push_back(std::string(type) + std::string(function));
+    return names;
 }
 
 template std::vector<Subject<float>> kernels(const Oracle&);

@@ -18,9 +18,16 @@ double limit_of(const std::string& level) {
     return sizeof(T) == 4 ? 0x1p12 : 0x1p26;
 }
 
+// An exported name of the kernel library, or null.
+void* exported(const char* name);
+
 // One subject for each different kernel in the function's table, named by its level; none when the library
 // has no such function.
 template <class T>
 std::vector<Subject<T>> kernels(const Oracle& oracle);
+
+// The built functions of the catalogue, type letter first, that have no row of oracles: complex ones among
+// them.
+std::vector<std::string> unmeasured();
 
 }  // namespace ozk::accuracy

@@ -111,6 +111,8 @@ int main(int argc, char** argv) {
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     fmt::print("{}\n", table.text());
+    if (const auto rest = unmeasured(); options.function.empty() && !rest.empty())
+        fmt::print(stderr, "built, but not measured here: {}\n", fmt::join(rest, " "));
     fmt::print(stderr, "{:.1f} s on {} threads\n", seconds.count(), options.threads);
     if (!options.markdown.empty() && !(std::ofstream(options.markdown) << table.text())) {
         fmt::print(stderr, "ozk_accuracy: {}: cannot be written\n", options.markdown);

@@ -18,9 +18,7 @@ std::string decimal(mpfr_srcptr y) {
     return text;
 }
 
-bool worse(const Worst& x, const Worst& y) {
-    return x.ulp > y.ulp || (x.ulp == y.ulp && x.index < y.index);
-}
+bool worse(const Worst& x, const Worst& y) { return x.ulp > y.ulp || (x.ulp == y.ulp && x.index < y.index); }
 
 // The exact values of one block, and the subjects' results beside them.
 template <class T>

@@ -45,9 +45,7 @@ int of_degrees(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t round) {
     return kOfUnits(y, x, 360, round);
 }
 
-int reciprocal(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t round) {
-    return mpfr_ui_div(y, 1, x, round);
-}
+int reciprocal(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t round) { return mpfr_ui_div(y, 1, x, round); }
 
 int reciprocal_sqrt(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t round) {
     if (!mpfr_zero_p(x)) return mpfr_rec_sqrt(y, x, round);
@@ -495,9 +493,7 @@ const std::vector<Oracle> kOracles = {
 
 }  // namespace
 
-const std::vector<Oracle>& oracles() {
-    return kOracles;
-}
+const std::vector<Oracle>& oracles() { return kOracles; }
 
 const Oracle* find_oracle(std::string_view function) {
     const auto row = std::find_if(kOracles.begin(), kOracles.end(),

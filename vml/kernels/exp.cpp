@@ -11,8 +11,7 @@
 //   EP  T = 128, degree 2: 2^-28.1 relative, the polynomial's.
 //
 // Special lanes: the high word of |x| is at least that of 708.3956, which takes in infinities and NaN. Below
-// it neither 2^k nor the result leaves the normal range, so that k can be added to the table entry's exponent
-// field.
+// it the result is normal, so that k can be added to the exponent field of the sum.
 
 #include <bit>
 #include <cmath>
@@ -36,7 +35,7 @@ constexpr int32_t kFastBoundHighWord = 0x4086232A;
 constexpr double kShifter = 0x1.8p52;  // x + kShifter holds round(x) in its low bits
 
 struct ExpHigh {
-    static constexpr int kTableBits = 6;
+    static constexpr int kTableBits = 6, kWide = 4;
     static constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64 / ln 2
     static constexpr double kStepHigh = 0x1.62e42fefap-7;     // ln 2 / 64, 37 bits: N kStepHigh is exact
     static constexpr double kStepLow = 0x1.cf79abc9e3b3ap-46;
@@ -46,7 +45,7 @@ struct ExpHigh {
     static constexpr double kC5 = 0x1.111112d9f549bp-7;  // 0.00833333416441411
 };
 struct ExpLow {
-    static constexpr int kTableBits = 10;
+    static constexpr int kTableBits = 10, kWide = 2;
     static constexpr double kInvStep = 0x1.71547652b82fep+10;  // 1024 / ln 2
     static constexpr double kStepHigh = 0x1.62e42fecp-11;      // ln 2 / 1024, 31 bits
     static constexpr double kStepLow = 0x1.d1cf79abc9e3bp-42;
@@ -54,7 +53,7 @@ struct ExpLow {
     static constexpr double kC3 = 0x1.5555555555556p-3;  // 0.16666666666666669
 };
 struct ExpFast {
-    static constexpr int kTableBits = 7;
+    static constexpr int kTableBits = 7, kWide = 2;
     static constexpr double kInvStep = 0x1.71547652b82fep+7;  // 128 / ln 2
     static constexpr double kStep = 0x1.62e42fefa39efp-8;     // ln 2 / 128
     static constexpr double kC2 = 0x1.ffffc2808f7e8p-2;       // 0.49999908361121337
@@ -93,7 +92,7 @@ struct Exp {
     using Result = double;
     using Vector = f64x2;
     static constexpr double kOrdinary = 0.0;
-    static constexpr int kWide = 4;
+    static constexpr int kWide = Level::kWide;
 
     // The sign bit of each special lane; the rest of the mask is of no consequence.
     OZK_SIMD static f64x2 special(f64x2 x) {
@@ -126,8 +125,9 @@ struct Exp {
         } else {
             entry = simd::gather(std::is_same_v<Level, ExpLow> ? kExp1024 : kExp128, index);
         }
-        const V scale = as_f64(bits(entry) + simd::shift_left<52 - kBits>(n));
-        return scale + scale * p;
+        // Scaled last: a product with a scaled entry could fall below the normal range and lose bits.
+        const V sum = entry + entry * p;
+        return as_f64(bits(sum) + simd::shift_left<52>(simd::shift_right<kBits>(n)));
     }
     template <class V>
     OZK_SIMD static V compute(V x) {
@@ -138,12 +138,8 @@ struct Exp {
     static int scalar(double x, double& result);
 };
 
-double power_of_two(int64_t exponent) {
-    return std::bit_cast<double>((exponent + 1023) << 52);
-}
-int64_t biased_exponent(double x) {
-    return std::bit_cast<int64_t>(x) >> 52 & 0x7FF;
-}
+double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent + 1023) << 52); }
+int64_t biased_exponent(double x) { return std::bit_cast<int64_t>(x) >> 52 & 0x7FF; }
 
 [[gnu::cold]] int exp_scalar(double x, double& result) {
     constexpr double kOverflow = 0x1.62e42fefa39efp+9;  // 709.782712893384: largest with a finite result

@@ -19,14 +19,11 @@ namespace {
 
 constexpr int64_t kItems = 16;             // enough to share among as many threads
 constexpr int64_t kMomentTile = 32;        // components of a tile without cross-products
-constexpr int64_t kMatrixTile = 128;       // and with them: a panel of it stays in the second-level cache
-constexpr int kMatrixBlock = 256;          // observations of a panel
+constexpr int64_t kMatrixTile = 256;       // and with them: a panel of it stays in the second-level cache
 constexpr int64_t kChunk = 4 * kMaxBlock;  // observations, below which a chunk is not worth its merge
 constexpr int64_t kSerial = 1 << 15;       // values, below which one thread is the fastest
 
-int64_t divide_up(int64_t a, int64_t b) {
-    return (a + b - 1) / b;
-}
+int64_t divide_up(int64_t a, int64_t b) { return (a + b - 1) / b; }
 
 // What is common to both ways: the data, how it is cut, and how chunks are computed and joined.
 struct Job {
@@ -122,7 +119,6 @@ struct Job {
 };
 
 // ---- Without cross-products
-// ------------------------------------------------------------------------------------
 
 struct MomentJob : Job {
     using Job::Job;
@@ -179,7 +175,6 @@ Weight estimate_moments(const Request& request, const OzkThreading* threading) {
 }
 
 // ---- With cross-products
-// ---------------------------------------------------------------------------------------
 
 struct MatrixJob : Job {
     using Job::Job;
@@ -217,11 +212,11 @@ void add_product(void* context, int64_t columns) {
     const Product& p = *static_cast<const Product*>(context);
     const double one = 1;
     if (p.left == p.right) {
-        ozk_blas_xdsyrk("U", "T", &p.left_count, &columns, &one, p.left, &kRow, &one, p.result, &p.leading, 1,
-                        1);
+        ozk_blas_xdsyrk("U", "T", &p.left_count, &columns, &one, p.left, &kPanelRow, &one, p.result,
+                        &p.leading, 1, 1);
     } else {
-        ozk_blas_xdgemm("T", "N", &p.left_count, &p.right_count, &columns, &one, p.left, &kRow, p.right,
-                        &kRow, &one, p.result, &p.leading, 1, 1);
+        ozk_blas_xdgemm("T", "N", &p.left_count, &p.right_count, &columns, &one, p.left, &kPanelRow, p.right,
+                        &kPanelRow, &one, p.result, &p.leading, 1, 1);
     }
 }
 
@@ -232,8 +227,8 @@ int matrix_item(int64_t item, int64_t thread, void* context) {
     while (row > column) row -= ++column;
     const int64_t top = job.tile_start(row), left = job.tile_start(column);
     const int64_t height = job.tile_count(row), width = job.tile_count(column);
-    double* panel = job.panels + thread * 2 * job.width * kRow;
-    double* second_panel = row == column ? panel : panel + job.width * kRow;
+    double* panel = job.panels + thread * 2 * job.width * kPanelRow;
+    double* second_panel = row == column ? panel : panel + job.width * kPanelRow;
     double* result = job.cross + (chunk * job.count + left) * job.count + top;
     for (int64_t i = 0; i < width; ++i) std::fill_n(result + i * job.count, height, 0.0);
     Product product = {panel, second_panel, height, width, job.count, result};
@@ -264,7 +259,7 @@ int matrix_row_item(int64_t item, int64_t, void* context) {
 
 int estimate_with_cross_products(const Request& request, const OzkThreading* threading, int64_t selected,
                                  Weight& total) {
-    MatrixJob job(request, threading, kMatrixBlock);
+    MatrixJob job(request, threading, kPanelBlock);
     job.count = selected;
     job.tiles = divide_up(selected, kMatrixTile);
     job.width = divide_up(selected, job.tiles);
@@ -273,13 +268,13 @@ int estimate_with_cross_products(const Request& request, const OzkThreading* thr
     job.thread_count = job.threads(items);
 
     const int64_t doubles =
-        job.thread_count * 2 * job.width * kRow + job.chunks * selected * (selected + 1) + 2 * selected;
+        job.thread_count * 2 * job.width * kPanelRow + job.chunks * selected * (selected + 1) + 2 * selected;
     const int64_t moments = job.chunks * selected;
     void* memory = ozk_serv_allocate(
         doubles * sizeof(double) + moments * sizeof(Moments) + selected * sizeof(int64_t), 128);
     if (memory == nullptr) return kOzkStatsErrorMemory;
     job.panels = static_cast<double*>(memory);
-    job.cross = job.panels + job.thread_count * 2 * job.width * kRow;
+    job.cross = job.panels + job.thread_count * 2 * job.width * kPanelRow;
     job.steps = job.cross + job.chunks * selected * selected;
     job.previous_deviations = job.steps + job.chunks * selected;
     job.deviations = job.previous_deviations + selected;

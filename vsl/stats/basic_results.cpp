@@ -15,18 +15,10 @@ namespace {
 
 enum class Source { kNone, kCentralSum, kCentralMoment, kWorkingMoment, kCrossProduct, kRawMoment, kRawSum };
 
-constexpr uint64_t raw_moment(int order) {
-    return kOzkStatsRawMoment2 << (order - 2);
-}
-constexpr uint64_t raw_sum(int order) {
-    return kOzkStatsRawSum2 << (order - 2);
-}
-constexpr uint64_t central_moment(int order) {
-    return kOzkStatsCentralMoment2 << (order - 2);
-}
-constexpr uint64_t central_sum(int order) {
-    return kOzkStatsCentralSum2 << (order - 2);
-}
+constexpr uint64_t raw_moment(int order) { return kOzkStatsRawMoment2 << (order - 2); }
+constexpr uint64_t raw_sum(int order) { return kOzkStatsRawSum2 << (order - 2); }
+constexpr uint64_t central_moment(int order) { return kOzkStatsCentralMoment2 << (order - 2); }
+constexpr uint64_t central_sum(int order) { return kOzkStatsCentralSum2 << (order - 2); }
 static_assert(raw_moment(4) == kOzkStatsRawMoment4 && raw_sum(4) == kOzkStatsRawSum4);
 static_assert(central_moment(4) == kOzkStatsCentralMoment4 && central_sum(4) == kOzkStatsCentralSum4);
 

@@ -20,9 +20,7 @@ using simd::f64x2;
 
 namespace {
 
-double mean_step(const Moments& a, const Moments& b) {
-    return (b.origin - a.origin) + (b.offset - a.offset);
-}
+double mean_step(const Moments& a, const Moments& b) { return (b.origin - a.origin) + (b.offset - a.offset); }
 
 }  // namespace
 
@@ -79,21 +77,30 @@ struct Scratch {
     RunningFactors factors;
 };
 
-// out[k - 1] = sum of w (x - shift)^k for k = 1 to kOrder; without kShifted, of w x^k.
-template <int kOrder, bool kWeighted, bool kShifted>
-void power_sums(const double* x, const double* w, int count, double shift, double* out) {
+enum class Powers { kRaw, kCentral, kCentralStored };
+
+// out[k - 1] = sum of w v^k for k = 1 to kOrder, where v is x, or else x - shift; kCentralStored also keeps
+// sqrt(w) v in row. The central sums come second in a block, so that they can ask for the next one meanwhile.
+template <int kOrder, bool kWeighted, Powers kPowers>
+void power_sums(const double* x, const Block& block, double shift, double* row, double* out) {
     constexpr int kChains = kOrder <= 2 ? 4 : 2;  // independent additions, enough to hide their latency
+    constexpr bool kShifted = kPowers != Powers::kRaw, kStored = kPowers == Powers::kCentralStored;
     const f64x2 shifts = simd::broadcast(shift);
+    const int count = block.count;
     f64x2 sums[kOrder][kChains];
     for (auto& chains : sums)
         for (f64x2& chain : chains) chain = simd::broadcast(0.0);
     int j = 0;
     for (; j + 2 * kChains <= count; j += 2 * kChains) {
+        if constexpr (kShifted) __builtin_prefetch(x + count + j);
         for (int c = 0; c < kChains; ++c) {
-            f64x2 value = simd::load(x + j + 2 * c);
+            const int at = j + 2 * c;
+            f64x2 value = simd::load(x + at);
             if constexpr (kShifted) value = value - shifts;
             f64x2 term = value;
-            if constexpr (kWeighted) term = simd::load(w + j + 2 * c) * value;
+            if constexpr (kWeighted) term = simd::load(block.weights + at) * value;
+            if constexpr (kStored)
+                simd::store(row + at, kWeighted ? simd::load(block.roots + at) * value : value);
             sums[0][c] = sums[0][c] + term;
             for (int k = 1; k < kOrder; ++k) {
                 term = term * value;
@@ -107,40 +114,36 @@ void power_sums(const double* x, const double* w, int count, double shift, doubl
     }
     for (; j < count; ++j) {
         const double value = kShifted ? x[j] - shift : x[j];
-        double term = kWeighted ? w[j] * value : value;
+        double term = kWeighted ? block.weights[j] * value : value;
+        if constexpr (kStored) row[j] = kWeighted ? block.roots[j] * value : value;
         out[0] += term;
         for (int k = 1; k < kOrder; ++k) out[k] += term *= value;
     }
 }
 
-using PowerSums = void (*)(const double* x, const double* w, int count, double shift, double* out);
+using PowerSums = void (*)(const double* x, const Block& block, double shift, double* row, double* out);
 
-template <bool kWeighted, bool kShifted>
-constexpr PowerSums kPowerSums[] = {nullptr, power_sums<1, kWeighted, kShifted>,
-                                    power_sums<2, kWeighted, kShifted>, power_sums<3, kWeighted, kShifted>,
-                                    power_sums<4, kWeighted, kShifted>};
+template <bool kWeighted, Powers kPowers>
+constexpr PowerSums kPowerSums[] = {nullptr, power_sums<1, kWeighted, kPowers>,
+                                    power_sums<2, kWeighted, kPowers>, power_sums<3, kWeighted, kPowers>,
+                                    power_sums<4, kWeighted, kPowers>};
+
+template <Powers kPowers>
+void sum_powers(int order, const double* x, const Block& block, double shift, double* row, double* out) {
+    const auto& sums = block.weights != nullptr ? kPowerSums<true, kPowers> : kPowerSums<false, kPowers>;
+    sums[order](x, block, shift, row, out);
+}
 
 void raw_sums(int order, const double* x, const Block& block, double* out) {
-    const auto& sums = block.weights != nullptr ? kPowerSums<true, false> : kPowerSums<false, false>;
-    if (order > 0) sums[order](x, block.weights, block.count, 0, out);
+    if (order > 0) sum_powers<Powers::kRaw>(order, x, block, 0, nullptr, out);
 }
 
-void central_sums(int order, const double* x, const Block& block, double shift, double* out) {
-    const auto& sums = block.weights != nullptr ? kPowerSums<true, true> : kPowerSums<false, true>;
-    sums[order](x, block.weights, block.count, shift, out);
-}
-
-// Row of a panel: sqrt(w) (x - shift - rest), where shift + rest is the mean to twice the precision.
-void scale_deviations(const double* x, const Block& block, double shift, double rest, double* row) {
-    const f64x2 shifts = simd::broadcast(shift), rests = simd::broadcast(rest);
-    int j = 0;
-    for (; j + 2 <= block.count; j += 2) {
-        f64x2 value = simd::load(x + j) - shifts - rests;
-        if (block.roots != nullptr) value = value * simd::load(block.roots + j);
-        simd::store(row + j, value);
+void central_sums(int order, const double* x, const Block& block, double shift, double* row, double* out) {
+    if (row != nullptr) {
+        sum_powers<Powers::kCentralStored>(order, x, block, shift, row, out);
+    } else {
+        sum_powers<Powers::kCentral>(order, x, block, shift, row, out);
     }
-    for (; j < block.count; ++j)
-        row[j] = (x[j] - shift - rest) * (block.roots != nullptr ? block.roots[j] : 1);
 }
 
 // One component of one block about the block's mean or the given one, merged into `moments`, whose run so far
@@ -155,12 +158,16 @@ void add_block(const Scheme& scheme, const double* x, const Block& block, double
     raw_sums(scheme.raw_order, x, block, added.raw);
     if (own_mean) shift = added.raw[0] / weight;
     if (scheme.central_order >= 2) {
-        central_sums(scheme.central_order, x, block, shift, d);
+        central_sums(scheme.central_order, x, block, shift, row, d);
         if (own_mean) rest = d[0] / weight;
         const double rest2 = rest * rest;
         added.central[0] = d[1] - rest2 * weight;
         added.central[1] = d[2] - 3 * rest * d[1] + 2 * weight * rest2 * rest;
         added.central[2] = d[3] - 4 * rest * d[2] + 6 * rest2 * d[1] - 3 * weight * rest2 * rest2;
+        // Hardly ever is the rounding of the mean visible in the cross-products.
+        if (row != nullptr && rest2 * weight > 0x1p-54 * added.central[0])
+            for (int j = 0; j < block.count; ++j)
+                row[j] = (x[j] - shift - rest) * (block.roots != nullptr ? block.roots[j] : 1);
         // Distinct doubles differ by a unit of their last place, and the first mean is wrong by less than B
         // of these: where less than 2^-40 of the sum remains, all values are equal, what remains is rounding,
         // and the rounded mean is exact.
@@ -168,14 +175,12 @@ void add_block(const Scheme& scheme, const double* x, const Block& block, double
             added.central[0] = added.central[1] = added.central[2] = 0;
             shift += rest;
             rest = 0;
+            if (row != nullptr) std::fill_n(row, block.count, 0.0);
         }
     }
     added.origin = shift;
     added.offset = rest;
-    if (row != nullptr) {
-        scale_deviations(x, block, shift, rest, row);
-        row[block.count] = scaled_step(moments, before, added, weight);
-    }
+    if (row != nullptr) row[block.count] = scaled_step(moments, before, added, weight);
     merge(moments, before, added, weight, scheme.central_order);
 }
 
@@ -278,25 +283,26 @@ void gather(const Real* first, int64_t step, const int64_t* components, int coun
         for (int k = 0; k < count; ++k) strip[k * kRow + j] = first[j * step + components[k]];
 }
 
-OZK_SIMD f64x2 load_pair(const double* p) {
-    return simd::load(p);
-}
-OZK_SIMD f64x2 load_pair(const float* p) {
-    return simd::pair(p[0], p[1]);
-}
+OZK_SIMD f64x2 load_pair(const double* p) { return simd::load(p); }
+OZK_SIMD f64x2 load_pair(const float* p) { return simd::pair(p[0], p[1]); }
 
-// The same for a whole strip of neighbours.
+// The same for a whole strip of neighbours, a cache line of each run at a time.
 template <class Real>
-void transpose(const Real* first, int64_t step, int block, double* strip) {
+void transpose(const Real* first, int64_t step, const int64_t* components, int block, double* strip) {
+    constexpr int kLine = 8;
+    const Real* corner = first + components[0];
     int j = 0;
-    for (; j + 2 <= block; j += 2, first += 2 * step) {
+    for (; j + kLine <= block; j += kLine, corner += kLine * step) {
         for (int k = 0; k < kStrip; k += 2) {
-            const f64x2 here = load_pair(first + k), next = load_pair(first + step + k);
-            simd::store(strip + k * kRow + j, simd::interleave_low(here, next));
-            simd::store(strip + (k + 1) * kRow + j, simd::interleave_high(here, next));
+            for (int r = 0; r < kLine; r += 2) {
+                const f64x2 here = load_pair(corner + r * step + k),
+                            next = load_pair(corner + (r + 1) * step + k);
+                simd::store(strip + k * kRow + j + r, simd::interleave_low(here, next));
+                simd::store(strip + (k + 1) * kRow + j + r, simd::interleave_high(here, next));
+            }
         }
     }
-    for (int k = 0; k < kStrip && j < block; ++k) strip[k * kRow + j] = first[k];
+    gather(first + j * step, step, components, kStrip, block - j, strip + j);
 }
 
 template <class Real>
@@ -309,7 +315,7 @@ void copy_rows(const Observations& observations, const int64_t* components, int 
         for (int k = 0; k < count; ++k)
             std::copy_n(first + components[k] * observations.component_stride, block.count, strip + k * kRow);
     } else if (count == kStrip && components[kStrip - 1] == components[0] + kStrip - 1) {
-        transpose(first + components[0], step, block.count, strip);
+        transpose(first, step, components, block.count, strip);
     } else {
         gather(first, step, components, count, block.count, strip);
     }
@@ -366,7 +372,7 @@ Weight accumulate(const Observations& observations, const Scheme& scheme, int64_
                 double* rows[kStrip];
                 find_rows(observations, tile->components + k, width, block, scratch.strip, x);
                 for (int i = 0; i < width; ++i)
-                    rows[i] = tile->panel != nullptr ? tile->panel + (k + i) * kRow : nullptr;
+                    rows[i] = tile->panel != nullptr ? tile->panel + (k + i) * kPanelRow : nullptr;
                 if (running) {
                     run_block(scheme, x, block, width, run.total, scratch.factors, tile->moments + k,
                               tile->panel != nullptr ? rows : nullptr);

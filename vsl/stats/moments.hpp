@@ -14,9 +14,11 @@ namespace ozk::stats {
 
 inline constexpr int kMaxBlock = 512;  // observations of one block: a component's run of them stays in L1
 inline constexpr int kStrip = 8;       // components gathered together: a cache line of an observation
-// Distance of two components' runs in scratch, beyond the block so that rows do not share a cache set; the
-// columns past the block hold the correction of a merge.
+// Distance of two components' runs in scratch: beyond the block, so that rows do not share a cache set.
 inline constexpr int64_t kRow = kMaxBlock + 8;
+// A panel's block, and the distance of its rows; the column past the block holds the correction of a merge.
+inline constexpr int kPanelBlock = 256;
+inline constexpr int64_t kPanelRow = kPanelBlock + 8;
 
 // About what the central sums of a block are taken.
 enum class Centre {
@@ -68,12 +70,12 @@ struct Scheme {
     Centre centre;
     int raw_order;      // highest order of raw sums, 0 for none
     int central_order;  // highest order of central sums, 1 for the mean alone
-    int block;          // observations of a block, at most kMaxBlock
+    int block;          // observations of a block, at most kMaxBlock, or kPanelBlock with panels
 };
 
 // Some components, their moments, and a panel for their scaled deviations (null when those are not wanted):
-// row k of kRow values for component k. The scalar products of the rows, summed over the blocks of a run, are
-// the run's cross-product matrix.
+// row k of kPanelRow values for component k. The scalar products of the rows, summed over the blocks of a
+// run, are the run's cross-product matrix.
 struct Tile {
     const int64_t* components;
     int64_t count;

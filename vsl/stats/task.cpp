@@ -42,10 +42,8 @@ struct Parameter {
     int16_t missing;  // status for a null pointer
 };
 
-#define OZK_PARAMETER(id, kind, field, missing)                                                \
-    Parameter {                                                                                \
-        kOzkStatsId##id, Kind::k##kind, offsetof(OzkStatsTask, field), kOzkStatsError##missing \
-    }
+#define OZK_PARAMETER(id, kind, field, missing) \
+    Parameter { kOzkStatsId##id, Kind::k##kind, offsetof(OzkStatsTask, field), kOzkStatsError##missing }
 
 constexpr Parameter kParameters[] = {
     OZK_PARAMETER(Dimension, Integer, dimension, Dimension),

@@ -187,7 +187,6 @@ TEST(StatsBasic, ConversionsTakeSumsToMomentsAndCrossProductsToCovariances) {
 }
 
 // ---- Statuses
-// -----------------------------------------------------------------------------------------------------
 
 struct Bare {
     int64_t p = 2, n = 3, storage = kOzkStatsByComponent, full = kOzkStatsMatrixFull;
@@ -332,7 +331,6 @@ TEST(StatsBasic, BadMethodsAndParametersAreRefusedInOrder) {
 }
 
 // ---- Threads, degenerate data
-// --------------------------------------------------------------------------------------
 
 int parallel_for(int64_t items, int64_t threads, void* context, OzkLoopBody body) {
     std::vector<std::thread> pool;
@@ -350,7 +348,8 @@ int64_t g_threads = 1;
 TEST(StatsBasic, TheBitsDoNotDependOnTheNumberOfThreads) {
     const OzkThreading threading = {parallel_for, nullptr, nullptr, nullptr,
                                     [](int64_t, int64_t, int64_t, const void*) { return g_threads; }};
-    const std::pair<int64_t, int64_t> shapes[] = {{1, 50000}, {3, 20000}, {40, 5000}, {150, 900}, {300, 300}};
+    const std::pair<int64_t, int64_t> shapes[] = {
+        {1, 40000}, {3, 12000}, {40, 4500}, {150, 2500}, {300, 130}};
     for (const auto& [p, n] : shapes)
         for (const int64_t storage : kStorages)
             for (const uint32_t method : kMethods)

@@ -1,0 +1,90 @@
+// What the tests of vector math share: the levels of a function, oracles and ulps.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <mpfr.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ozk_vml.h"
+
+namespace ozk::vml::test {
+
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+inline uint64_t bits_of(double x) { return std::bit_cast<uint64_t>(x); }
+
+using Unary = void (*)(int32_t, const double*, double*);
+using UnaryStrided = void (*)(int32_t, const double*, int32_t, double*, int32_t);
+using Exact = int (*)(mpfr_t, const mpfr_t, mpfr_rnd_t);
+
+inline double call(Unary f, double x) {
+    double r;
+    f(1, &x, &r);
+    return r;
+}
+
+// |computed - f(x)| in units of the last place of f(x) rounded to double, subnormals included.
+inline double ulp_error(Exact exact, double x, double computed) {
+    mpfr_t argument, value;
+    mpfr_init2(argument, 53);
+    mpfr_init2(value, 160);
+    mpfr_set_d(argument, x, MPFR_RNDN);
+    exact(value, argument, MPFR_RNDN);
+    int exponent;
+    std::frexp(mpfr_get_d(value, MPFR_RNDN), &exponent);
+    mpfr_sub_d(value, value, computed, MPFR_RNDN);
+    mpfr_mul_2si(value, value, std::min(53 - exponent, 1074), MPFR_RNDN);
+    const double error = std::abs(mpfr_get_d(value, MPFR_RNDN));
+    mpfr_clears(argument, value, static_cast<mpfr_ptr>(nullptr));
+    return error;
+}
+
+// Fails, with the worst argument, where any |f(x) - exact| is above `limit` ulp.
+inline void expect_within(double limit, Unary f, Exact exact, const std::vector<double>& x,
+                          const char* what) {
+    std::vector<double> y(x.size());
+    f(static_cast<int32_t>(x.size()), x.data(), y.data());
+    double worst = 0;
+    size_t at = 0;
+    for (size_t i = 0; i < x.size(); ++i) {
+        const double error = ulp_error(exact, x[i], y[i]);
+        if (!(error <= worst)) {
+            worst = error;
+            at = i;
+        }
+    }
+    char text[160];
+    std::snprintf(text, sizeof text, "%s: %.4f ulp at %a, got %a", what, worst, x[at], y[at]);
+    EXPECT_LE(worst, limit) << text;
+}
+
+// Puts the thread's vector math state back to the default for the duration of a test.
+class FreshState : public testing::Test {
+  protected:
+    void SetUp() override { reset(); }
+    void TearDown() override { reset(); }
+
+    static void reset() {
+        _vmlClearErrorCallBack();
+        _vmlSetMode(kVmlHa | kVmlErrorDefault | kVmlDenormalKeep);
+        _vmlSetInterfInputVectorPointer(nullptr);
+        _vmlClearErrStatus();
+    }
+
+    // The status that f(x) leaves, with the result.
+    static std::pair<double, int> with_status(Unary f, double x) {
+        _vmlClearErrStatus();
+        const double r = call(f, x);
+        return {r, _vmlGetErrStatus()};
+    }
+};
+
+}  // namespace ozk::vml::test
