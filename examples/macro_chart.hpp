@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "calendar.hpp"
 #include "grouped.hpp"
@@ -35,19 +36,22 @@ inline svg_chart::Figure figure(const Options& options, const us_macro::History&
         "which real economies are not: an illustration, not a forecast.",
     };
     figure.source = "Data: Federal Reserve Economic Data and Bureau of Labor Statistics, public domain.";
-    for (size_t s = 0; s < kCount; ++s) {
+    for (size_t s = 0; s < us_macro::kCount; ++s) {
+        const auto line = [&](size_t k) {
+            return std::vector<double>(months[s].row(k).begin(), months[s].row(k).end());
+        };
         svg_chart::Panel panel;
         panel.title = us_macro::kSeries[s].title;
         for (size_t back = shown; back-- > 0;) {
             panel.history_time.push_back(last_month - 3.0 * static_cast<double>(back));
             panel.history.push_back(history.level[s][history.quarters() - 1 - back]);
         }
-        panel.median = months[s][kMedian];
+        panel.median = line(kMedian);
         for (size_t m = 0; m < panel.median.size(); ++m)
             panel.fan_time.push_back(last_month + static_cast<double>(m));
         for (size_t k = 0; k < kMedian; ++k)
-            panel.bands.push_back({fmt::format("{:.0f}% of the paths", 100 * (1 - 2 * kShares[k])),
-                                   months[s][k], months[s][kShares.size() - 1 - k]});
+            panel.bands.push_back({fmt::format("{:.0f}% of the paths", 100 * (1 - 2 * kShares[k])), line(k),
+                                   line(kShares.size() - 1 - k)});
         figure.panels.push_back(std::move(panel));
     }
     return figure;

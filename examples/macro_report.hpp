@@ -15,7 +15,9 @@
 
 namespace macro_report {
 
-inline void print_history(const Options& options, const us_macro::History& history, const Growth& growth,
+using us_macro::kCount;
+
+inline void print_history(const Options& options, const us_macro::History& history, const ozk::matrix& growth,
                           const Summary& summary) {
     fmt::print("United States, {} to {}: {} quarters from {}\n", calendar::name(history.first),
                calendar::name(history.last), history.quarters(), options.data);
@@ -25,11 +27,11 @@ inline void print_history(const Options& options, const us_macro::History& histo
         "annualised: the mean compounded over four quarters, percent per year\n");
     TextTable table({"", "mean", "std. dev.", "skewness", "lowest", "highest", "annualised"});
     for (size_t s = 0; s < kCount; ++s) {
-        const auto [lowest, highest] = std::minmax_element(growth[s].begin(), growth[s].end());
+        const auto [lowest, highest] = std::ranges::minmax(growth.row(s));
         table.add({us_macro::kSeries[s].column, fmt::format("{:.3f}", 100 * summary.mean[s]),
-                   fmt::format("{:.3f}", 100 * summary.deviation[s]),
-                   fmt::format("{:.3f}", summary.skewness[s]), fmt::format("{:.2f}", 100 * *lowest),
-                   fmt::format("{:.2f}", 100 * *highest),
+                   fmt::format("{:.3f}", 100 * std::sqrt(summary.covariance(s, s))),
+                   fmt::format("{:.3f}", summary.skewness[s]), fmt::format("{:.2f}", 100 * lowest),
+                   fmt::format("{:.2f}", 100 * highest),
                    fmt::format("{:.2f}", 100 * std::expm1(4 * summary.mean[s]))});
     }
     fmt::print("{}", table.text());
@@ -40,18 +42,18 @@ inline void print_history(const Options& options, const us_macro::History& histo
     TextTable correlation(header);
     for (size_t i = 0; i < kCount; ++i) {
         std::vector<std::string> row{us_macro::kSeries[i].column};
-        for (size_t j = 0; j <= i; ++j)
-            row.push_back(fmt::format("{:.3f}", summary.correlation[i * kCount + j]));
+        for (size_t j = 0; j <= i; ++j) row.push_back(fmt::format("{:.3f}", summary.correlation(i, j)));
         correlation.add(row);
     }
     fmt::print("{}", correlation.text());
 }
 
 // simulated: the correlation of growth over all quarters across the paths, which estimates the sample's.
-inline void print_simulation(const Options& options, const Summary& summary, const Matrix& simulated) {
+inline void print_simulation(const Options& options, const Summary& summary, const ozk::matrix& simulated) {
     double difference = 0;
-    for (size_t k = 0; k < simulated.size(); ++k)
-        difference = std::max(difference, std::abs(simulated[k] - summary.correlation[k]));
+    for (size_t i = 0; i < kCount; ++i)
+        for (size_t j = 0; j < i; ++j)
+            difference = std::max(difference, std::abs(simulated(i, j) - summary.correlation(i, j)));
     fmt::print(
         "\nSimulated: {} joint paths of the next {} quarters, seed {}. Growth in a quarter is normal with "
         "the\n"
@@ -62,7 +64,8 @@ inline void print_simulation(const Options& options, const Summary& summary, con
         difference);
 }
 
-inline void print_fans(const us_macro::History& history, const Paths& paths, const Fans& months) {
+inline void print_fans(const Options& options, const us_macro::History& history, Paths& paths,
+                       const Fans& months) {
     fmt::print(
         "\nLevels that a share of the paths stays below, {};\n"
         "lower: the share that is below the level of {}\n",
@@ -73,10 +76,11 @@ inline void print_fans(const us_macro::History& history, const Paths& paths, con
     TextTable table(header);
     for (size_t s = 0; s < kCount; ++s) {
         // Every year, or the end of a shorter simulation.
-        for (int q = std::min(4, paths.quarters()); q <= paths.quarters(); q += 4) {
+        for (int q = std::min(4, options.quarters); q <= options.quarters; q += 4) {
             std::vector<std::string> row{q <= 4 ? us_macro::kSeries[s].column : "",
                                          calendar::name(history.last + q)};
-            for (const auto& line : months[s]) row.push_back(grouped(line[3 * static_cast<size_t>(q)], 1));
+            for (size_t k = 0; k < kShares.size(); ++k)
+                row.push_back(grouped(months[s](k, 3 * static_cast<size_t>(q)), 1));
             const auto growth = paths.after(q, s);
             const auto lower = std::count_if(growth.begin(), growth.end(), [](double g) { return g < 0; });
             row.push_back(fmt::format("{:.1f}%",
@@ -89,10 +93,9 @@ inline void print_fans(const us_macro::History& history, const Paths& paths, con
     fmt::print("\nThe first year of {} by months, {}\n", us_macro::kSeries[0].column, us_macro::kUnit);
     TextTable by_month({"", "5%", "median", "95%"});
     const int last_month = calendar::middle_month(history.last);
-    for (size_t m = 0; m < std::min<size_t>(13, months[0][kMedian].size()); ++m)
-        by_month.add({calendar::month_name(last_month + static_cast<int>(m)),
-                      grouped(months[0].front()[m], 1), grouped(months[0][kMedian][m], 1),
-                      grouped(months[0].back()[m], 1)});
+    for (size_t m = 0; m < std::min<size_t>(13, months[0].columns()); ++m)
+        by_month.add({calendar::month_name(last_month + static_cast<int>(m)), grouped(months[0](0, m), 1),
+                      grouped(months[0](kMedian, m), 1), grouped(months[0](kShares.size() - 1, m), 1)});
     fmt::print("{}", by_month.text());
 }
 

@@ -3,13 +3,12 @@
 
 #include <array>
 #include <cstdint>
+#include <ozk/matrix.hpp>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "us_macro.hpp"
-
-using us_macro::kCount;
 
 struct Options {
     std::string data = OZK_DATA_DIR "/us_macro_quarterly.csv";
@@ -19,49 +18,37 @@ struct Options {
     uint32_t seed = 2009;
 };
 
-// Log growth of each series from quarter to quarter: ln(level / level before).
-using Growth = std::array<std::vector<double>, kCount>;
-
-using Vector = std::array<double, kCount>;
-using Matrix = std::array<double, kCount * kCount>;  // by rows
-
+// Growth is the difference of logarithms of levels. Statistics of it, one element for each series.
 struct Summary {
-    Vector mean, deviation, skewness;
-    Matrix covariance, correlation;
+    std::vector<double> mean, skewness;
+    ozk::matrix covariance, correlation;
 };
 
-// Log growth of simulated paths since the last observation.
+// Growth since the last observation along simulated paths.
 class Paths {
   public:
     Paths(size_t count, int quarters)
-        : count_(count), quarters_(quarters), growth_(count * kCount * static_cast<size_t>(quarters)) {}
+        : count_(count), growth_(us_macro::kCount * static_cast<size_t>(quarters) * count) {}
 
     size_t count() const { return count_; }
-    int quarters() const { return quarters_; }
 
-    // Of every series `quarter` quarters ahead (1 for the first): series after series, one value for each
+    // Of every series `quarter` quarters ahead (1 is the first): series after series, one value for each
     // path.
-    std::span<const double> after(int quarter) const {
-        return std::span(growth_).subspan(start(quarter), kCount * count_);
-    }
-    std::span<const double> after(int quarter, size_t series) const {
-        return after(quarter).subspan(series * count_, count_);
+    std::span<double> after(int quarter) {
+        const size_t size = us_macro::kCount * count_;
+        return std::span(growth_).subspan(static_cast<size_t>(quarter - 1) * size, size);
     }
     std::span<double> after(int quarter, size_t series) {
-        return std::span(growth_).subspan(start(quarter) + series * count_, count_);
+        return after(quarter).subspan(series * count_, count_);
     }
 
   private:
-    size_t start(int quarter) const { return static_cast<size_t>(quarter - 1) * kCount * count_; }
-
     size_t count_;
-    int quarters_;
     std::vector<double> growth_;
 };
 
-// One line for each share of the paths that stays below it: by quarters or by months, from the last
-// observation on.
+// A fan is one row for each share of the paths that stays below it; its columns are quarters or months from
+// the last observation on.
 constexpr std::array kShares{0.05, 0.20, 0.35, 0.50, 0.65, 0.80, 0.95};
 constexpr size_t kMedian = kShares.size() / 2;
-using Fan = std::array<std::vector<double>, kShares.size()>;
-using Fans = std::array<Fan, kCount>;
+using Fans = std::array<ozk::matrix, us_macro::kCount>;

@@ -41,9 +41,9 @@ namespace detail {
 
 constexpr int kColumns = 2;
 constexpr double kMargin = 28, kHeader = 84, kFooter = 34;
-constexpr double kCellWidth = 540, kCellHeight = 286;
+constexpr double kCellWidth = 556, kCellHeight = 286;
 // The plot within its cell; labels stand around it.
-constexpr double kPlotLeft = 56, kPlotRight = 64, kPlotTop = 48, kPlotBottom = 36;
+constexpr double kPlotLeft = 56, kPlotRight = 80, kPlotTop = 48, kPlotBottom = 36;
 
 constexpr const char* kInk = "#1b1f24";
 constexpr const char* kQuiet = "#5b6470";
@@ -189,7 +189,7 @@ inline std::string draw_panel(const Panel& panel, std::string_view unit, double 
     out += text(left, top + 16, "class=\"panel-title\"", panel.title);
     out += text(left, top + 33, "class=\"small\"", unit);
 
-    const double step = round_step(y.to - y.from, 5);
+    const double step = round_step(y.to - y.from, 6);
     int decimals = 0;
     for (double scaled = step; decimals < 9 && std::abs(scaled - std::round(scaled)) > 1e-6; scaled *= 10)
         ++decimals;
@@ -255,7 +255,7 @@ inline std::string draw(const Figure& figure) {
     using namespace detail;
     const auto cells = static_cast<int>(figure.panels.size()) + 1;
     const int rows = (cells + kColumns - 1) / kColumns;
-    const double width = 2 * kMargin + kColumns * kCellWidth;
+    const double width = kMargin + kColumns * kCellWidth;
     const double height = kHeader + rows * kCellHeight + kFooter;
     std::string out = fmt::format(
         "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" width=\"{0}\" height=\"{1}\" "

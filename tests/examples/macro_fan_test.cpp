@@ -82,7 +82,7 @@ void expect_printed(const std::string& printed, long double expected, const std:
 
 TEST(MacroFan, ReportsTheStatisticsOfTheSample) {
     const Folder folder;
-    const Run result = run("macro_fan", "--paths 1000 --out " + folder.file("fan.svg"));
+    const Outcome result = run("macro_fan", "--paths 1000 --out " + folder.file("fan.svg"));
     ASSERT_EQ(result.status, 0) << result.err;
     const Sample sample;
     for (int i = 0; i < 5; ++i) {
@@ -111,7 +111,7 @@ TEST(MacroFan, ReportsTheStatisticsOfTheSample) {
 TEST(MacroFan, SimulatesTheNormalDistributionOfTheSample) {
     constexpr int kPaths = 20000;
     const Folder folder;
-    const Run result =
+    const Outcome result =
         run("macro_fan", "--paths " + std::to_string(kPaths) + " --out " + folder.file("fan.svg"));
     ASSERT_EQ(result.status, 0) << result.err;
     const Sample sample;
@@ -147,7 +147,7 @@ TEST(MacroFan, SimulatesTheNormalDistributionOfTheSample) {
 
 TEST(MacroFan, MonthsPassThroughTheQuarters) {
     const Folder folder;
-    const Run result = run("macro_fan", "--paths 1000 --out " + folder.file("fan.svg"));
+    const Outcome result = run("macro_fan", "--paths 1000 --out " + folder.file("fan.svg"));
     ASSERT_EQ(result.status, 0) << result.err;
     const auto quarters = rows(result.out, "Levels", "realgdp");
     std::vector<std::string> last_month;
@@ -185,7 +185,7 @@ std::vector<Points> shapes(const std::string& svg, const std::string& name) {
 TEST(MacroFan, ChartIsWellFormedAndItsBandsLieWithinEachOther) {
     const Folder folder;
     const std::string file = folder.file("new/folder/fan.svg");
-    const Run result = run("macro_fan", "--paths 1000 --out " + file);
+    const Outcome result = run("macro_fan", "--paths 1000 --out " + file);
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_NE(result.out.find(file), std::string::npos);
     EXPECT_EQ(
@@ -218,7 +218,7 @@ TEST(MacroFan, ChartIsWellFormedAndItsBandsLieWithinEachOther) {
 TEST(MacroFan, TheSeedAloneDecidesThePaths) {
     const Folder folder;
     const auto chart_and_report = [&](const std::string& options, const std::string& environment) {
-        const Run result =
+        const Outcome result =
             run("macro_fan", "--paths 5000 --out " + folder.file("fan.svg") + " " + options, environment);
         EXPECT_EQ(result.status, 0) << result.err;
         return contents(folder.file("fan.svg")) + result.out;
@@ -253,7 +253,7 @@ TEST(MacroFan, ABadFileGivesOneLineWithItsLineNumber) {
     const auto expect_error = [&](const std::string& file, const std::string& place,
                                   const std::string& what) {
         const std::string chart = folder.file("fan.svg");
-        const Run result = run("macro_fan", "--data " + file + " --out " + chart);
+        const Outcome result = run("macro_fan", "--data " + file + " --out " + chart);
         EXPECT_EQ(result.status, 1);
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err.find("macro_fan: " + file + place), 0u) << result.err;
@@ -267,15 +267,23 @@ TEST(MacroFan, ABadFileGivesOneLineWithItsLineNumber) {
 
 TEST(MacroFan, SaysWhereItCannotWrite) {
     const Folder folder;
-    const std::string file = folder.write("file", "") + "/fan.svg";
-    const Run result = run("macro_fan", "--paths 1000 --out " + file);
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.err.find(file), std::string::npos) << result.err;
+    for (const std::string& file : {folder.write("file", "") + "/fan.svg", std::string("/dev/full")}) {
+        const Outcome result = run("macro_fan", "--paths 1000 --out " + file);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.err.find("\nmacro_fan: " + file + ": cannot be written: "), std::string::npos)
+            << result.err;
+    }
 }
 
-TEST(Readme, ItsProgramPrintsWhatItSays) {
-    const Run result = run("readme", "");
-    EXPECT_EQ(result.status, 0) << result.err;
+TEST(Readme, ItsProgramEstimatesWhatItSays) {
+    const Outcome result = run("readme", "");
+    ASSERT_EQ(result.status, 0) << result.err;
+    double mean = 0, exact = 0;
+    ASSERT_EQ(std::sscanf(result.out.c_str(), "mean of exp(z): %lf, exactly %lf", &mean, &exact), 2)
+        << result.out;
+    EXPECT_NEAR(exact, std::exp(0.5), 0.0005);
+    // Five standard errors of a million draws.
+    EXPECT_NEAR(mean, exact, 5 * std::sqrt(std::exp(2.0) - std::exp(1.0)) / 1000);
 }
 
 }  // namespace

@@ -43,14 +43,14 @@ class Folder {
     std::filesystem::path path_;
 };
 
-struct Run {
+struct Outcome {
     int status;  // exit status, or -1 when a signal ended the program
     std::string out, err;
 };
 
 // `environment` is written before the command, as in NAME=value.
-inline Run run(const std::string& program, const std::string& arguments,
-               const std::string& environment = "") {
+inline Outcome run(const std::string& program, const std::string& arguments,
+                   const std::string& environment = "") {
     const Folder folder;
     const std::string out = folder.file("out"), err = folder.file("err");
     const std::string command =
