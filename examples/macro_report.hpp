@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "calendar.hpp"
@@ -55,11 +56,9 @@ inline void print_simulation(const Options& options, const Summary& summary, con
         for (size_t j = 0; j < i; ++j)
             difference = std::max(difference, std::abs(simulated(i, j) - summary.correlation(i, j)));
     fmt::print(
-        "\nSimulated: {} joint paths of the next {} quarters, seed {}. Growth in a quarter is normal with "
-        "the\n"
-        "mean and covariance of the sample, independent of other quarters. Check: growth over the {} "
-        "quarters\n"
-        "correlates across the paths as in the table above, to within {:.4f}.\n",
+        "\nSimulated: {} joint paths of the next {} quarters, seed {}. Growth in a quarter is normal\n"
+        "with the mean and covariance of the sample, independent of other quarters. Check: growth over\n"
+        "the {} quarters correlates across the paths as in the table above, to within {:.4f}.\n",
         grouped(static_cast<double>(options.paths)), options.quarters, options.seed, options.quarters,
         difference);
 }
@@ -75,10 +74,10 @@ inline void print_fans(const Options& options, const us_macro::History& history,
     header.push_back("lower");
     TextTable table(header);
     for (size_t s = 0; s < kCount; ++s) {
-        // Every year, or the end of a shorter simulation.
-        for (int q = std::min(4, options.quarters); q <= options.quarters; q += 4) {
-            std::vector<std::string> row{q <= 4 ? us_macro::kSeries[s].column : "",
-                                         calendar::name(history.last + q)};
+        std::string label = us_macro::kSeries[s].column;  // of the first row alone
+        for (int q = 1; q <= options.quarters; ++q) {
+            if (q % 4 != 0 && q != options.quarters) continue;
+            std::vector<std::string> row{std::exchange(label, ""), calendar::name(history.last + q)};
             for (size_t k = 0; k < kShares.size(); ++k)
                 row.push_back(grouped(months[s](k, 3 * static_cast<size_t>(q)), 1));
             const auto growth = paths.after(q, s);
