@@ -154,8 +154,8 @@ OZK_API void ozk_get_special_handler(ozk_special_handler* handler, void** contex
  * strides.
  *
  * Status: positive for special elements; kOzkCodeSize (n < 0), kOzkCodeNull (n > 0), kOzkCodeStride,
- * kOzkCodeOverlap, kOzkCodeKernels, kOzkCodeMemory (to remember special elements for the handler: results are
- * then computed, some reports are missing).
+ * kOzkCodeOverlap, kOzkCodeKernels, kOzkCodeMemory (to remember special elements for the handler and the
+ * messages).
  *
  * The work is cut into pieces of 16384 elements, given to as many threads as have at least 32768 cycles of
  * work each by the function's cost table: some ten microseconds, twice what it takes to start and join a
@@ -359,11 +359,10 @@ OZK_API ozk_status ozk_spline_new(int32_t kind, int64_t nx, const double* x, int
 OZK_API void ozk_spline_delete(ozk_spline* spline);
 
 /* Derivatives 0 .. orders - 1 (0 is the value) of one function at n sites: result[site * orders + order].
- * Beyond the knots the polynomials of the end cells go on. Ascending sites are faster when `ascending` is
- * nonzero, and must then be ascending. */
+ * Beyond the knots the polynomials of the end cells go on. Sites in any order; ascending ones are found
+ * faster. Several threads may evaluate one spline at a time. */
 OZK_API ozk_status ozk_spline_evaluate(const ozk_spline* spline, int64_t function, int64_t n,
-                                       const double* sites, int32_t ascending, int64_t orders,
-                                       double* result);
+                                       const double* sites, int64_t orders, double* result);
 
 /* ---- Linear algebra
  * ------------------------------------------------------------------------------------------------ */

@@ -97,7 +97,7 @@ class spline {
   private:
     void evaluate(std::span<const double> sites, size_t orders, double* out, size_t function) const {
         detail::check(ozk_spline_evaluate(spline_, static_cast<int64_t>(function),
-                                          static_cast<int64_t>(sites.size()), sites.data(), 0,
+                                          static_cast<int64_t>(sites.size()), sites.data(),
                                           static_cast<int64_t>(orders), out));
     }
 
