@@ -8,8 +8,12 @@
 #include <string>
 
 inline std::string grouped(double value, int decimals = 0) {
-    std::string text = fmt::format("{:.{}f}", std::abs(value), decimals);
-    const size_t whole = std::min(text.find('.'), text.size());
-    for (size_t i = whole; i > 3; i -= 3) text.insert(i - 3, ",");
-    return (value < 0 ? "-" : "") + text;
+    const std::string digits = fmt::format("{:.{}f}", std::abs(value), decimals);
+    const size_t whole = std::min(digits.find('.'), digits.size());
+    std::string text(value < 0 ? 1 : 0, '-');
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && i < whole && (whole - i) % 3 == 0) text += ',';
+        text += digits[i];
+    }
+    return text;
 }

@@ -13,9 +13,12 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <numbers>
 #include <ozk/ozk.hpp>
+#include <span>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "macro_chart.hpp"
 #include "macro_report.hpp"
@@ -45,12 +48,27 @@ Summary summarise(const ozk::matrix& growth) {
     return {statistics.mean(), statistics.skewness(), statistics.covariance(), statistics.correlation()};
 }
 
+// An even number of independent standard normal numbers: each pair from two uniform ones, by Box and Muller,
+// "A note on the generation of random normal deviates", Ann. Math. Statist. 29 (1958).
+void draw_normal(ozk::stream& stream, std::vector<double>& z) {
+    const size_t half = z.size() / 2;
+    stream.uniform(z);
+    const std::span first(z.data(), half), second(z.data() + half, half);
+    for (double& u : first) u = 1 - u;  // in (0, 1]
+    ozk::ln(first, first);
+    for (size_t i = 0; i < half; ++i) {
+        const double radius = std::sqrt(-2 * first[i]), angle = 2 * std::numbers::pi * second[i];
+        first[i] = radius * std::cos(angle);
+        second[i] = radius * std::sin(angle);
+    }
+}
+
 // Growth in a quarter is normal with the sample's mean and covariance, independent of other quarters: mean +
 // L z with independent standard normal z and covariance = L L'. Paths are drawn in blocks on several threads.
 // A block begins at a fixed place of the one sequence that the seed gives, so the paths do not depend on
 // which thread draws it.
 Paths simulate(const Summary& summary, const Options& options) {
-    constexpr size_t kBlock = 2000;
+    constexpr size_t kBlock = 2000;  // even, as draw_normal needs
     const ozk::matrix factor = ozk::cholesky(summary.covariance);
     const ozk::stream sequence("MCG59", options.seed);
     Paths paths(static_cast<size_t>(options.paths), options.quarters);
@@ -58,9 +76,9 @@ Paths simulate(const Summary& summary, const Options& options) {
     const auto draw_block = [&](size_t first, size_t count) {
         ozk::stream stream = sequence;
         stream.skip_ahead(first * kCount * static_cast<size_t>(options.quarters));  // one number for each z
-        std::vector<double> z(kCount * count);
+        std::vector<double> z((kCount * count + 1) / 2 * 2);
         for (int q = 1; q <= options.quarters; ++q) {
-            stream.gaussian(z);
+            draw_normal(stream, z);
             for (size_t s = 0; s < kCount; ++s) {
                 const auto growth = paths.after(q, s).subspan(first, count);
                 std::fill(growth.begin(), growth.end(), summary.mean[s]);

@@ -26,7 +26,7 @@ class TextTable {
                                : fmt::format("  {:>{}}", rows_[r][c], widths_[c]);
             text += '\n';
             if (r == 0) {
-                for (size_t width : widths_) text += "  " + std::string(width, '-');
+                for (size_t width : widths_) text += fmt::format("  {:-<{}}", "", width);
                 text += '\n';
             }
         }
