@@ -16,6 +16,10 @@ target_link_options(ozk_core PRIVATE -Wl,--exclude-libs,ALL -Wl,--no-undefined
 set_target_properties(ozk_core PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/core/exports.map)
 # The loader must still run where the kernels cannot, to say so.
 set_source_files_properties(core/loader.cpp PROPERTIES COMPILE_OPTIONS "-mno-sse3;-mno-popcnt")
-target_include_directories(ozk_core INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
-                           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+# The public headers expand the catalogue, which they find beside them once installed.
+set(OZK_GENERATED ${CMAKE_BINARY_DIR}/include)
+configure_file(vml/catalogue.def ${OZK_GENERATED}/ozk/catalogue.def COPYONLY)
+include(cmake/error_texts.cmake)
+target_include_directories(ozk_core PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+                           $<BUILD_INTERFACE:${OZK_GENERATED}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(ozk_core INTERFACE cxx_std_20)

@@ -1,0 +1,379 @@
+/* The C interface: vector mathematics, random streams, summary statistics and splines.
+ *
+ * Lengths and indices are 64-bit. Arguments are checked before anything is written; a function that fails
+ * leaves results, handles and streams as they were, unless its comment says otherwise. Functions return an
+ * ozk_status:
+ *
+ *   0          done
+ *   positive   done, and an element was special (vector mathematics alone): the ozk_special of the first one
+ *   negative   not done: -(family * 100000 + number), see ozk_status_family and ozk_status_code;
+ *              ozk_error_text gives the sentence, ozk_last_error that of the last failure on this thread with
+ * names
+ *
+ * Threads: any thread may call any function. A handle is used by one thread at a time; different handles may
+ * be used freely. Long calls run on several threads where that pays; the bits of a result never depend on how
+ * many.
+ */
+#ifndef OZK_H
+#define OZK_H
+
+#include <stdint.h>
+
+#include "ozk/names.h"
+
+#define OZK_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Status
+ * ------------------------------------------------------------------------------------------------ */
+
+typedef int32_t ozk_status;
+
+enum { kOzkOk = 0 };
+
+/* What is special about an element of a vector. */
+enum ozk_special {
+    kOzkDomain = 1,   /* The argument lies outside the function's domain. */
+    kOzkPole = 2,     /* The argument is a pole of the function. */
+    kOzkOverflow = 3, /* The result is too large. */
+    kOzkUnderflow = 4 /* The result is subnormal or zero where the exact one is not. */
+};
+
+enum ozk_family {
+    kOzkVectorMath = 1,
+    kOzkRandom = 2,
+    kOzkStatistics = 3,
+    kOzkSpline = 4,
+    kOzkLinearAlgebra = 5
+};
+
+/* Codes that every family may answer; all others are the family's own. */
+enum ozk_common_code {
+    kOzkCodeNull = -90001,   /* An array, a handle or a place for a result is null. */
+    kOzkCodeSize = -90002,   /* A length is negative, too large, or does not fit the others. */
+    kOzkCodeStride = -90003, /* A stride is outside 32 bits, or a result's stride is zero. */
+    kOzkCodeOverlap =
+        -90004, /* A result overlaps another array: pass exactly the argument array, or one apart. */
+    kOzkCodeKernels = -90005,  /* The kernels cannot be loaded; ozk_last_error says why. */
+    kOzkCodeArgument = -90006, /* An argument is outside its range. */
+    kOzkCodeMemory = -90007    /* There is not enough memory. */
+};
+
+/* The family (ozk_family) and the family's own code, below zero, of a negative status; 0 otherwise. */
+OZK_API int32_t ozk_status_family(ozk_status status);
+OZK_API int32_t ozk_status_code(ozk_status status);
+
+/* The name of a family, such as "statistics", and the sentence of a status; constant texts, never null. */
+OZK_API const char* ozk_family_name(int32_t family);
+OZK_API const char* ozk_error_text(ozk_status status);
+
+/* What failed last on this thread and what to do about it, in one sentence: with the function, and the
+ * argument or file at fault where there is one. Valid until the next failure on this thread; empty before the
+ * first. */
+OZK_API const char* ozk_last_error(void);
+
+/* ---- Threads
+ * ------------------------------------------------------------------------------------------------ */
+
+/* At most `threads` threads work for a call; 1 switches threads off; 0, the state at the start, leaves it to
+ * OpenMP (OMP_NUM_THREADS, else the number of processors). Process-wide. kOzkCodeArgument when negative. */
+OZK_API ozk_status ozk_set_threads(int64_t threads);
+OZK_API int64_t ozk_get_threads(void);
+
+/* ---- Vector mathematics: how it is computed
+ * ------------------------------------------------------------------- * All of it belongs to the calling
+ * thread, starts from the environment variable OZK_VML_MODE, and holds for the whole of a call, on whatever
+ * threads it runs. Setters answer kOzkCodeArgument for an unknown value and kOzkCodeKernels; getters answer
+ * the value at the start when there are no kernels. */
+
+enum ozk_accuracy {
+    kOzkLow = 1,  /* below 4 ulp */
+    kOzkHigh = 2, /* below 1 ulp; at the start */
+    kOzkFast = 3  /* about half the bits */
+};
+OZK_API ozk_status ozk_set_accuracy(int32_t accuracy);
+OZK_API int32_t ozk_get_accuracy(void);
+
+/* Nonzero: subnormal arguments and results count as zero. */
+OZK_API ozk_status ozk_set_flush_denormals(int32_t flush);
+OZK_API int32_t ozk_get_flush_denormals(void);
+
+/* What happens at a special element, beside the status and the handler: a sum of these. */
+enum ozk_special_action {
+    kOzkActErrno = 1,   /* errno = EDOM or ERANGE */
+    kOzkActMessage = 2, /* a line on standard error */
+    kOzkActFlag = 4,    /* the floating-point exception flag is raised */
+    kOzkActDefault = 5  /* errno and flag; at the start */
+};
+OZK_API ozk_status ozk_set_special_actions(int32_t actions);
+OZK_API int32_t ozk_get_special_actions(void);
+
+typedef struct ozk_complex_float {
+    float re, im;
+} ozk_complex_float;
+typedef struct ozk_complex_double {
+    double re, im;
+} ozk_complex_double;
+
+/* A special element. Functions of one argument or one result have argument[1] = argument[0], result[1] =
+ * result[0]; imaginary parts are zero where elements are real. */
+typedef struct ozk_special_value {
+    int64_t index; /* of the element in the caller's whole vector */
+    int32_t code;  /* ozk_special */
+    int32_t reserved;
+    const char* function; /* such as "ozk_d_exp"; constant */
+    ozk_complex_double argument[2];
+    ozk_complex_double result[2];
+} ozk_special_value;
+
+/* Is told of each special element of a call, on the calling thread, in the order of the indices. It may
+ * replace value->result. Returns 0 to store the results and go on with the actions above, nonzero to leave
+ * the results as they were computed and do nothing else about this element. It may call this library; it must
+ * not end by longjmp or an exception. When the call has several batches of work, elements of later ones are
+ * not yet computed. */
+typedef int (*ozk_special_handler)(ozk_special_value* value, void* context);
+
+/* The calling thread's handler; null for none, the state at the start. */
+OZK_API void ozk_set_special_handler(ozk_special_handler handler, void* context);
+OZK_API void ozk_get_special_handler(ozk_special_handler* handler, void** context);
+
+/* ---- Vector mathematics: the functions
+ * ------------------------------------------------------------------------ * ozk_<p>_<name>(n, arguments ...,
+ * results ...) for each function of the catalogue that is built, p being the element type: s float, d double,
+ * c complex float, z complex double; for example
+ *
+ *   ozk_status ozk_d_exp(int64_t n, const double* x, double* y);
+ *   ozk_status ozk_d_exp_strided(int64_t n, const double* x, int64_t incx, double* y, int64_t incy);
+ *
+ * y[i] = f(x[i]) for i = 0 .. n - 1, in the strided form y[i * incy] = f(x[i * incx]); strides count elements
+ * and may be negative, those of arguments zero. Any alignment. A result may be exactly an argument: the same
+ * start, element size and stride; otherwise arrays are apart, or lie between each other's elements with equal
+ * strides.
+ *
+ * Status: positive for special elements; kOzkCodeSize (n < 0), kOzkCodeNull (n > 0), kOzkCodeStride,
+ * kOzkCodeOverlap, kOzkCodeKernels, kOzkCodeMemory (to remember special elements for the handler and the
+ * messages).
+ *
+ * The work is cut into pieces of 16384 elements, given to as many threads as have at least 32768 cycles of
+ * work each by the function's cost table: some ten microseconds, twice what it takes to start and join a
+ * team. Special elements have the effect of one serial call: errno is that of the last one, the flags are
+ * those of all. */
+
+#define OZK_API_TYPE_s float
+#define OZK_API_TYPE_d double
+#define OZK_API_TYPE_c ozk_complex_float
+#define OZK_API_TYPE_z ozk_complex_double
+#define OZK_API_REAL_s float
+#define OZK_API_REAL_d double
+#define OZK_API_REAL_c float
+#define OZK_API_REAL_z double
+
+/* Argument lists by shape, for elements T and their real type R. */
+#define OZK_API_ARGUMENTS_unary(T, R)              (int64_t n, const T* x, T* y)
+#define OZK_API_ARGUMENTS_unary_strided(T, R)      (int64_t n, const T* x, int64_t incx, T* y, int64_t incy)
+#define OZK_API_ARGUMENTS_to_real(T, R)            (int64_t n, const T* x, R* y)
+#define OZK_API_ARGUMENTS_to_real_strided(T, R)    (int64_t n, const T* x, int64_t incx, R* y, int64_t incy)
+#define OZK_API_ARGUMENTS_to_complex(T, R)         (int64_t n, const R* x, T* y)
+#define OZK_API_ARGUMENTS_to_complex_strided(T, R) (int64_t n, const R* x, int64_t incx, T* y, int64_t incy)
+#define OZK_API_ARGUMENTS_binary(T, R)             (int64_t n, const T* a, const T* b, T* y)
+#define OZK_API_ARGUMENTS_binary_strided(T, R) \
+    (int64_t n, const T* a, int64_t inca, const T* b, int64_t incb, T* y, int64_t incy)
+#define OZK_API_ARGUMENTS_scalar(T, R)         (int64_t n, const T* x, T b, T* y)
+#define OZK_API_ARGUMENTS_scalar_strided(T, R) (int64_t n, const T* x, int64_t incx, T b, T* y, int64_t incy)
+#define OZK_API_ARGUMENTS_two_results(T, R)    (int64_t n, const T* x, T* y1, T* y2)
+#define OZK_API_ARGUMENTS_two_results_strided(T, R) \
+    (int64_t n, const T* x, int64_t incx, T* y1, int64_t incy1, T* y2, int64_t incy2)
+/* y = (scalea a + shifta) / (scaleb b + shiftb) */
+#define OZK_API_ARGUMENTS_linear_fraction(T, R) \
+    (int64_t n, const T* a, const T* b, T scalea, T shifta, T scaleb, T shiftb, T* y)
+#define OZK_API_ARGUMENTS_linear_fraction_strided(T, R)                                                     \
+    (int64_t n, const T* a, int64_t inca, const T* b, int64_t incb, T scalea, T shifta, T scaleb, T shiftb, \
+     T* y, int64_t incy)
+/* Pack: y[i] = x[i * incx], x[index[i]], or the x[i] with a nonzero mask[i] one behind the other; n counts y,
+ * for masks x. Unpack writes the other way round; n counts x, for masks y. No overlap. */
+#define OZK_API_ARGUMENTS_pack_increment(T, R)   (int64_t n, const T* x, int64_t incx, T* y)
+#define OZK_API_ARGUMENTS_pack_vector(T, R)      (int64_t n, const T* x, const int64_t* index, T* y)
+#define OZK_API_ARGUMENTS_pack_mask(T, R)        (int64_t n, const T* x, const int64_t* mask, T* y)
+#define OZK_API_ARGUMENTS_unpack_increment(T, R) (int64_t n, const T* x, T* y, int64_t incy)
+#define OZK_API_ARGUMENTS_unpack_vector(T, R)    (int64_t n, const T* x, T* y, const int64_t* index)
+#define OZK_API_ARGUMENTS_unpack_mask(T, R)      (int64_t n, const T* x, T* y, const int64_t* mask)
+
+/* OZK_API_IF_STRIDED_<shape>(text): text where the shape has a strided form. */
+#define OZK_API_IF_STRIDED_unary(...)           __VA_ARGS__
+#define OZK_API_IF_STRIDED_to_real(...)         __VA_ARGS__
+#define OZK_API_IF_STRIDED_to_complex(...)      __VA_ARGS__
+#define OZK_API_IF_STRIDED_binary(...)          __VA_ARGS__
+#define OZK_API_IF_STRIDED_scalar(...)          __VA_ARGS__
+#define OZK_API_IF_STRIDED_two_results(...)     __VA_ARGS__
+#define OZK_API_IF_STRIDED_linear_fraction(...) __VA_ARGS__
+#define OZK_API_IF_STRIDED_pack_increment(...)
+#define OZK_API_IF_STRIDED_pack_vector(...)
+#define OZK_API_IF_STRIDED_pack_mask(...)
+#define OZK_API_IF_STRIDED_unpack_increment(...)
+#define OZK_API_IF_STRIDED_unpack_vector(...)
+#define OZK_API_IF_STRIDED_unpack_mask(...)
+
+/* OZK_API_IF_<state>(text): text where the row is built. A build check sets OZK_API_WHOLE_CATALOGUE to see
+ * that every row would compile. */
+#define OZK_API_IF_built(...) __VA_ARGS__
+#ifdef OZK_API_WHOLE_CATALOGUE
+#define OZK_API_IF_planned(...) __VA_ARGS__
+#else
+#define OZK_API_IF_planned(...)
+#endif
+
+#define OZK_API_NAME(p, name)           OZK_API_NAME_(p, name)
+#define OZK_API_NAME_(p, name)          ozk_##p##_##name
+#define OZK_API_STRIDED_NAME(p, name)   OZK_API_STRIDED_NAME_(p, name)
+#define OZK_API_STRIDED_NAME_(p, name)  ozk_##p##_##name##_strided
+#define OZK_API_ARGUMENTS(p, ARGUMENTS) ARGUMENTS(OZK_API_TYPE_##p, OZK_API_REAL_##p)
+
+#define OZK_FN(p, function, shape, la, ha, ep, state, ...)                                         \
+    OZK_API_IF_##state(                                                                            \
+        OZK_API ozk_status OZK_API_NAME(p, OZK_NAME_##function)                                    \
+            OZK_API_ARGUMENTS(p, OZK_API_ARGUMENTS_##shape);                                       \
+        OZK_API_IF_STRIDED_##shape(OZK_API ozk_status OZK_API_STRIDED_NAME(p, OZK_NAME_##function) \
+                                       OZK_API_ARGUMENTS(p, OZK_API_ARGUMENTS_##shape##_strided);))
+#include "ozk/catalogue.def"
+#undef OZK_FN
+
+/* ---- Random streams
+ * ------------------------------------------------------------------------------------------- */
+
+typedef struct ozk_stream ozk_stream;
+
+/* The identifier of the generator called `name`: MCG31M1, R250, MRG32K3A, MCG59, WH, SOBOL, NIEDERREITER,
+ * MT19937, MT2203, SFMT19937, NONDETERMINISTIC, ARS5 or PHILOX4X32X10. "WH:17" and "MT2203:17" name parameter
+ * set 17 of a family. The generator of the identifier need not be built: ozk_stream_new tells. */
+OZK_API ozk_status ozk_generator_find(const char* name, uint32_t* generator);
+
+/* Creates a stream and seeds it with n 32-bit words (none: the generator's default). */
+OZK_API ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t* seed, ozk_stream** stream);
+OZK_API ozk_status ozk_stream_copy(const ozk_stream* stream, ozk_stream** copy);
+/* Null is allowed. */
+OZK_API void ozk_stream_delete(ozk_stream* stream);
+
+/* Turns the stream into sub-stream k of `count`, 0 <= k < count: numbers k, k + count, k + 2 count, ... */
+OZK_API ozk_status ozk_stream_leapfrog(ozk_stream* stream, int64_t k, int64_t count);
+/* Skips `count` numbers. */
+OZK_API ozk_status ozk_stream_skip_ahead(ozk_stream* stream, uint64_t count);
+/* Skips count[0] + count[1] 2^64 + ... numbers. */
+OZK_API ozk_status ozk_stream_skip_ahead_words(ozk_stream* stream, int64_t n, const uint64_t* count);
+
+/* n numbers, uniform on [a, b), a < b finite (clamped into the interval; rounding can give b for float), or
+ * integers a <= r < b. The sequence does not depend on how it is cut into calls. */
+OZK_API ozk_status ozk_s_uniform(ozk_stream* stream, int64_t n, float* r, float a, float b);
+OZK_API ozk_status ozk_d_uniform(ozk_stream* stream, int64_t n, double* r, double a, double b);
+OZK_API ozk_status ozk_i_uniform(ozk_stream* stream, int64_t n, int32_t* r, int32_t a, int32_t b);
+/* n words of independent uniform bits. */
+OZK_API ozk_status ozk_bits32(ozk_stream* stream, int64_t n, uint32_t* r);
+OZK_API ozk_status ozk_bits64(ozk_stream* stream, int64_t n, uint64_t* r);
+
+enum ozk_gaussian_method {
+    kOzkBoxMuller = 0,      /* two uniforms for one number */
+    kOzkBoxMullerPairs = 1, /* two uniforms for two numbers; half a pair waits in the stream */
+    kOzkInverse = 2         /* the inverse distribution function of one uniform */
+};
+/* n normal numbers with mean `mean` and standard deviation sigma > 0, both finite. */
+OZK_API ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
+                                  int32_t method);
+
+/* ---- Summary statistics
+ * ---------------------------------------------------------------------------------------- * Estimates of p
+ * components over all observations that were added, in as many portions as the caller likes. W is the total
+ * weight (the number of observations when there are no weights), V the sum of the squared weights, m_i the
+ * mean of component i. Vectors have p values, matrices p rows of p. */
+
+typedef struct ozk_statistics ozk_statistics;
+
+/* Bits of a set of estimates. */
+#define kOzkMean           UINT64_C(0x1) /* sum w x / W */
+#define kOzkRawMoment2     UINT64_C(0x2) /* sum w x^2 / W; so 3 and 4 */
+#define kOzkRawMoment3     UINT64_C(0x4)
+#define kOzkRawMoment4     UINT64_C(0x8)
+#define kOzkCentralMoment2 UINT64_C(0x10) /* sum w (x - m)^2 / W; so 3 and 4 */
+#define kOzkCentralMoment3 UINT64_C(0x20)
+#define kOzkCentralMoment4 UINT64_C(0x40)
+#define kOzkKurtosis       UINT64_C(0x80)      /* excess: central moment 4 / (central moment 2)^2 - 3 */
+#define kOzkSkewness       UINT64_C(0x100)     /* central moment 3 / (central moment 2)^(3/2) */
+#define kOzkVariation      UINT64_C(0x200)     /* sqrt(central moment 2) / mean */
+#define kOzkCovariance     UINT64_C(0x1000)    /* sum w (x_i - m_i)(x_k - m_k) / (W - V / W), a matrix */
+#define kOzkCorrelation    UINT64_C(0x2000)    /* a matrix */
+#define kOzkSum            UINT64_C(0x2000000) /* sum w x; the sums below are the moments above without / W */
+#define kOzkRawSum2        UINT64_C(0x4000000)
+#define kOzkRawSum3        UINT64_C(0x8000000)
+#define kOzkRawSum4        UINT64_C(0x10000000)
+#define kOzkCentralSum2    UINT64_C(0x20000000)
+#define kOzkCentralSum3    UINT64_C(0x40000000)
+#define kOzkCentralSum4    UINT64_C(0x80000000)
+#define kOzkCrossProduct   UINT64_C(0x100000000) /* sum w (x_i - m_i)(x_k - m_k), a matrix */
+
+enum ozk_layout {
+    kOzkByComponent = 0x10000,  /* x[i * n + j]: component i of observation j */
+    kOzkByObservation = 0x20000 /* x[j * p + i] */
+};
+
+/* For p >= 1 components and the estimates of the set, at least one. */
+OZK_API ozk_status ozk_statistics_new(int64_t p, uint64_t estimates, ozk_statistics** statistics);
+/* Null is allowed. */
+OZK_API void ozk_statistics_delete(ozk_statistics* statistics);
+
+/* Adds n >= 1 observations, with weights[n] >= 0 (null: all 1). */
+OZK_API ozk_status ozk_statistics_add(ozk_statistics* statistics, int64_t n, const double* x, int32_t layout,
+                                      const double* weights);
+
+/* Copies one estimate, which must be of the set, into result; NaN everywhere before the first observation. */
+OZK_API ozk_status ozk_statistics_get(const ozk_statistics* statistics, uint64_t estimate, double* result);
+/* W and V. */
+OZK_API ozk_status ozk_statistics_weights(const ozk_statistics* statistics, double* total, double* squares);
+
+/* ---- Splines
+ * ----------------------------------------------------------------------------------------------------- */
+
+typedef struct ozk_spline ozk_spline;
+
+enum ozk_spline_kind {
+    kOzkNaturalCubic = 0 /* cubic with two continuous derivatives */
+};
+
+/* Conditions at the ends; values[2] are those of the left and of the right end. */
+enum ozk_boundary {
+    kOzkNotAKnot = 1,           /* the third derivative is continuous at the first and last inner knot */
+    kOzkFreeEnds = 2,           /* second derivatives are 0 */
+    kOzkFirstDerivatives = 12,  /* first derivatives given */
+    kOzkSecondThenFirst = 24,   /* second derivative at the left, first at the right end */
+    kOzkFirstThenSecond = 36,   /* first derivative at the left, second at the right end */
+    kOzkSecondDerivatives = 48, /* second derivatives given */
+    kOzkPeriodic = 64           /* value, first and second derivative agree at both ends */
+};
+
+/* Builds splines through ny functions at nx knots: x[nx] ascending, y[function * nx + knot], all finite.
+ * Keeps copies. `values` is read for the four conditions that give derivatives, the same for all functions,
+ * and null otherwise. */
+OZK_API ozk_status ozk_spline_new(int32_t kind, int64_t nx, const double* x, int64_t ny, const double* y,
+                                  int32_t boundary, const double* values, ozk_spline** spline);
+/* Null is allowed. */
+OZK_API void ozk_spline_delete(ozk_spline* spline);
+
+/* Derivatives 0 .. orders - 1 (0 is the value) of one function at n sites: result[site * orders + order].
+ * Beyond the knots the polynomials of the end cells go on. Sites in any order; ascending ones are found
+ * faster. Several threads may evaluate one spline at a time. */
+OZK_API ozk_status ozk_spline_evaluate(const ozk_spline* spline, int64_t function, int64_t n,
+                                       const double* sites, int64_t orders, double* result);
+
+/* ---- Linear algebra
+ * ------------------------------------------------------------------------------------------------ */
+
+/* L with a = L L' for a symmetric positive definite matrix a of n rows of n, of which the lower triangle is
+ * read; l has zeros above the diagonal and may be exactly a. Code -i: the leading matrix of order i is not
+ * positive definite, and l is untouched. */
+OZK_API ozk_status ozk_d_cholesky(int64_t n, const double* a, double* l);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

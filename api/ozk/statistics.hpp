@@ -1,0 +1,149 @@
+// Summary statistics of several components, in as many portions of observations as the caller likes.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "ozk/error.hpp"
+#include "ozk/matrix.hpp"
+
+namespace ozk {
+
+// W is the total weight (the number of observations without weights), V the sum of squared weights, m the
+// mean.
+enum class Estimate : uint64_t {
+    mean = kOzkMean,                // sum w x / W
+    raw_moment_2 = kOzkRawMoment2,  // sum w x^2 / W; so 3 and 4
+    raw_moment_3 = kOzkRawMoment3,
+    raw_moment_4 = kOzkRawMoment4,
+    central_moment_2 = kOzkCentralMoment2,  // sum w (x - m)^2 / W; so 3 and 4
+    central_moment_3 = kOzkCentralMoment3,
+    central_moment_4 = kOzkCentralMoment4,
+    kurtosis = kOzkKurtosis,  // excess: 0 for a normal distribution
+    skewness = kOzkSkewness,
+    variation = kOzkVariation,    // sqrt(central moment 2) / mean
+    covariance = kOzkCovariance,  // sum w (x_i - m_i)(x_k - m_k) / (W - V / W)
+    correlation = kOzkCorrelation,
+    sum = kOzkSum,  // these are the moments above without / W
+    raw_sum_2 = kOzkRawSum2,
+    raw_sum_3 = kOzkRawSum3,
+    raw_sum_4 = kOzkRawSum4,
+    central_sum_2 = kOzkCentralSum2,
+    central_sum_3 = kOzkCentralSum3,
+    central_sum_4 = kOzkCentralSum4,
+    cross_product = kOzkCrossProduct  // sum w (x_i - m_i)(x_k - m_k)
+};
+constexpr Estimate operator|(Estimate a, Estimate b) {
+    return static_cast<Estimate>(static_cast<uint64_t>(a) | static_cast<uint64_t>(b));
+}
+
+enum class Layout {
+    by_observation = kOzkByObservation,  // the p components of an observation stand together
+    by_component = kOzkByComponent       // the n observations of a component stand together
+};
+
+// Estimates of p components. Movable; one thread at a time adds.
+//
+//   ozk::statistics s(p, ozk::Estimate::mean | ozk::Estimate::covariance);
+//   s.add(january);  s.add(february);
+//   ozk::matrix c = s.covariance();
+class statistics {
+  public:
+    // For p >= 1 components; the estimates that are going to be asked for.
+    explicit statistics(size_t p, Estimate estimates) : components_(p) {
+        detail::check(
+            ozk_statistics_new(static_cast<int64_t>(p), static_cast<uint64_t>(estimates), &statistics_));
+    }
+    // Of one portion alone.
+    statistics(std::span<const double> x, size_t p, Estimate estimates,
+               Layout layout = Layout::by_observation)
+        : statistics(p, estimates) {
+        add(x, layout);
+    }
+    statistics(statistics&& other) noexcept
+        : components_(other.components_), statistics_(std::exchange(other.statistics_, nullptr)) {}
+    statistics& operator=(statistics&& other) noexcept {
+        std::swap(components_, other.components_);
+        std::swap(statistics_, other.statistics_);
+        return *this;
+    }
+    ~statistics() { ozk_statistics_delete(statistics_); }
+
+    // Adds a portion: x.size() / p >= 1 observations.
+    void add(std::span<const double> x, Layout layout = Layout::by_observation) { add(x, layout, nullptr); }
+    // Adds a portion with weights >= 0, one for each observation.
+    void add(std::span<const double> x, std::span<const double> weights,
+             Layout layout = Layout::by_observation) {
+        detail::same_size(Family::statistics, "ozk::statistics::add", x.size() / components_, weights.size());
+        add(x, layout, weights.data());
+    }
+
+    size_t components() const { return components_; }
+    // W.
+    double weight() const { return weights().first; }
+
+    // One estimate for each component, or a matrix; an error unless it was asked for at the start.
+    std::vector<double> vector(Estimate estimate) const {
+        if (estimate == Estimate::covariance || estimate == Estimate::correlation ||
+            estimate == Estimate::cross_product) {
+            throw error(Family::statistics, kOzkCodeArgument,
+                        "ozk::statistics::vector: the estimate is a matrix: ask matrix() for it");
+        }
+        std::vector<double> values(components_);
+        detail::check(ozk_statistics_get(statistics_, static_cast<uint64_t>(estimate), values.data()));
+        return values;
+    }
+    ozk::matrix matrix(Estimate estimate) const {
+        if (estimate != Estimate::covariance && estimate != Estimate::correlation &&
+            estimate != Estimate::cross_product) {
+            throw error(
+                Family::statistics, kOzkCodeArgument,
+                "ozk::statistics::matrix: the estimate is one value for each component: ask vector() for it");
+        }
+        ozk::matrix values(components_, components_);
+        detail::check(
+            ozk_statistics_get(statistics_, static_cast<uint64_t>(estimate), values.values().data()));
+        return values;
+    }
+
+    std::vector<double> mean() const { return vector(Estimate::mean); }
+    // The unbiased variance, sum w (x - m)^2 / (W - V / W): from central_moment_2, which must have been asked
+    // for.
+    std::vector<double> variance() const {
+        std::vector<double> values = vector(Estimate::central_moment_2);
+        const auto [total, squares] = weights();
+        for (double& value : values) value = value * total * total / (total * total - squares);
+        return values;
+    }
+    std::vector<double> skewness() const { return vector(Estimate::skewness); }
+    std::vector<double> kurtosis() const { return vector(Estimate::kurtosis); }
+    std::vector<double> variation() const { return vector(Estimate::variation); }
+    std::vector<double> sum() const { return vector(Estimate::sum); }
+    ozk::matrix covariance() const { return matrix(Estimate::covariance); }
+    ozk::matrix correlation() const { return matrix(Estimate::correlation); }
+    ozk::matrix cross_product() const { return matrix(Estimate::cross_product); }
+
+  private:
+    void add(std::span<const double> x, Layout layout, const double* weights) {
+        if (x.size() % components_ != 0) {
+            throw error(Family::statistics, kOzkCodeSize,
+                        "ozk::statistics::add: " + std::to_string(x.size()) +
+                            " values are no whole number of " + "observations of " +
+                            std::to_string(components_) + " components");
+        }
+        detail::check(ozk_statistics_add(statistics_, static_cast<int64_t>(x.size() / components_), x.data(),
+                                         static_cast<int32_t>(layout), weights));
+    }
+    std::pair<double, double> weights() const {
+        std::pair<double, double> weights;
+        detail::check(ozk_statistics_weights(statistics_, &weights.first, &weights.second));
+        return weights;
+    }
+
+    size_t components_;
+    ozk_statistics* statistics_ = nullptr;
+};
+
+}  // namespace ozk

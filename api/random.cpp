@@ -1,0 +1,212 @@
+// Random streams: the C functions over the kernels of streams and distributions.
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "api/kernel.hpp"
+#include "ozk_vsl.h"
+
+namespace ozk::api {
+namespace {
+
+OZK_KERNEL(new_stream, __vslNewStreamEx);
+OZK_KERNEL(copy_stream, __vslCopyStream);
+OZK_KERNEL(delete_stream, __vslDeleteStream);
+OZK_KERNEL(leapfrog, __vslLeapfrogStream);
+OZK_KERNEL(skip_ahead, __vslSkipAheadStream);
+OZK_KERNEL(skip_ahead_words, __vslSkipAheadStreamEx);
+OZK_KERNEL(float_uniform, _vslsRngUniform);
+OZK_KERNEL(double_uniform, _vsldRngUniform);
+OZK_KERNEL(integer_uniform, _vsliRngUniform);
+OZK_KERNEL(bits32, _vsliRngUniformBits32);
+OZK_KERNEL(bits64, _vsliRngUniformBits64);
+// method (ozk_gaussian_method), stream, count, results, mean, sigma
+constinit Kernel<int32_t(int32_t, OzkVslStream*, int32_t, double*, double, double)> double_gaussian{
+    "_vsldRngGaussian"};
+
+struct Generator {
+    std::string_view name;
+    uint32_t identifier;
+    uint32_t sets;  // of a family, else 0
+};
+constexpr Generator kGenerators[] = {{"MCG31M1", kOzkVslMcg31m1, 0},
+                                     {"R250", kOzkVslR250, 0},
+                                     {"MRG32K3A", kOzkVslMrg32k3a, 0},
+                                     {"MCG59", kOzkVslMcg59, 0},
+                                     {"WH", kOzkVslWh, 273},
+                                     {"SOBOL", kOzkVslSobol, 0},
+                                     {"NIEDERREITER", kOzkVslNiederreiter, 0},
+                                     {"MT19937", kOzkVslMt19937, 0},
+                                     {"MT2203", kOzkVslMt2203, 6024},
+                                     {"SFMT19937", kOzkVslSfmt19937, 0},
+                                     {"NONDETERMINISTIC", kOzkVslNondeterministic, 0},
+                                     {"ARS5", kOzkVslArs5, 0},
+                                     {"PHILOX4X32X10", kOzkVslPhilox4x32x10, 0}};
+
+// Kernels count by 32 bits.
+constexpr int64_t kPiece = int64_t{1} << 30;
+
+OzkVslStream* record(ozk_stream* stream) { return reinterpret_cast<OzkVslStream*>(stream); }
+
+void done(int32_t status) { require_done(kOzkRandom, status); }
+
+void require_stream(const void* stream) {
+    require(stream != nullptr, kOzkCodeNull, "The stream is null: create one with ozk_stream_new.");
+}
+
+int32_t small_count(int64_t n) {
+    require(n >= 0 && n <= INT32_MAX, kOzkCodeSize, "The length is negative or above 2^31 - 1.");
+    return static_cast<int32_t>(n);
+}
+
+// Draws n numbers by generate(results, count, of them), piece after piece.
+template <class T, class Generate>
+ozk_status draw(const char* function, ozk_stream* stream, int64_t n, T* r, bool parameters_hold,
+                const char* parameters, Generate generate) {
+    return guarded(kOzkRandom, function, [&] {
+        require_stream(stream);
+        require(n >= 0, kOzkCodeSize, "The length is negative: pass the number of results.");
+        require(r != nullptr || n == 0, kOzkCodeNull, "The array of results is null: pass one.");
+        require(parameters_hold, kOzkCodeArgument, parameters);
+        for (int64_t first = 0; first < n; first += kPiece) {
+            done(generate(record(stream), static_cast<int32_t>(std::min(kPiece, n - first)), r + first));
+        }
+    });
+}
+
+constexpr int32_t kClamped = int32_t{kOzkVslUniformStandard} | int32_t{kOzkVslMethodAccurate};
+constexpr const char* kInterval = "The interval is empty or not finite: pass finite a < b.";
+
+}  // namespace
+}  // namespace ozk::api
+
+using namespace ozk::api;
+
+ozk_status ozk_generator_find(const char* name, uint32_t* generator) {
+    return guarded(kOzkRandom, "ozk_generator_find", [&] {
+        require(name != nullptr && generator != nullptr, kOzkCodeNull,
+                "The name or the place for the identifier is null: pass both.");
+        const std::string_view text = name;
+        const size_t colon = text.find(':');
+        for (const Generator& each : kGenerators) {
+            if (text.substr(0, colon) != each.name) continue;
+            uint32_t set = 0;
+            if (colon != text.npos) {
+                const char* const end = text.data() + text.size();
+                const auto [stop, failure] = std::from_chars(text.data() + colon + 1, end, set);
+                if (failure != std::errc() || stop != end || set >= each.sets) {
+                    throw Failure{
+                        kOzkCodeArgument,
+                        std::string(text) +
+                            " is no parameter set: pass WH:0 to WH:272 or MT2203:0 to MT2203:6023."};
+                }
+            }
+            *generator = each.identifier + set;
+            return;
+        }
+        std::string names;
+        for (const Generator& each : kGenerators) names.append(names.empty() ? "" : ", ").append(each.name);
+        throw Failure{kOzkCodeArgument,
+                      "There is no generator named " + std::string(text) + ": pass one of " + names + "."};
+    });
+}
+
+ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t* seed, ozk_stream** stream) {
+    return guarded(kOzkRandom, "ozk_stream_new", [&] {
+        require(stream != nullptr, kOzkCodeNull, "The place for the stream is null: pass one.");
+        require(seed != nullptr || n == 0, kOzkCodeNull, "The seed is null: pass n words.");
+        OzkVslStream* created = nullptr;
+        const int32_t status = new_stream(&created, generator, small_count(n), seed);
+        // A stream whose seed was not accepted exists.
+        if (status < 0 && created != nullptr) delete_stream(&created);
+        done(status);
+        *stream = reinterpret_cast<ozk_stream*>(created);
+    });
+}
+
+ozk_status ozk_stream_copy(const ozk_stream* stream, ozk_stream** copy) {
+    return guarded(kOzkRandom, "ozk_stream_copy", [&] {
+        require_stream(stream);
+        require(copy != nullptr, kOzkCodeNull, "The place for the copy is null: pass one.");
+        OzkVslStream* created = nullptr;
+        done(copy_stream(&created, reinterpret_cast<const OzkVslStream*>(stream)));
+        *copy = reinterpret_cast<ozk_stream*>(created);
+    });
+}
+
+void ozk_stream_delete(ozk_stream* stream) {
+    if (stream == nullptr) return;
+    guarded(kOzkRandom, "ozk_stream_delete", [&] {
+        OzkVslStream* deleted = record(stream);
+        done(delete_stream(&deleted));
+    });
+}
+
+ozk_status ozk_stream_leapfrog(ozk_stream* stream, int64_t k, int64_t count) {
+    return guarded(kOzkRandom, "ozk_stream_leapfrog", [&] {
+        require_stream(stream);
+        require(k >= 0 && k < count && count <= INT32_MAX, kOzkCodeArgument,
+                "There is no such sub-stream: pass 0 <= k < count < 2^31.");
+        done(leapfrog(record(stream), static_cast<int32_t>(k), static_cast<int32_t>(count)));
+    });
+}
+
+ozk_status ozk_stream_skip_ahead(ozk_stream* stream, uint64_t count) {
+    return guarded(kOzkRandom, "ozk_stream_skip_ahead", [&] {
+        require_stream(stream);
+        done(skip_ahead(record(stream), count));
+    });
+}
+
+ozk_status ozk_stream_skip_ahead_words(ozk_stream* stream, int64_t n, const uint64_t* count) {
+    return guarded(kOzkRandom, "ozk_stream_skip_ahead_words", [&] {
+        require_stream(stream);
+        require(count != nullptr || n == 0, kOzkCodeNull, "The count is null: pass n words.");
+        done(skip_ahead_words(record(stream), small_count(n), count));
+    });
+}
+
+ozk_status ozk_s_uniform(ozk_stream* stream, int64_t n, float* r, float a, float b) {
+    return draw(
+        "ozk_s_uniform", stream, n, r, a < b && std::isfinite(b - a), kInterval,
+        [&](auto* s, int32_t count, float* out) { return float_uniform(kClamped, s, count, out, a, b); });
+}
+
+ozk_status ozk_d_uniform(ozk_stream* stream, int64_t n, double* r, double a, double b) {
+    return draw(
+        "ozk_d_uniform", stream, n, r, a < b && std::isfinite(b - a), kInterval,
+        [&](auto* s, int32_t count, double* out) { return double_uniform(kClamped, s, count, out, a, b); });
+}
+
+ozk_status ozk_i_uniform(ozk_stream* stream, int64_t n, int32_t* r, int32_t a, int32_t b) {
+    return draw("ozk_i_uniform", stream, n, r, a < b, kInterval, [&](auto* s, int32_t count, int32_t* out) {
+        return integer_uniform(int32_t{kOzkVslUniformStandard}, s, count, out, a, b);
+    });
+}
+
+ozk_status ozk_bits32(ozk_stream* stream, int64_t n, uint32_t* r) {
+    return draw("ozk_bits32", stream, n, r, true, "", [&](auto* s, int32_t count, uint32_t* out) {
+        return bits32(int32_t{kOzkVslUniformStandard}, s, count, out);
+    });
+}
+
+ozk_status ozk_bits64(ozk_stream* stream, int64_t n, uint64_t* r) {
+    return draw("ozk_bits64", stream, n, r, true, "", [&](auto* s, int32_t count, uint64_t* out) {
+        return bits64(int32_t{kOzkVslUniformStandard}, s, count, out);
+    });
+}
+
+ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
+                          int32_t method) {
+    const bool holds = std::isfinite(mean) && std::isfinite(sigma) && sigma > 0 && method >= kOzkBoxMuller &&
+                       method <= kOzkInverse;
+    return draw(
+        "ozk_d_gaussian", stream, n, r, holds,
+        "The parameters are out of range: pass a finite mean, sigma > 0 and one of the three methods.",
+        [&](auto* s, int32_t count, double* out) {
+            return double_gaussian(method, s, count, out, mean, sigma);
+        });
+}
