@@ -245,8 +245,8 @@ OZK_DF_TASK_DECLARE(d, double)
 OZK_EXPORT int ozk_df_kernel_DeleteTask(DfTask** task);
 
 /* Sets an integer (DfIntegerAttribute, which names the ranges). Partition hint kDfPartitionNonUniform builds
- * the search accelerator again from the present x and nx; call it after editing either. Status:
- * kDfErrorNullTask; 0 and no change when the task is not valid; the error of the attribute
+ * the search accelerator again from the present x and nx, and reads nx knots; call it after editing either.
+ * Status: kDfErrorNullTask; 0 and no change when the task is not valid; the error of the attribute
  * (kDfErrorTooFewKnots, kDfErrorPartitionHint, kDfErrorFunctionCount, kDfErrorValueHint, kDfErrorOrder,
  * kDfErrorType, kDfErrorInternalType, kDfErrorBoundaryType, kDfErrorCoefficientHint, kDfErrorFlag);
  * kDfErrorAttribute; kDfErrorMemory. */
