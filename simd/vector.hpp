@@ -149,6 +149,7 @@ OZK_SIMD i64x2 operator+(i64x2 a, i64x2 b) { return {_mm_add_epi64(a.v, b.v)}; }
 OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator-(i32x4 a, i32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
+OZK_SIMD i32x4 max(i32x4 a, i32x4 b) { return {_mm_max_epi32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }

@@ -19,8 +19,7 @@
 // Zeros keep their sign through the table's sin 0 = -0, from which the last operation subtracts: the
 // subtrahend is +0 for -0 and is not for +0.
 //
-// Special lanes: the high word of |x| is at least that of the level's bound, which takes in infinities and
-// NaN.
+// Special lanes: |x| at least the level's bound, infinite, NaN.
 
 #include <array>
 #include <cmath>
@@ -28,6 +27,7 @@
 #include <type_traits>
 
 #include "vml/frame.hpp"
+#include "vml/kernels/magnitude_bound.hpp"
 #include "vml/kernels/payne_hanek.hpp"
 
 namespace ozk::vml {
@@ -164,21 +164,6 @@ OZK_SIMD std::array<V, 2> sine_and_cosine_of(const Reduced<V>& x) {
     return {sine - (sine * s.even - cosine * s.odd), cosine - (cosine * s.even + sine * s.odd)};
 }
 
-// What sine, cosine and both have in common.
-template <class Level>
-struct Circular {
-    using Argument = double;
-    using Result = double;
-    using Vector = f64x2;
-    static constexpr double kOrdinary = 0.0;
-
-    // The sign bit of each special lane; the rest of the mask is of no consequence.
-    OZK_SIMD static f64x2 special(f64x2 x) {
-        const simd::i32x4 magnitude = simd::as_i32(simd::bits(simd::abs(x)));
-        return simd::as_f64(simd::as_i64(magnitude > broadcast(Level::kBoundHighWord - 1)));
-    }
-};
-
 // sin(x) and cos(x), any x beyond a bound, infinite or NaN; returns the error code.
 [[gnu::cold]] int sine_and_cosine_scalar(double x, double& sine, double& cosine) {
     if (!std::isfinite(x)) {
@@ -196,7 +181,7 @@ struct Circular {
 
 // sin(x + kQuarters quarter turns), kQuarters 0 or 1.
 template <class Level, int64_t kQuarters>
-struct Sine : Circular<Level> {
+struct Sine : MagnitudeBound<Level::kBoundHighWord> {
     static constexpr int kWide = Level::kWide;
     static constexpr int64_t kOrigin = kQuarters * Level::kSteps / 4;
 
@@ -220,7 +205,7 @@ struct Sine : Circular<Level> {
 };
 
 template <class Level>
-struct SinCos : Circular<Level> {
+struct SinCos : MagnitudeBound<Level::kBoundHighWord> {
     static constexpr int kResults = 2;
     static constexpr int kWide = Level::kWideBoth;
 
