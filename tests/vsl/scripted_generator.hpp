@@ -40,6 +40,8 @@ int32_t fill(OzkVslStream* stream, int32_t n, Real* r) {
     return 0;
 }
 
+using Seed = uint32_t[2];  // holds the address of the script
+
 // A stream that follows the script, to be deleted by the caller.
 inline OzkVslStream* make_stream(Script& script) {
     static const OzkVslBrngProperties row = {
@@ -49,7 +51,7 @@ inline OzkVslStream* make_stream(Script& script) {
         4,
         32,
         [](uint32_t, OzkVslStream* stream, int32_t, const void* params) {
-            std::memcpy(&reinterpret_cast<State*>(stream)->script, params, sizeof(Script*));
+            std::memcpy(&reinterpret_cast<State*>(stream)->script, params, sizeof(Seed));
             return 0;
         },
         [](OzkVslStream* stream, int32_t n, float* r, float, float) { return fill(stream, n, r); },
@@ -57,7 +59,7 @@ inline OzkVslStream* make_stream(Script& script) {
         [](OzkVslStream* stream, int32_t n, void* r) { return fill(stream, n, static_cast<uint32_t*>(r)); }};
     static const int32_t identifier = __vslRegisterBrng(&row);
     Script* const address = &script;
-    uint32_t seed[2];
+    Seed seed;
     std::memcpy(seed, &address, sizeof seed);
     OzkVslStream* stream = nullptr;
     __vslNewStreamEx(&stream, static_cast<uint32_t>(identifier), 2, seed);

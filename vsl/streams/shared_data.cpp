@@ -3,11 +3,8 @@
 
 #include "vsl/streams/shared_data.hpp"
 
-#include <x86intrin.h>
-
 #include <atomic>
 #include <cstddef>
-#include <utility>
 
 namespace ozk::vsl::shared_data {
 namespace {
@@ -21,7 +18,7 @@ static_assert(sizeof(OzkVslSharedData) == 32 && offsetof(OzkVslSharedData, refer
 
 template <class Work>
 auto locked(Work work) {
-    for (uint32_t expected = 0; !lock_word.compare_exchange_strong(expected, 1); expected = 0) _mm_pause();
+    for (uint32_t expected = 0; !lock_word.compare_exchange_strong(expected, 1); expected = 0) __builtin_ia32_pause();
     const auto result = work();
     lock_word.store(0, std::memory_order_release);
     return result;
@@ -113,7 +110,7 @@ int32_t __vslUnregisterGlobRODataReference(const uint64_t* key) {
 int32_t __vslGenerateNewGlobalRODataTableEntryId(uint64_t* key, uint64_t second_word) {
     key[1] = second_word;
     do {
-        __rdtsc();  // serves as the pause between two looks
+        __builtin_ia32_rdtsc();  // serves as the pause between two looks
     } while (contains(key));
     return kOzkVslSuccess;
 }

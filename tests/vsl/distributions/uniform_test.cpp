@@ -127,8 +127,8 @@ TEST(UniformBits32, AreBalancedForGeneratorsOfOtherWordSizes) {
                 ones += word >> bit & 1;
                 changes += (word ^ std::rotr(word, 1)) >> bit & 1;
             }
-            EXPECT_NEAR(ones, n / 2, limit) << generator << " " << bit;
-            EXPECT_NEAR(changes, n / 2, limit) << generator << " " << bit;
+            EXPECT_NEAR(ones, n * 0.5, limit) << generator << " " << bit;
+            EXPECT_NEAR(changes, n * 0.5, limit) << generator << " " << bit;
         }
         __vslDeleteStream(&stream);
     }
