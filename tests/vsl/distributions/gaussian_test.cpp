@@ -173,8 +173,7 @@ TEST(Gaussian, EndsOfTheUniformIntervalGiveFiniteResults) {
     __vslDeleteStream(&stream);
 }
 
-// ---- The caller's state
-// ---------------------------------------------------------------------------------------
+// ---- The caller's state -----------------------------------------------------------------------------------
 
 struct CallerState {
     uint64_t mode = _vmlGetMode();
