@@ -11,7 +11,11 @@ set_target_properties(ozk_core PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION $
                       BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
 target_link_libraries(ozk_core PRIVATE ozk_options ${OZK_OPENBLAS64} OpenMP::OpenMP_CXX gfortran
                       ${CMAKE_DL_LIBS})
-target_link_options(ozk_core PRIVATE -Wl,--exclude-libs,ALL -Wl,--no-undefined)
+target_link_options(ozk_core PRIVATE -Wl,--exclude-libs,ALL -Wl,--no-undefined
+                    -Wl,--version-script=${PROJECT_SOURCE_DIR}/core/exports.map)
+set_target_properties(ozk_core PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/core/exports.map)
+# The loader must still run where the kernels cannot, to say so.
+set_source_files_properties(core/loader.cpp PROPERTIES COMPILE_OPTIONS "-mno-sse3;-mno-popcnt")
 target_include_directories(ozk_core INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(ozk_core INTERFACE cxx_std_20)
