@@ -1,1 +1,32 @@
-# Speed against peers (bench/) and error in ulp against MPFR (tools/accuracy/).
+# Error in ulp against MPFR (tools/accuracy/) and speed against peers (bench/).
+find_package(fmt REQUIRED)
+find_package(Threads REQUIRED)
+
+# The engine that both programs share: exact values, arguments, the measure, tables.
+file(GLOB OZK_ACCURACY_SOURCES CONFIGURE_DEPENDS tools/accuracy/*.cpp)
+list(FILTER OZK_ACCURACY_SOURCES EXCLUDE REGEX "/(main|find_hard)\\.cpp$")
+add_library(ozk_measures STATIC ${OZK_ACCURACY_SOURCES})
+target_link_libraries(ozk_measures PUBLIC ozk_options fmt::fmt mpfr gmp Threads::Threads ${CMAKE_DL_LIBS})
+target_compile_definitions(ozk_measures PRIVATE OZK_KERNEL_LIBRARY="$<TARGET_FILE:ozk_vml_mc3>"
+                           PUBLIC OZK_HARD_CASES="${PROJECT_SOURCE_DIR}/tools/accuracy/hard")
+add_dependencies(ozk_measures ozk_vml_mc3)
+
+add_executable(ozk_accuracy tools/accuracy/main.cpp)
+target_link_libraries(ozk_accuracy PRIVATE ozk_measures)
+
+# The peers are compiled like everything here: SSE4.2, no wider vectors, no fast-math.
+find_package(Eigen3 REQUIRED NO_MODULE)
+find_library(OZK_SLEEF sleef REQUIRED)
+find_library(OZK_GSL gsl REQUIRED)
+find_library(OZK_GSL_CBLAS gslcblas REQUIRED)
+file(GLOB OZK_BENCH_SOURCES CONFIGURE_DEPENDS bench/*.cpp)
+add_executable(ozk_bench ${OZK_BENCH_SOURCES})
+target_link_libraries(ozk_bench PRIVATE ozk_measures ozk_core Eigen3::Eigen ${OZK_SLEEF} ${OZK_GSL} ${OZK_GSL_CBLAS} mvec)
+
+# The radix sorts beside other sorts, on Google Benchmark.
+find_package(benchmark REQUIRED)
+find_library(OZK_HWY_SORT hwy_contrib REQUIRED)
+find_library(OZK_HWY hwy REQUIRED)
+add_executable(ozk_bench_sort bench/sort/main.cpp)
+target_link_libraries(ozk_bench_sort PRIVATE ozk_options ozk_core ozk_vml_mc3 benchmark::benchmark ${OZK_HWY_SORT}
+                      ${OZK_HWY})

@@ -8,7 +8,7 @@ find_library(OZK_OPENBLAS64 NAMES libopenblas64.a
 file(GLOB OZK_CORE_SOURCES CONFIGURE_DEPENDS core/*.cpp api/*.cpp)
 add_library(ozk_core SHARED ${OZK_CORE_SOURCES})
 set_target_properties(ozk_core PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-                      BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+                      BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
 target_link_libraries(ozk_core PRIVATE ozk_options ${OZK_OPENBLAS64} OpenMP::OpenMP_CXX gfortran
                       ${CMAKE_DL_LIBS})
 target_link_options(ozk_core PRIVATE -Wl,--exclude-libs,ALL -Wl,--no-undefined

@@ -1,5 +1,5 @@
-// The control and status words of the two floating-point units, read and written where the compiler can't move
-// arithmetic across: the memory clobbers order them against every load and store.
+// The control and status words of the two floating-point units, read and written where the compiler can't
+// move arithmetic across: the memory clobbers order them against every load and store.
 #pragma once
 
 #include <cstdint>
@@ -39,7 +39,8 @@ inline X87Environment read_x87_environment() {
     return environment;
 }
 
-// Loads the environment and waits, so that an exception that it leaves pending and unmasked is delivered here.
+// Loads the environment and waits, so that an exception that it leaves pending and unmasked is delivered
+// here.
 inline void write_x87_environment(const X87Environment& environment) {
     asm volatile("fldenv %0\n\tfwait" : : "m"(environment) : "memory");
 }

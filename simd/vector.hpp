@@ -1,8 +1,9 @@
 // 128-bit vectors of two doubles, four floats and their integer twins, over the SSE4.2 intrinsics.
 //
-// A vector is a plain value; operators are lane by lane and round as the machine is set to round. Comparisons give
-// masks (all ones or all zeros a lane). Nothing here reads memory beyond the lanes it names. This folder is the only
-// place that spells an intrinsic; what a kernel needs is added here under a name that says what it does.
+// A vector is a plain value; operators are lane by lane and round as the machine is set to round. Comparisons
+// give masks (all ones or all zeros a lane). Nothing here reads memory beyond the lanes it names. This folder
+// is the only place that spells an intrinsic; what a kernel needs is added here under a name that says what
+// it does.
 #pragma once
 
 #include <nmmintrin.h>
@@ -11,26 +12,28 @@
 
 namespace ozk::simd {
 
-#define OZK_SIMD [[gnu::always_inline]] inline
+#define OZK_SIMD        [[gnu::always_inline]] inline
+#define OZK_SIMD_LAMBDA __attribute__((always_inline))
 
 struct f64x2 {
     __m128d v;
     static constexpr int kLanes = 2;
-    using element = double;
 };
 struct f32x4 {
     __m128 v;
     static constexpr int kLanes = 4;
-    using element = float;
 };
 struct i64x2 {
     __m128i v;
+    static constexpr int kLanes = 2;
 };
 struct i32x4 {
     __m128i v;
+    static constexpr int kLanes = 4;
 };
 
-// ---- Making vectors -------------------------------------------------------------------------------------------
+// ---- Making vectors
+// -------------------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
 OZK_SIMD f32x4 broadcast(float x) { return {_mm_set1_ps(x)}; }
@@ -39,7 +42,8 @@ OZK_SIMD i32x4 broadcast(int32_t x) { return {_mm_set1_epi32(x)}; }
 OZK_SIMD f64x2 pair(double low, double high) { return {_mm_set_pd(high, low)}; }
 OZK_SIMD i64x2 pair(int64_t low, int64_t high) { return {_mm_set_epi64x(high, low)}; }
 
-// ---- Memory, any alignment ------------------------------------------------------------------------------------
+// ---- Memory, any alignment
+// ------------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 load(const double* p) { return {_mm_loadu_pd(p)}; }
 OZK_SIMD f32x4 load(const float* p) { return {_mm_loadu_ps(p)}; }
@@ -50,7 +54,67 @@ OZK_SIMD void store(float* p, f32x4 a) { _mm_storeu_ps(p, a.v); }
 OZK_SIMD void store(int64_t* p, i64x2 a) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v); }
 OZK_SIMD void store(int32_t* p, i32x4 a) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v); }
 
-// ---- Reinterpretation of the bits -----------------------------------------------------------------------------
+// Elements `step` apart, and the first `count` elements with the last of them repeated in the lanes above: no
+// lane above is read or written, and none holds anything that its neighbours do not.
+OZK_SIMD f64x2 load_strided(const double* p, int64_t step) {
+    return {_mm_loadh_pd(_mm_load_sd(p), p + step)};
+}
+OZK_SIMD void store_strided(double* p, int64_t step, f64x2 a) {
+    _mm_store_sd(p, a.v);
+    _mm_storeh_pd(p + step, a.v);
+}
+OZK_SIMD f64x2 load_first(const double* p, int64_t step, int count) {
+    return count > 1 ? load_strided(p, step) : broadcast(*p);
+}
+OZK_SIMD void store_first(double* p, int64_t step, int count, f64x2 a) {
+    _mm_store_sd(p, a.v);
+    if (count > 1) _mm_storeh_pd(p + step, a.v);
+}
+
+OZK_SIMD f32x4 load_strided(const float* p, int64_t step) {
+    return {_mm_setr_ps(p[0], p[step], p[2 * step], p[3 * step])};
+}
+OZK_SIMD void store_strided(float* p, int64_t step, f32x4 a) {
+    float lane[4];
+    store(lane, a);
+    for (int i = 0; i < 4; ++i) p[i * step] = lane[i];
+}
+OZK_SIMD f32x4 load_first(const float* p, int64_t step, int count) {
+    const int64_t last = count - 1;
+    return {_mm_setr_ps(p[0], p[step * (last < 1 ? last : 1)], p[step * (last < 2 ? last : 2)],
+                        p[step * (last < 3 ? last : 3)])};
+}
+OZK_SIMD void store_first(float* p, int64_t step, int count, f32x4 a) {
+    float lane[4];
+    store(lane, a);
+    for (int i = 0; i < count; ++i) p[i * step] = lane[i];
+}
+
+// The entries of a table that the two lanes of `index` name.
+OZK_SIMD f64x2 gather(const double* table, i64x2 index) {
+    return {
+        _mm_loadh_pd(_mm_load_sd(table + _mm_cvtsi128_si64(index.v)), table + _mm_extract_epi64(index.v, 1))};
+}
+// The pairs of a table of pairs that the two lanes of `index` name: first members, second members.
+struct f64x2_pair {
+    f64x2 first, second;
+};
+OZK_SIMD f64x2_pair gather_pairs(const double* table, i64x2 index) {
+    const __m128d low = _mm_load_pd(table + 2 * _mm_cvtsi128_si64(index.v));
+    const __m128d high = _mm_load_pd(table + 2 * _mm_extract_epi64(index.v, 1));
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+
+OZK_SIMD f64x2_pair gather_pairs(const double* table, i32x4 offset) {  // by lanes 0 and 1, in bytes
+    const char* bytes = reinterpret_cast<const char*>(table);
+    const uint64_t offsets = static_cast<uint64_t>(_mm_cvtsi128_si64(offset.v));
+    const __m128d low = _mm_load_pd(reinterpret_cast<const double*>(bytes + static_cast<uint32_t>(offsets)));
+    const __m128d high = _mm_load_pd(reinterpret_cast<const double*>(bytes + (offsets >> 32)));
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+
+// ---- Reinterpretation of the bits
+// -----------------------------------------------------------------------------
 
 OZK_SIMD i64x2 bits(f64x2 a) { return {_mm_castpd_si128(a.v)}; }
 OZK_SIMD i32x4 bits(f32x4 a) { return {_mm_castps_si128(a.v)}; }
@@ -59,7 +123,8 @@ OZK_SIMD f32x4 as_f32(i32x4 a) { return {_mm_castsi128_ps(a.v)}; }
 OZK_SIMD i32x4 as_i32(i64x2 a) { return {a.v}; }
 OZK_SIMD i64x2 as_i64(i32x4 a) { return {a.v}; }
 
-// ---- Arithmetic -----------------------------------------------------------------------------------------------
+// ---- Arithmetic
+// -----------------------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 operator+(f64x2 a, f64x2 b) { return {_mm_add_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator-(f64x2 a, f64x2 b) { return {_mm_sub_pd(a.v, b.v)}; }
@@ -87,7 +152,8 @@ OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
 // The estimate of 1/sqrt(a), relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_sqrt_estimate(f32x4 a) { return {_mm_rsqrt_ps(a.v)}; }
 
-// ---- Bits -----------------------------------------------------------------------------------------------------
+// ---- Bits
+// -----------------------------------------------------------------------------------------------------
 
 OZK_SIMD i64x2 operator&(i64x2 a, i64x2 b) { return {_mm_and_si128(a.v, b.v)}; }
 OZK_SIMD i64x2 operator|(i64x2 a, i64x2 b) { return {_mm_or_si128(a.v, b.v)}; }
@@ -126,13 +192,16 @@ OZK_SIMD i32x4 shift_right_signed(i32x4 a) {
 OZK_SIMD f64x2 abs(f64x2 a) { return a & as_f64(broadcast(int64_t{0x7FFFFFFFFFFFFFFF})); }
 OZK_SIMD f32x4 abs(f32x4 a) { return a & as_f32(broadcast(int32_t{0x7FFFFFFF})); }
 
-// ---- Comparison: masks of all ones or all zeros a lane ---------------------------------------------------------
+// ---- Comparison: masks of all ones or all zeros a lane
+// ---------------------------------------------------------
 
 OZK_SIMD f64x2 operator<(f64x2 a, f64x2 b) { return {_mm_cmplt_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator<=(f64x2 a, f64x2 b) { return {_mm_cmple_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator==(f64x2 a, f64x2 b) { return {_mm_cmpeq_pd(a.v, b.v)}; }
-OZK_SIMD f64x2 not_less(f64x2 a, f64x2 b) { return {_mm_cmpnlt_pd(a.v, b.v)}; }            // also where a or b is NaN
-OZK_SIMD f64x2 not_less_or_equal(f64x2 a, f64x2 b) { return {_mm_cmpnle_pd(a.v, b.v)}; }  // also where a or b is NaN
+OZK_SIMD f64x2 not_less(f64x2 a, f64x2 b) { return {_mm_cmpnlt_pd(a.v, b.v)}; }  // also where a or b is NaN
+OZK_SIMD f64x2 not_less_or_equal(f64x2 a, f64x2 b) {
+    return {_mm_cmpnle_pd(a.v, b.v)};
+}  // also where a or b is NaN
 OZK_SIMD f32x4 operator<(f32x4 a, f32x4 b) { return {_mm_cmplt_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator<=(f32x4 a, f32x4 b) { return {_mm_cmple_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator==(f32x4 a, f32x4 b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
@@ -151,13 +220,18 @@ OZK_SIMD int lanes(i64x2 mask) { return _mm_movemask_pd(_mm_castsi128_pd(mask.v)
 OZK_SIMD f64x2 select(f64x2 mask, f64x2 a, f64x2 b) { return {_mm_blendv_pd(b.v, a.v, mask.v)}; }
 OZK_SIMD f32x4 select(f32x4 mask, f32x4 a, f32x4 b) { return {_mm_blendv_ps(b.v, a.v, mask.v)}; }
 
-// ---- Rounding and conversion ----------------------------------------------------------------------------------
+// ---- Rounding and conversion
+// ----------------------------------------------------------------------------------
 
-OZK_SIMD f64x2 round_to_even(f64x2 a) { return {_mm_round_pd(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)}; }
+OZK_SIMD f64x2 round_to_even(f64x2 a) {
+    return {_mm_round_pd(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)};
+}
 OZK_SIMD f64x2 truncate(f64x2 a) { return {_mm_round_pd(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f64x2 floor(f64x2 a) { return {_mm_round_pd(a.v, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f64x2 ceil(f64x2 a) { return {_mm_round_pd(a.v, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)}; }
-OZK_SIMD f32x4 round_to_even(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)}; }
+OZK_SIMD f32x4 round_to_even(f32x4 a) {
+    return {_mm_round_ps(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)};
+}
 OZK_SIMD f32x4 truncate(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f32x4 floor(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f32x4 ceil(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)}; }
@@ -180,7 +254,8 @@ OZK_SIMD i32x4 truncate_to_i32(f32x4 a) { return {_mm_cvttps_epi32(a.v)}; }
 // The two doubles truncated to 32-bit integers in lanes 0 and 1, zeros above.
 OZK_SIMD i32x4 truncate_to_i32(f64x2 a) { return {_mm_cvttpd_epi32(a.v)}; }
 
-// ---- Lanes ----------------------------------------------------------------------------------------------------
+// ---- Lanes
+// ----------------------------------------------------------------------------------------------------
 
 OZK_SIMD double low(f64x2 a) { return _mm_cvtsd_f64(a.v); }
 OZK_SIMD double high(f64x2 a) { return _mm_cvtsd_f64(_mm_unpackhi_pd(a.v, a.v)); }
@@ -190,14 +265,21 @@ template <int kLane>
 OZK_SIMD int32_t lane(i32x4 a) {
     return _mm_extract_epi32(a.v, kLane);
 }
-OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }    // a0 b0
+OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }   // a0 b0
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
+// Lanes 0 and 1 of either vector (a0 a1 b0 b1).
+OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
+// Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
+OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
+OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }
 // Even lanes of two vectors (a0 a2 b0 b2), odd lanes (a1 a3 b1 b3).
 OZK_SIMD i32x4 even_lanes(i32x4 a, i32x4 b) {
-    return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(2, 0, 2, 0)))};
+    return {_mm_castps_si128(
+        _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(2, 0, 2, 0)))};
 }
 OZK_SIMD i32x4 odd_lanes(i32x4 a, i32x4 b) {
-    return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(3, 1, 3, 1)))};
+    return {_mm_castps_si128(
+        _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(3, 1, 3, 1)))};
 }
 
 }  // namespace ozk::simd

@@ -1,0 +1,100 @@
+// What all constructions share: the checks, the end conditions, the loop over functions, the cubic cell.
+#pragma once
+
+#include <cstdint>
+
+#include "df/parallel.hpp"
+#include "df/partition.hpp"
+#include "ozk_df.h"
+
+namespace ozk::df {
+
+enum class EndCondition { kNone, kNotAKnot, kFirst, kSecond, kPeriodic };
+
+template <class T>
+struct EndConditions {
+    EndCondition left = EndCondition::kNone, right = EndCondition::kNone;
+    T left_value = 0, right_value = 0;
+};
+
+// Whether a cubic accepts the boundary condition code: each two-value code has one condition of either end.
+inline bool is_cubic_boundary(int64_t code) {
+    switch (code) {
+        case kDfBoundaryNotAKnot:
+        case kDfBoundaryFree:
+        case kDfBoundaryFirstFirst:
+        case kDfBoundaryFirstSecond:
+        case kDfBoundarySecondFirst:
+        case kDfBoundarySecondSecond:
+        case kDfBoundaryPeriodic:
+            return true;
+        default:
+            return false;
+    }
+}
+
+inline bool needs_boundary_values(const DfTask& task) {
+    if (task.boundary_type == kDfBoundaryPeriodic)
+        return task.type == kDfTypeDefault || task.type == kDfTypeHermite;
+    return task.boundary_type >= kDfBoundaryFirstFirst;
+}
+
+// The status of the boundary conditions of a spline that takes the codes of cubics.
+inline int check_cubic_boundary(const DfTask& task) {
+    if (!is_cubic_boundary(task.boundary_type)) return kDfErrorBoundaryType;
+    return needs_boundary_values(task) && !task.boundary ? kDfErrorNullBoundary : kDfOk;
+}
+
+// The conditions that an accepted code stands for; the free end is the second derivative 0.
+template <class T>
+EndConditions<T> end_conditions(const DfTask& task) {
+    const int64_t code = task.boundary_type;
+    if (code == kDfBoundaryNone) return {};
+    if (code == kDfBoundaryNotAKnot) return {EndCondition::kNotAKnot, EndCondition::kNotAKnot};
+    if (code == kDfBoundaryFree) return {EndCondition::kSecond, EndCondition::kSecond};
+    if (code == kDfBoundaryPeriodic) return {EndCondition::kPeriodic, EndCondition::kPeriodic};
+    const T* value = static_cast<const T*>(task.boundary);
+    return {code & kDfBoundaryFirstLeft ? EndCondition::kFirst : EndCondition::kSecond,
+            code & kDfBoundaryFirstRight ? EndCondition::kFirst : EndCondition::kSecond, value[0], value[1]};
+}
+
+// The status of the arrays, which come last among the checks, and of periodic functions: both ends must have
+// the same value, and a NaN never has.
+template <class T>
+int check_arrays(const DfTask& task) {
+    if (int status = check_values(task)) return status;
+    if (int status = check_coefficients(task)) return status;
+    if (task.boundary_type != kDfBoundaryPeriodic) return kDfOk;
+    for (int64_t f = 0; f < task.ny; ++f) {
+        const int status = with_values<T>(
+            task, f, [&task](auto y) -> int { return y[0] == y[task.nx - 1] ? kDfOk : kDfErrorNotPeriodic; });
+        if (status) return status;
+    }
+    return kDfOk;
+}
+
+// Runs body(y, coefficients, f) for each function, split over the threads unless the problem is small.
+template <class T, class Body>
+int for_each_function(const DfTask& task, const OzkThreading* threading, Body body) {
+    constexpr int64_t kSmallProblem = 127;  // values; below, starting threads costs more than the work
+    const bool worthwhile = task.nx > kSmallProblem || task.nx * task.ny > kSmallProblem;
+    return parallel_for(threading, task.ny, worthwhile, [&](int64_t f) -> int {
+        T* coefficients = static_cast<T*>(task.coefficients[f]);
+        return with_values<T>(task, f, [&](auto y) -> int {
+            body(y, coefficients, f);
+            return kDfOk;
+        });
+    });
+}
+
+// The four coefficients of a cubic cell from its value at the left knot, its secant slope, 1 / width, and the
+// slopes at both knots.
+template <class T>
+void write_cubic_cell(T* c, T y, T secant, T inverse_step, T left_slope, T right_slope) {
+    c[0] = y;
+    c[1] = left_slope;
+    c[2] = (T(3) * secant - T(2) * left_slope - right_slope) * inverse_step;
+    c[3] = (left_slope + right_slope - T(2) * secant) * inverse_step * inverse_step;
+}
+
+}  // namespace ozk::df

@@ -1,0 +1,159 @@
+// Values and derivatives of one function at a list of sites: cells are found and sites evaluated block by
+// block, so that the cells stay in cache and on the stack.
+
+#include "df/evaluate_look_up.hpp"
+#include "df/evaluate_polynomial.hpp"
+#include "df/evaluate_step.hpp"
+#include "df/parallel.hpp"
+#include "df/search.hpp"
+
+namespace ozk::df {
+namespace {
+
+constexpr int64_t kBlock = 512;
+static_assert(kSitesPerRun % kBlock == 0);
+
+template <class T>
+struct Interpolation {
+    const DfTask& task;
+    const OzkThreading* threading;
+    int64_t function;
+    int64_t nsite;
+    const T* site;
+    int64_t site_hint;
+    const int64_t* cell;  // null: to be searched
+    int64_t norder;
+    const int64_t* order;
+    T* result;
+    int64_t site_stride;
+    int64_t order_stride;
+    typename Precision<T>::Callbacks callbacks;
+
+    // Calls step(evaluation, callbacks) for each block of sites.
+    template <class Step>
+    int for_each_block(Step step) const {
+        const bool own_work = !callbacks.search && !callbacks.left && !callbacks.right;
+        const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
+        return parallel_for(threading, runs, own_work, [&](int64_t run) -> int {
+            const int64_t end = std::min(nsite, (run + 1) * kSitesPerRun);
+            for (int64_t first = run * kSitesPerRun; first < end; first += kBlock) {
+                if (int status = do_block(first, std::min(kBlock, end - first), step)) return status;
+            }
+            return kDfOk;
+        });
+    }
+
+  private:
+    template <class Step>
+    int do_block(int64_t first, int64_t count, Step step) const {
+        int64_t found[kBlock];
+        const int64_t* cells = cell ? cell + first : found;
+        if (!cell) {
+            if (callbacks.search) {
+                const int status = user_defined_search(task, count, site + first, callbacks.search,
+                                                       callbacks.search_parameters, found);
+                if (status < 0) return status;
+            } else {
+                find_cells(task, site_hint, count, site + first, found);
+            }
+        }
+        const T h = is_uniform(task) ? UniformPartition<T>(task).h : T(0);
+        const Evaluation<T, int64_t> e{task,
+                                       h,
+                                       function,
+                                       count,
+                                       site + first,
+                                       cells,
+                                       norder,
+                                       order,
+                                       result + first * site_stride,
+                                       site_stride,
+                                       order_stride};
+        return step(e, OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
+                                           {callbacks.right, callbacks.right_parameters}});
+    }
+};
+
+template <class Kind, class T>
+int interpolate_polynomials(const Interpolation<T>& call) {
+    const DfTask& task = call.task;
+    if (!task.coefficients || call.function >= task.coefficient_entries || !task.coefficients[call.function])
+        return kDfErrorNullCoefficients;
+    return call.for_each_block(
+        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+}
+
+template <class Kind, class T>
+int interpolate_values(const Interpolation<T>& call, bool check_sites) {
+    const DfTask& task = call.task;
+    const int64_t entry = task.y_hint == kDfStorageColumns ? 0 : call.function;
+    if (!task.y || entry >= task.y_entries || !task.y[entry]) return kDfErrorNullValues;
+    if (check_sites) {  // all of them before the first is written
+        const int status = call.for_each_block(
+            [](const auto& e, const auto& callbacks) -> int { return check_evaluation<Kind>(e, callbacks); });
+        if (status) return status;
+    }
+    return call.for_each_block(
+        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+}
+
+template <class T>
+int interpolate_kind(const Interpolation<T>& call) {
+    switch (call.task.order) {
+        case kDfOrderConstant:
+            switch (call.task.type) {
+                case kDfTypeStepRight:
+                    return interpolate_values<StepRight>(call, false);
+                case kDfTypeStepLeft:
+                    return interpolate_values<StepLeft>(call, false);
+                case kDfTypeLookUp:
+                    return interpolate_values<LookUp>(call, true);
+                default:
+                    return kDfErrorType;
+            }
+        case kDfOrderLinear:
+            return interpolate_polynomials<Linear>(call);
+        case kDfOrderQuadratic:
+            if (call.task.type == kDfTypeSubbotin) return kDfErrorType;
+            return interpolate_polynomials<Quadratic>(call);
+        case kDfOrderCubic:
+            return interpolate_polynomials<Cubic>(call);
+        default:
+            return call.task.order > kDfOrderCubic ? interpolate_polynomials<Arbitrary>(call) : kDfErrorOrder;
+    }
+}
+
+template <class T>
+int interpolate(const DfTask* task, const OzkThreading* threading, int64_t function, int64_t nsite,
+                const T* site, int64_t site_hint, const int64_t* cell, int64_t norder, const int64_t* order,
+                T* result, int64_t stride, int64_t result_hint,
+                const typename Precision<T>::Callbacks* callbacks) {
+    static constexpr int64_t kValueAlone[] = {1};
+    if (!task) return kDfErrorNullTask;
+    if (nsite < 1) return kDfOk;
+    if (function < 0 || function >= task->ny) return kDfErrorFunctionIndex;
+    if (!site) return kDfErrorNullSites;
+    if (!is_site_hint(site_hint)) return kDfErrorSiteHint;
+    if (!result) return kDfErrorNullResult;
+    if (result_hint != kDfResultNoHint && result_hint != kDfResultBySite && result_hint != kDfResultByOrder)
+        return kDfErrorResultHint;
+    const bool by_order = result_hint == kDfResultByOrder;
+    return interpolate_kind(Interpolation<T>{*task, threading, function, nsite, site, site_hint, cell,
+                                             order ? norder : 1, order ? order : kValueAlone, result,
+                                             by_order ? 1 : stride, by_order ? stride : 1,
+                                             callbacks ? *callbacks : typename Precision<T>::Callbacks{}});
+}
+
+}  // namespace
+}  // namespace ozk::df
+
+#define OZK_DF_INTERPOLATE(p, T)                                                                            \
+    int ozk_df_kernel_##p##DFInterpolate1D(                                                                 \
+        const DfTask* task, const OzkThreading* threading, int64_t function, int64_t nsite, const T* site,  \
+        int64_t site_hint, const int64_t* cell, int64_t norder, const int64_t* order, T* result,            \
+        int64_t stride, int64_t result_hint, const Df##p##Callbacks* callbacks) {                           \
+        return ozk::df::interpolate(task, threading, function, nsite, site, site_hint, cell, norder, order, \
+                                    result, stride, result_hint, callbacks);                                \
+    }
+OZK_DF_INTERPOLATE(s, float)
+OZK_DF_INTERPOLATE(d, double)

@@ -1,0 +1,437 @@
+/* Summary statistics: the task, its editors and the estimators.
+ *
+ * A task binds an observation matrix, its parameters and the arrays that receive the estimates. It stores
+ * pointers only: every estimator reads the current contents of the caller's arrays when it runs, so data and
+ * parameters may change between runs without editing the task again.
+ *
+ * Vocabulary: p components, n observations; x_ij is component i of observation j, w_j its weight (1 without
+ * weights), W = sum of w_j, V = sum of w_j^2, m_i the mean of component i. "int" is the task's integer type:
+ * int32_t when the integer width flag is 0, else int64_t. Reals are float in a task made by __vslsSSNewTask
+ * and double in one made by __vsldSSNewTask.
+ *
+ * Threads: a task carries no lock. It must not be edited or deleted while an estimator runs on it; distinct
+ * tasks are independent. Every function returns a status below; an argument that fails a check leaves
+ * everything as it was.
+ */
+#ifndef OZK_STATS_H
+#define OZK_STATS_H
+
+#include "ozk_core.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Status codes
+ * ------------------------------------------------------------------------------------------- */
+
+enum {
+    kOzkStatsOk = 0, /* Success. */
+    kOzkStatsErrorParameterId =
+        -3,                       /* The parameter identifier is out of range or not of this editor's kind. */
+    kOzkStatsErrorMemory = -4000, /* There is not enough memory. */
+    kOzkStatsErrorDimension = -4001,          /* The dimension is missing or below 1. */
+    kOzkStatsErrorObservationCount = -4002,   /* The number of observations is missing or too small. */
+    kOzkStatsErrorStorage = -4003,            /* A storage code is none of the codes below. */
+    kOzkStatsErrorIndices = -4004,            /* The component indices are missing. */
+    kOzkStatsErrorWeights = -4005,            /* The weights are missing. */
+    kOzkStatsErrorMean = -4006,               /* The array of means is missing. */
+    kOzkStatsErrorRawMoment2 = -4007,         /* The array of raw moments of order 2 is missing. */
+    kOzkStatsErrorRawMoment3 = -4008,         /* The array of raw moments of order 3 is missing. */
+    kOzkStatsErrorRawMoment4 = -4009,         /* The array of raw moments of order 4 is missing. */
+    kOzkStatsErrorCentralMoment2 = -4010,     /* The array of central moments of order 2 is missing. */
+    kOzkStatsErrorCentralMoment3 = -4011,     /* The array of central moments of order 3 is missing. */
+    kOzkStatsErrorCentralMoment4 = -4012,     /* The array of central moments of order 4 is missing. */
+    kOzkStatsErrorKurtosis = -4013,           /* The kurtosis array is missing. */
+    kOzkStatsErrorSkewness = -4014,           /* The skewness array is missing. */
+    kOzkStatsErrorMinimum = -4015,            /* The array of minima is missing. */
+    kOzkStatsErrorMaximum = -4016,            /* The array of maxima is missing. */
+    kOzkStatsErrorVariation = -4017,          /* The array of coefficients of variation is missing. */
+    kOzkStatsErrorCovariance = -4018,         /* The covariance matrix is missing. */
+    kOzkStatsErrorCorrelation = -4019,        /* The correlation matrix is missing. */
+    kOzkStatsErrorAccumulatedWeights = -4020, /* The pair of accumulated weights is missing. */
+    kOzkStatsErrorQuantileOrders = -4021,     /* The quantile orders are missing. */
+    kOzkStatsErrorQuantileOrderCount =
+        -4022, /* The number of quantile orders is missing, or an order is not in [0, 1]. */
+    kOzkStatsErrorQuantiles = -4023,          /* The array of quantiles is missing. */
+    kOzkStatsErrorOrderStatistics = -4024,    /* The array of order statistics is missing. */
+    kOzkStatsErrorRobustCovariance = -4027,   /* The robust covariance matrix is missing. */
+    kOzkStatsErrorRobustMean = -4028,         /* The robust mean is missing. */
+    kOzkStatsErrorMethod = -4029,             /* The method is not supported for the requested estimates. */
+    kOzkStatsErrorTask = -4031,               /* The task is missing. */
+    kOzkStatsErrorObservations = -4032,       /* The observations are missing. */
+    kOzkStatsErrorSingularCovariance = -4033, /* The covariance matrix is not of full rank. */
+    kOzkStatsErrorPooledCovariance = -4034,   /* The pooled covariance matrix is missing. */
+    kOzkStatsErrorPooledMean = -4035,         /* The pooled mean is missing. */
+    kOzkStatsErrorGroupCovariances = -4036,   /* The group covariance matrices are missing. */
+    kOzkStatsErrorGroupMeans = -4037,         /* The group means are missing. */
+    kOzkStatsErrorGroupIndices = -4038,       /* The group indices are missing. */
+    kOzkStatsErrorOutlierParameters = -4039,  /* The outlier-detection parameters are missing. */
+    kOzkStatsErrorOutlierParameterCount = -4040, /* The number of outlier-detection parameters is missing. */
+    kOzkStatsErrorOutlierWeights = -4041,        /* The array of outlier weights is missing. */
+    kOzkStatsErrorRobustParameters = -4042,      /* The robust-covariance parameters are missing. */
+    kOzkStatsErrorRobustParameterCount = -4043,  /* The number of robust-covariance parameters is missing. */
+    kOzkStatsErrorInteger = -4044,            /* An integer parameter, such as a storage code, is missing. */
+    kOzkStatsErrorPartialIndices = -4045,     /* The partial-covariance indices are missing. */
+    kOzkStatsErrorPartialCovariance = -4046,  /* The partial covariance matrix is missing. */
+    kOzkStatsErrorPartialCorrelation = -4047, /* The partial correlation matrix is missing. */
+    kOzkStatsErrorMissingParameters = -4048,  /* The missing-value parameters are missing. */
+    kOzkStatsErrorMissingParameterCount = -4049,      /* The number of missing-value parameters is missing. */
+    kOzkStatsErrorMissingParameterCountValue = -4050, /* The number of missing-value parameters is not 5. */
+    kOzkStatsErrorInitialEstimateCount = -4052,       /* The number of initial estimates is missing. */
+    kOzkStatsErrorInitialEstimates = -4053,           /* The initial estimates are missing. */
+    kOzkStatsErrorSimulatedSets = -4054,              /* The array of simulated sets is missing. */
+    kOzkStatsErrorSimulatedSetCount = -4055,          /* The number of simulated sets is missing. */
+    kOzkStatsErrorEstimateCount = -4056,              /* The number of estimates is missing. */
+    kOzkStatsErrorEstimates = -4057,                  /* The array of estimates is missing. */
+    kOzkStatsErrorNothingToSimulate =
+        -4060, /* Neither estimates nor a non-zero number of simulated sets is given. */
+    kOzkStatsErrorPriorCount = -4061, /* The number of prior parameters is missing. */
+    kOzkStatsErrorPrior = -4062,      /* The prior parameters are missing. */
+    kOzkStatsErrorStreamParameterCountMissing =
+        -4064,                                  /* The number of streaming-quantile parameters is missing. */
+    kOzkStatsErrorStreamParameters = -4065,     /* The streaming-quantile parameters are missing. */
+    kOzkStatsErrorStreamParameterCount = -4066, /* The number of streaming-quantile parameters is wrong. */
+    kOzkStatsErrorStreamAccuracy = -4067,       /* The streaming-quantile accuracy is out of range. */
+    kOzkStatsErrorStreamOrders = -4068,         /* The streaming quantile orders are missing. */
+    kOzkStatsErrorStreamOrderCount =
+        -4069, /* The number of streaming orders is missing, or an order is not in [0, 1]. */
+    kOzkStatsErrorStreamQuantiles = -4070,         /* The array of streaming quantiles is missing. */
+    kOzkStatsErrorParametrizedCorrelation = -4071, /* The parametrized correlation matrix is missing. */
+    kOzkStatsErrorSum = -4074,                     /* The array of sums is missing. */
+    kOzkStatsErrorRawSum2 = -4075,                 /* The array of raw sums of order 2 is missing. */
+    kOzkStatsErrorRawSum3 = -4076,                 /* The array of raw sums of order 3 is missing. */
+    kOzkStatsErrorRawSum4 = -4077,                 /* The array of raw sums of order 4 is missing. */
+    kOzkStatsErrorCentralSum2 = -4078,             /* The array of central sums of order 2 is missing. */
+    kOzkStatsErrorCentralSum3 = -4079,             /* The array of central sums of order 3 is missing. */
+    kOzkStatsErrorCentralSum4 = -4080,             /* The array of central sums of order 4 is missing. */
+    kOzkStatsErrorCrossProduct = -4081,            /* The cross-product matrix is missing. */
+    kOzkStatsErrorMedianDeviation = -4082,         /* The array of median absolute deviations is missing. */
+    kOzkStatsErrorMeanDeviation = -4083,           /* The array of mean absolute deviations is missing. */
+    kOzkStatsErrorSortedObservations = -4084,      /* The array of sorted observations is missing. */
+    kOzkStatsErrorSortInPlace = -4085,             /* Sorting in place excludes component indices. */
+    kOzkStatsErrorEigenvalues = -5040,             /* The eigenvalues for the rank test did not converge. */
+    kOzkStatsErrorFactorization = -5041,           /* The Cholesky factorisation failed. */
+    kOzkStatsErrorInversion = -5042                /* The inversion from the Cholesky factor failed. */
+};
+
+/* ---- Storage codes
+ * ------------------------------------------------------------------------------------------ */
+
+enum {
+    kOzkStatsByComponent = 0x10000,  /* Each component's n values contiguous: x_ij at i * n + j. */
+    kOzkStatsByObservation = 0x20000 /* Each observation's p values contiguous: x_ij at j * p + i. */
+};
+
+enum {
+    kOzkStatsMatrixFull = 0,  /* p * p values, symmetric. */
+    kOzkStatsMatrixLower = 1, /* p (p + 1) / 2 values, the lower triangle packed by rows. */
+    kOzkStatsMatrixUpper = 2  /* p (p + 1) / 2 values, the upper triangle packed by rows. */
+};
+
+/* ---- Parameter identifiers of the EditTask functions
+ * --------------------------------------------------------- */
+
+enum {
+    kOzkStatsIdDimension = 1,
+    kOzkStatsIdObservationCount = 2,
+    kOzkStatsIdObservations = 3,
+    kOzkStatsIdObservationStorage = 4,
+    kOzkStatsIdIndices = 5,
+    kOzkStatsIdWeights = 6,
+    kOzkStatsIdMean = 7,
+    kOzkStatsIdRawMoment2 = 8,
+    kOzkStatsIdRawMoment3 = 9,
+    kOzkStatsIdRawMoment4 = 10,
+    kOzkStatsIdCentralMoment2 = 11,
+    kOzkStatsIdCentralMoment3 = 12,
+    kOzkStatsIdCentralMoment4 = 13,
+    kOzkStatsIdKurtosis = 14,
+    kOzkStatsIdSkewness = 15,
+    kOzkStatsIdMinimum = 16,
+    kOzkStatsIdMaximum = 17,
+    kOzkStatsIdVariation = 18,
+    kOzkStatsIdCovariance = 19,
+    kOzkStatsIdCovarianceStorage = 20,
+    kOzkStatsIdCorrelation = 21,
+    kOzkStatsIdCorrelationStorage = 22,
+    kOzkStatsIdAccumulatedWeights = 23,
+    kOzkStatsIdQuantileOrderCount = 24,
+    kOzkStatsIdQuantileOrders = 25,
+    kOzkStatsIdQuantiles = 26,
+    kOzkStatsIdOrderStatistics = 27,
+    kOzkStatsIdGroupIndices = 28,
+    kOzkStatsIdPooledCovarianceStorage = 29,
+    kOzkStatsIdPooledMean = 30,
+    kOzkStatsIdPooledCovariance = 31,
+    kOzkStatsIdRequestedGroups = 32,
+    kOzkStatsIdGroupMeans = 33,
+    kOzkStatsIdGroupCovarianceStorage = 34,
+    kOzkStatsIdGroupCovariances = 35,
+    kOzkStatsIdRobustCovarianceStorage = 36,
+    kOzkStatsIdRobustParameterCount = 37,
+    kOzkStatsIdRobustParameters = 38,
+    kOzkStatsIdRobustMean = 39,
+    kOzkStatsIdRobustCovariance = 40,
+    kOzkStatsIdOutlierParameterCount = 41,
+    kOzkStatsIdOutlierParameters = 42,
+    kOzkStatsIdOutlierWeights = 43,
+    kOzkStatsIdOrderStatisticsStorage = 44,
+    kOzkStatsIdPartialIndices = 45,
+    kOzkStatsIdPartialCovariance = 46,
+    kOzkStatsIdPartialCovarianceStorage = 47,
+    kOzkStatsIdPartialCorrelation = 48,
+    kOzkStatsIdPartialCorrelationStorage = 49,
+    kOzkStatsIdMissingParameterCount = 50,
+    kOzkStatsIdMissingParameters = 51,
+    kOzkStatsIdInitialEstimateCount = 52,
+    kOzkStatsIdInitialEstimates = 53,
+    kOzkStatsIdSimulatedSetCount = 54,
+    kOzkStatsIdSimulatedSets = 55,
+    kOzkStatsIdEstimateCount = 56,
+    kOzkStatsIdEstimates = 57,
+    kOzkStatsIdPriorCount = 58,
+    kOzkStatsIdPrior = 59,
+    kOzkStatsIdParametrizedCorrelation = 60,
+    kOzkStatsIdParametrizedCorrelationStorage = 61,
+    kOzkStatsIdStreamParameterCount = 62,
+    kOzkStatsIdStreamParameters = 63,
+    kOzkStatsIdStreamOrderCount = 64,
+    kOzkStatsIdStreamOrders = 65,
+    kOzkStatsIdStreamQuantiles = 66,
+    kOzkStatsIdSum = 67,
+    kOzkStatsIdRawSum2 = 68,
+    kOzkStatsIdRawSum3 = 69,
+    kOzkStatsIdRawSum4 = 70,
+    kOzkStatsIdCentralSum2 = 71,
+    kOzkStatsIdCentralSum3 = 72,
+    kOzkStatsIdCentralSum4 = 73,
+    kOzkStatsIdCrossProduct = 74,
+    kOzkStatsIdCrossProductStorage = 75,
+    kOzkStatsIdMedianDeviation = 76,
+    kOzkStatsIdMeanDeviation = 77,
+    kOzkStatsIdSortedObservations = 78,
+    kOzkStatsIdSortedStorage = 79
+};
+
+/* ---- Estimates: bits of the 64-bit mask
+ * ----------------------------------------------------------------------- */
+
+static const uint64_t kOzkStatsMean = 0x1;
+static const uint64_t kOzkStatsRawMoment2 = 0x2;
+static const uint64_t kOzkStatsRawMoment3 = 0x4;
+static const uint64_t kOzkStatsRawMoment4 = 0x8;
+static const uint64_t kOzkStatsCentralMoment2 = 0x10;
+static const uint64_t kOzkStatsCentralMoment3 = 0x20;
+static const uint64_t kOzkStatsCentralMoment4 = 0x40;
+static const uint64_t kOzkStatsKurtosis = 0x80;
+static const uint64_t kOzkStatsSkewness = 0x100;
+static const uint64_t kOzkStatsVariation = 0x200;
+static const uint64_t kOzkStatsMinimum = 0x400;
+static const uint64_t kOzkStatsMaximum = 0x800;
+static const uint64_t kOzkStatsCovariance = 0x1000;
+static const uint64_t kOzkStatsCorrelation = 0x2000;
+static const uint64_t kOzkStatsQuantiles = 0x10000;
+static const uint64_t kOzkStatsOrderStatistics = 0x20000;
+static const uint64_t kOzkStatsSum = 0x2000000;
+static const uint64_t kOzkStatsRawSum2 = 0x4000000;
+static const uint64_t kOzkStatsRawSum3 = 0x8000000;
+static const uint64_t kOzkStatsRawSum4 = 0x10000000;
+static const uint64_t kOzkStatsCentralSum2 = 0x20000000;
+static const uint64_t kOzkStatsCentralSum3 = 0x40000000;
+static const uint64_t kOzkStatsCentralSum4 = 0x80000000;
+static const uint64_t kOzkStatsCrossProduct = 0x100000000;
+static const uint64_t kOzkStatsMedianDeviation = 0x200000000;
+static const uint64_t kOzkStatsMeanDeviation = 0x400000000;
+
+/* ---- Methods: bits of the 32-bit method word
+ * ------------------------------------------------------------------ */
+
+enum {
+    kOzkStatsFast = 0x1,             /* Two passes over blocks that stay in cache; plain selection. */
+    kOzkStatsOnePass = 0x2,          /* The running update, observation by observation. */
+    kOzkStatsFastCallerMean = 0x100, /* Fast, about the means that the caller gives. */
+    kOzkStatsCrossProductToCovariance = 0x200, /* Covariance and correlation from the cross-product. */
+    kOzkStatsSumsToMoments = 0x400,            /* Mean and moments from the sums. */
+    kOzkStatsRadixSort = 0x100000              /* Sorting. */
+};
+
+/* ---- The task
+ * -------------------------------------------------------------------------------------------------- */
+
+typedef struct OzkStatsTask OzkStatsTask;
+
+/* Integer parameters are pointers to the task's int, real ones pointers to its real type. Null: not set. */
+struct OzkStatsTask {
+    int32_t wide_integers; /* 0: every integer that the task points to is int32_t; else int64_t */
+    int32_t reserved_a;    /* 2 */
+    int32_t reserved_b;    /* 1 */
+    void* dimension;
+    void* observation_count;
+    void* indices; /* int[p]: 0 skips the component; null processes all */
+    void* observations;
+    void* weights;             /* real[n], null for all 1 */
+    void* accumulated_weights; /* real[2]: W and V of the observations processed so far */
+    void* observation_storage;
+    void* parametrized_correlation;
+    void* parametrized_correlation_storage;
+    void* mean;
+    void* raw_moment[3]; /* of order 2, 3, 4; so are the next */
+    void* central_moment[3];
+    void* sum;
+    void* raw_sum[3];
+    void* central_sum[3];
+    void* kurtosis;
+    void* skewness;
+    void* variation;
+    void* minimum;
+    void* maximum;
+    void* covariance_storage;
+    void* covariance;
+    void* correlation_storage;
+    void* correlation;
+    void* cross_product_storage;
+    void* cross_product;
+    void* group_indices;
+    void* requested_groups;
+    void* group_means;
+    void* group_covariances;
+    void* group_covariance_storage;
+    void* pooled_mean;
+    void* pooled_covariance;
+    void* pooled_covariance_storage;
+    void* quantile_order_count;
+    void* quantile_orders;
+    void* quantiles;
+    void* order_statistics;
+    void* order_statistics_storage;
+    void* stream_order_count;
+    void* stream_orders;
+    void* stream_quantiles;
+    void* stream_state; /* owned by the task, made by the streaming-quantile estimator */
+    void* stream_parameter_count;
+    void* stream_parameters;
+    void* mean_deviation;
+    void* median_deviation;
+    void* robust_parameter_count;
+    void* robust_parameters;
+    void* robust_mean;
+    void* robust_covariance;
+    void* robust_covariance_storage;
+    void* outlier_parameter_count;
+    void* outlier_parameters;
+    void* outlier_weights;
+    void* partial_indices;
+    void* partial_covariance;
+    void* partial_covariance_storage;
+    void* partial_correlation;
+    void* partial_correlation_storage;
+    void* missing_parameter_count;
+    void* missing_parameters;
+    void* initial_estimate_count;
+    void* initial_estimates;
+    void* prior_count;
+    void* prior;
+    void* simulated_set_count;
+    void* simulated_sets;
+    void* estimate_count;
+    void* estimates;
+    void* distance_sizes[2]; /* int; the operands of the Mahalanobis distance, set by the estimators that use
+                                it */
+    void* distance_centre;
+    void* distance_inverse_covariance;
+    void* distances;
+    void* distance_work;
+    void* distance_work_size; /* int */
+    int32_t clean_up_count;   /* of registered clean-up routines: 0 or 1 */
+    void (*clean_up)(
+        struct OzkStatsTask*); /* frees what an estimator attached; called by __vslSSDeleteTask */
+    void* sorted_observations; /* may be the observations */
+    void* sorted_storage;
+    void* work_buffer; /* owned by the task, freed by __vslSSDeleteTask */
+};
+
+/* ---- Creating, editing, deleting
+ * ------------------------------------------------------------------------------- *
+ *
+ * __vsl?SSNewTask makes a task over `observations` (p by n values in the layout that *storage tells),
+ * `weights` (n values >= 0, or null for all 1) and `indices` (p integers, or null to process every
+ * component). `wide_integers` tells the type of every integer that the task will ever point to: 0 int32_t,
+ * else int64_t. All that these pointers refer to stays the caller's, is not copied, and must outlive the
+ * task. Observations may be null and set later; then `observation_count` and `storage` are stored unchecked.
+ * Checks in this order: dimension missing or below 1 kOzkStatsErrorDimension; with observations: storage
+ * missing kOzkStatsErrorInteger, code unknown kOzkStatsErrorStorage, count missing or below 1
+ * kOzkStatsErrorObservationCount; `task` null kOzkStatsErrorTask. With too little memory the handle becomes
+ * null and the status is kOzkStatsErrorMemory; a failed check leaves the handle as it was.
+ *
+ * __vsl?SSEditTask stores `pointer` as the parameter `id` (an identifier above); the letter is the kind: s, d
+ * for a real array, i for an integer or an array of integers. Null task: kOzkStatsErrorTask; identifier out
+ * of range or of the other kind: kOzkStatsErrorParameterId; null pointer: the status that names the
+ * parameter, where every storage code shares kOzkStatsErrorInteger and the sum answers kOzkStatsErrorMean.
+ * Values are not checked: each estimator does, when it runs. Pointers to results are taken as pointers to
+ * const for the sake of one signature; the estimators write through them.
+ *
+ * The typed editors store their arguments in one call. A null argument leaves its parameter as it is; only a
+ * null task is an error, kOzkStatsErrorTask.
+ *
+ * __vslSSDeleteTask frees the task with all that the estimators attached to it, none of the caller's arrays,
+ * and makes the handle null. Handle or task null: kOzkStatsErrorTask. */
+
+#define OZK_STATS_DECLARE_TASK(letter, real)                                                                 \
+    OZK_EXPORT int __vsl##letter##SSNewTask(                                                                 \
+        OzkStatsTask** task, const void* dimension, const void* observation_count, const void* storage,      \
+        const real* observations, const real* weights, const void* indices, int32_t wide_integers);          \
+    OZK_EXPORT int __vsl##letter##SSEditTask(OzkStatsTask* task, int id, const real* pointer);               \
+    OZK_EXPORT int __vsl##letter##SSEditMoments(OzkStatsTask* task, real* mean, real* raw2, real* raw3,      \
+                                                real* raw4, real* central2, real* central3, real* central4); \
+    OZK_EXPORT int __vsl##letter##SSEditSums(OzkStatsTask* task, real* sum, real* raw2, real* raw3,          \
+                                             real* raw4, real* central2, real* central3, real* central4);    \
+    OZK_EXPORT int __vsl##letter##SSEditCovCor(OzkStatsTask* task, real* mean, real* covariance,             \
+                                               const void* covariance_storage, real* correlation,            \
+                                               const void* correlation_storage);                             \
+    OZK_EXPORT int __vsl##letter##SSEditCP(OzkStatsTask* task, real* mean, real* sum, real* cross_product,   \
+                                           const void* cross_product_storage);                               \
+    OZK_EXPORT int __vsl##letter##SSEditPartialCovCor(                                                       \
+        OzkStatsTask* task, const void* partial_indices, const real* covariance,                             \
+        const void* covariance_storage, const real* correlation, const void* correlation_storage,            \
+        real* partial_covariance, const void* partial_covariance_storage, real* partial_correlation,         \
+        const void* partial_correlation_storage);                                                            \
+    OZK_EXPORT int __vsl##letter##SSEditQuantiles(                                                           \
+        OzkStatsTask* task, const void* order_count, const real* orders, real* quantiles,                    \
+        real* order_statistics, const void* order_statistics_storage);                                       \
+    OZK_EXPORT int __vsl##letter##SSEditStreamQuantiles(                                                     \
+        OzkStatsTask* task, const void* order_count, const real* orders, real* quantiles,                    \
+        const void* parameter_count, const real* parameters);                                                \
+    OZK_EXPORT int __vsl##letter##SSEditPooledCovariance(                                                    \
+        OzkStatsTask* task, const void* group_indices, real* pooled_mean, real* pooled_covariance,           \
+        const void* requested_groups, real* group_means, real* group_covariances);                           \
+    OZK_EXPORT int __vsl##letter##SSEditRCov(OzkStatsTask* task, const void* storage,                        \
+                                             const void* parameter_count, const real* parameters,            \
+                                             real* robust_mean, real* robust_covariance);                    \
+    OZK_EXPORT int __vsl##letter##SSEditOutDetect(OzkStatsTask* task, const void* parameter_count,           \
+                                                  const real* parameters, real* outlier_weights);            \
+    OZK_EXPORT int __vsl##letter##SSEditMissingVals(                                                         \
+        OzkStatsTask* task, const void* parameter_count, const real* parameters,                             \
+        const void* initial_estimate_count, const real* initial_estimates, const void* prior_count,          \
+        const real* prior, const void* simulated_set_count, real* simulated_sets,                            \
+        const void* estimate_count, real* estimates);                                                        \
+    OZK_EXPORT int __vsl##letter##SSEditMtxParametrz(                                                        \
+        OzkStatsTask* task, const real* correlation, const void* correlation_storage,                        \
+        real* parametrized_correlation, const void* parametrized_correlation_storage);
+
+OZK_STATS_DECLARE_TASK(s, float)
+OZK_STATS_DECLARE_TASK(d, double)
+
+OZK_EXPORT int __vsliSSEditTask(OzkStatsTask* task, int id, const void* pointer);
+OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
+
+OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                            const OzkThreading* threading);
+OZK_EXPORT int _vslsSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                            const OzkThreading* threading);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

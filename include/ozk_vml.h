@@ -1,0 +1,296 @@
+/* Vector mathematics: mode, status, error callback, and every function of the catalogue.
+ *
+ * A function _vml<p><Func> computes r[i] = f(a[i]) for i = 0 .. n - 1, <p> being the element type: s single,
+ * d double, c single complex, z double complex. Counts and strides are 32-bit; strides count elements. n <= 0
+ * does nothing. A result vector may be exactly an argument vector, but may not overlap it otherwise. Any
+ * alignment is allowed. Every element has the same bits whatever n, its position, the alignment and the
+ * strides are.
+ *
+ * Accuracy: the plain name and _HA stay below 1 ulp; _21 (s, c) and _50 (d, z), the LA level, below 4 ulp;
+ * _11 and _26, the EP level, give about half the bits. The mode's accuracy field is for callers that choose a
+ * slot of the kernel table (ozk_vml_kernel_GetTTableIndex); entry points don't read it.
+ *
+ * Special values are reported to the calling thread's error status, errno, standard error, the floating-point
+ * flags and the thread's callback, as its mode says. All state is per thread; every function may be called
+ * from any thread.
+ */
+#ifndef OZK_VML_H
+#define OZK_VML_H
+
+#include <stdint.h>
+
+#include "ozk_core.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Mode
+ * ---------------------------------------------------------------------------------------------------- */
+
+enum {
+    kVmlAccuracyMask = 0xF,
+    kVmlLa = 0x1,
+    kVmlHa = 0x2,
+    kVmlEp = 0x3,
+
+    kVmlConsistencyMask = 0xF0,
+    kVmlFloatConsistent = 0x10,
+    kVmlDoubleConsistent = 0x20,
+    kVmlRestore = 0x30,
+
+    kVmlErrorModeMask = 0xFF00,
+    kVmlErrorIgnore = 0x100,    /* set the status, do nothing else */
+    kVmlErrorErrno = 0x200,     /* set errno */
+    kVmlErrorStderr = 0x400,    /* print a message */
+    kVmlErrorException = 0x800, /* raise the floating-point flag, trap if the mode's trap bits say so */
+    kVmlErrorCallback = 0x1000, /* call the thread's callback */
+    kVmlErrorNone = 0x2000,     /* no error handling: not even the status is set */
+    kVmlErrorDefault = 0x1A00,
+
+    kVmlTwoBitMask = 0x30000, /* stored only */
+
+    kVmlDenormalMask = 0x3C0000,
+    kVmlDenormalKeep = 0x140000,
+    kVmlDenormalFlush = 0x280000, /* kernels flush denormal results and read denormal arguments as zero */
+
+    kVmlTrapMask = 0xF000000,
+    kVmlTrapInvalid = 0x1000000,
+    kVmlTrapDivideByZero = 0x2000000,
+    kVmlTrapOverflow = 0x4000000,
+    kVmlTrapUnderflow = 0x8000000,
+
+    kVmlDefaultMode = 0x1A02
+};
+
+/* ---- Errors
+ * ------------------------------------------------------------------------------------------------- */
+
+enum {
+    kVmlBadMemory = -2,  /* a memory argument is bad */
+    kVmlBadSize = -1,    /* a size argument is bad */
+    kVmlOk = 0,          /* no error */
+    kVmlDomain = 1,      /* an argument lies outside the function's domain */
+    kVmlSingularity = 2, /* an argument is a pole of the function */
+    kVmlOverflow = 3,    /* a result is too large */
+    kVmlUnderflow = 4    /* a result is subnormal or zero where the exact one is not */
+};
+
+/* What a callback is told of a special value, and where it may replace the results r1 and r2. */
+typedef struct VmlErrorRecord {
+    int32_t code;  /* kVmlDomain and so on */
+    int32_t index; /* of the element, in the whole vector where a base pointer is set */
+    double a1;     /* arguments and results, real parts; a2 is a1, r2 is r1 where there is only one */
+    double a2;
+    double r1;
+    double r2;
+    char name[64]; /* such as "vdExp", NUL-terminated, at most 47 characters */
+    int32_t name_length;
+    int32_t padding;
+    double a1_imaginary; /* complex types only */
+    double a2_imaginary;
+    double r1_imaginary;
+    double r2_imaginary;
+} VmlErrorRecord;
+
+/* Returns 0 to go on with the reporting and to store the record's results, nonzero to end it and keep the
+ * kernel's result. */
+typedef int (*VmlErrorCallBack)(VmlErrorRecord* record);
+
+/* ---- Control
+ * -------------------------------------------------------------------------------------------------- * Each
+ * operation exists as _vml<Name> and as ozk_vml_kernel_<Name>. All act on the calling thread alone. The first
+ * use on a thread takes the mode from the environment variable OZK_VML_MODE (tokens such as VML_EP or
+ * VML_ERRMODE_STDERR, separated by commas), or kVmlDefaultMode when it is unset or malformed. */
+
+#define OZK_VML_CONTROL(prefix)                                                                              \
+    /* Replaces each field of the mode that is nonzero in `mode`; returns the previous mode. The consistency \
+     * field and bits outside the fields stay. */                                                            \
+    OZK_EXPORT uint64_t prefix##SetMode(uint32_t mode);                                                      \
+    OZK_EXPORT uint64_t prefix##GetMode(void);                                                               \
+    /* The code of the last special value reported on this thread; successful calls leave it. Set and Clear  \
+     * return the previous one. */                                                                           \
+    OZK_EXPORT int32_t prefix##SetErrStatus(int32_t status);                                                 \
+    OZK_EXPORT int32_t prefix##GetErrStatus(void);                                                           \
+    OZK_EXPORT int32_t prefix##ClearErrStatus(void);                                                         \
+    /* The callback; null for none. Set and Clear return the previous one and keep the mode's callback bit   \
+     * in step, but for an error mode that would become empty. */                                                     \
+    OZK_EXPORT VmlErrorCallBack prefix##SetErrorCallBack(VmlErrorCallBack callback);                         \
+    OZK_EXPORT VmlErrorCallBack prefix##GetErrorCallBack(void);                                              \
+    OZK_EXPORT VmlErrorCallBack prefix##ClearErrorCallBack(void);                                            \
+    /* The start of the caller's whole vector, from which reported indices count; null: from the vector of   \
+     * the call. Returns its argument. */                                                                              \
+    OZK_EXPORT const void* prefix##SetInterfInputVectorPointer(const void* base);
+
+OZK_VML_CONTROL(_vml)
+OZK_VML_CONTROL(ozk_vml_kernel_)
+
+/* The mode that OZK_VML_MODE asks for, or all ones when it is unset or malformed. */
+OZK_EXPORT int64_t ozk_vml_kernel_ReadEnvVarMode(void);
+
+/* The kernel table slot of this thread's accuracy: LA 0, HA 1, EP 2. */
+OZK_EXPORT int32_t ozk_vml_kernel_GetTTableIndex(void);
+/* The slot of the accuracy in `mode`; the first argument is ignored. */
+OZK_EXPORT int32_t ozk_vml_kernel_GetTTableIndexM(int64_t ignored, uint32_t mode);
+
+/* The number of the processor code path of this library: 5. */
+OZK_EXPORT int dll_cpu_version(void);
+
+/* ---- Elements
+ * ------------------------------------------------------------------------------------------------- */
+
+typedef struct OzkComplex8 {
+    float re, im;
+} OzkComplex8;
+typedef struct OzkComplex16 {
+    double re, im;
+} OzkComplex16;
+
+#define OZK_VML_TYPE_s float
+#define OZK_VML_TYPE_d double
+#define OZK_VML_TYPE_c OzkComplex8
+#define OZK_VML_TYPE_z OzkComplex16
+#define OZK_VML_REAL_s float
+#define OZK_VML_REAL_d double
+#define OZK_VML_REAL_c float
+#define OZK_VML_REAL_z double
+
+/* ---- Argument lists by shape
+ * ------------------------------------------------------------------------------------ *
+ * OZK_VML_ARGUMENTS_<shape>(p) for the unit-stride form, OZK_VML_ARGUMENTS_<shape>_strided(p) for the strided
+ * one. Pack and unpack: with width 1, n is a 32-bit count and indices are 32-bit integers; otherwise both are
+ * 64-bit. */
+
+#define OZK_VML_ARGUMENTS_unary(p) (int32_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p* r)
+#define OZK_VML_ARGUMENTS_unary_strided(p) \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, OZK_VML_TYPE_##p* r, int32_t incr)
+#define OZK_VML_ARGUMENTS_to_real(p) (int32_t n, const OZK_VML_TYPE_##p* a, OZK_VML_REAL_##p* r)
+#define OZK_VML_ARGUMENTS_to_real_strided(p) \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, OZK_VML_REAL_##p* r, int32_t incr)
+#define OZK_VML_ARGUMENTS_to_complex(p) (int32_t n, const OZK_VML_REAL_##p* a, OZK_VML_TYPE_##p* r)
+#define OZK_VML_ARGUMENTS_to_complex_strided(p) \
+    (int32_t n, const OZK_VML_REAL_##p* a, int32_t inca, OZK_VML_TYPE_##p* r, int32_t incr)
+#define OZK_VML_ARGUMENTS_binary(p) \
+    (int32_t n, const OZK_VML_TYPE_##p* a, const OZK_VML_TYPE_##p* b, OZK_VML_TYPE_##p* r)
+#define OZK_VML_ARGUMENTS_binary_strided(p)                                                       \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, const OZK_VML_TYPE_##p* b, int32_t incb, \
+     OZK_VML_TYPE_##p* r, int32_t incr)
+#define OZK_VML_ARGUMENTS_scalar(p) \
+    (int32_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p b, OZK_VML_TYPE_##p* r)
+#define OZK_VML_ARGUMENTS_scalar_strided(p)                                                       \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, OZK_VML_TYPE_##p b, OZK_VML_TYPE_##p* r, \
+     int32_t incr)
+#define OZK_VML_ARGUMENTS_two_results(p) \
+    (int32_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p* r1, OZK_VML_TYPE_##p* r2)
+#define OZK_VML_ARGUMENTS_two_results_strided(p)                                              \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, OZK_VML_TYPE_##p* r1, int32_t incr1, \
+     OZK_VML_TYPE_##p* r2, int32_t incr2)
+#define OZK_VML_ARGUMENTS_linear_fraction(p)                                                   \
+    (int32_t n, const OZK_VML_TYPE_##p* a, const OZK_VML_TYPE_##p* b, OZK_VML_TYPE_##p scalea, \
+     OZK_VML_TYPE_##p shifta, OZK_VML_TYPE_##p scaleb, OZK_VML_TYPE_##p shiftb, OZK_VML_TYPE_##p* r)
+#define OZK_VML_ARGUMENTS_linear_fraction_strided(p)                                                     \
+    (int32_t n, const OZK_VML_TYPE_##p* a, int32_t inca, const OZK_VML_TYPE_##p* b, int32_t incb,        \
+     OZK_VML_TYPE_##p scalea, OZK_VML_TYPE_##p shifta, OZK_VML_TYPE_##p scaleb, OZK_VML_TYPE_##p shiftb, \
+     OZK_VML_TYPE_##p* r, int32_t incr)
+#define OZK_VML_ARGUMENTS_pack_increment(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, int64_t inca, OZK_VML_TYPE_##p* y, int32_t width)
+#define OZK_VML_ARGUMENTS_pack_vector(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, const void* ia, OZK_VML_TYPE_##p* y, int32_t width)
+#define OZK_VML_ARGUMENTS_pack_mask(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, const void* ma, OZK_VML_TYPE_##p* y, int32_t width)
+#define OZK_VML_ARGUMENTS_unpack_increment(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p* y, int64_t incy, int32_t width)
+#define OZK_VML_ARGUMENTS_unpack_vector(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p* y, const void* iy, int32_t width)
+#define OZK_VML_ARGUMENTS_unpack_mask(p) \
+    (int64_t n, const OZK_VML_TYPE_##p* a, OZK_VML_TYPE_##p* y, const void* my, int32_t width)
+
+/* OZK_VML_IF_STRIDED_<shape>(text): text where the shape has a strided form. OZK_VML_IF_<state>(text): text
+ * where the row is built. */
+#define OZK_VML_IF_STRIDED_unary(...)           __VA_ARGS__
+#define OZK_VML_IF_STRIDED_to_real(...)         __VA_ARGS__
+#define OZK_VML_IF_STRIDED_to_complex(...)      __VA_ARGS__
+#define OZK_VML_IF_STRIDED_binary(...)          __VA_ARGS__
+#define OZK_VML_IF_STRIDED_scalar(...)          __VA_ARGS__
+#define OZK_VML_IF_STRIDED_two_results(...)     __VA_ARGS__
+#define OZK_VML_IF_STRIDED_linear_fraction(...) __VA_ARGS__
+#define OZK_VML_IF_STRIDED_pack_increment(...)
+#define OZK_VML_IF_STRIDED_pack_vector(...)
+#define OZK_VML_IF_STRIDED_pack_mask(...)
+#define OZK_VML_IF_STRIDED_unpack_increment(...)
+#define OZK_VML_IF_STRIDED_unpack_vector(...)
+#define OZK_VML_IF_STRIDED_unpack_mask(...)
+#define OZK_VML_IF_built(...) __VA_ARGS__
+#define OZK_VML_IF_planned(...)
+
+/* The suffixes of the LA and EP entry points of each element type. */
+#define OZK_VML_LA_SUFFIX_s  _21
+#define OZK_VML_LA_SUFFIX_d  _50
+#define OZK_VML_LA_SUFFIX_c  _21
+#define OZK_VML_LA_SUFFIX_z  _50
+#define OZK_VML_EP_SUFFIX_s  _11
+#define OZK_VML_EP_SUFFIX_d  _26
+#define OZK_VML_EP_SUFFIX_c  _11
+#define OZK_VML_EP_SUFFIX_z  _26
+#define OZK_VML_PASTE(a, b)  OZK_VML_PASTE_(a, b)
+#define OZK_VML_PASTE_(a, b) a##b
+
+/* Names of kernels: OZK_VML_KERNEL_<level>_<family>(p, function, family of the HA kernel). A level without a
+ * kernel of its own names the HA kernel. */
+#define OZK_VML_KERNEL_LA_EX(p, function, ha) ozk_vml_kernel_##p##function##_EXLAynn
+#define OZK_VML_KERNEL_LA_H8(p, function, ha) ozk_vml_kernel_##p##function##_H8LAynn
+#define OZK_VML_KERNEL_LA_no(p, function, ha) OZK_VML_KERNEL_HA_##ha(p, function, ha)
+#define OZK_VML_KERNEL_HA_EX(p, function, ha) ozk_vml_kernel_##p##function##_EXHAynn
+#define OZK_VML_KERNEL_HA_H8(p, function, ha) ozk_vml_kernel_##p##function##_H8HAynn
+#define OZK_VML_KERNEL_EP_EX(p, function, ha) ozk_vml_kernel_##p##function##_EXEPnnn
+#define OZK_VML_KERNEL_EP_H8(p, function, ha) ozk_vml_kernel_##p##function##_H8EPnnn
+#define OZK_VML_KERNEL_EP_no(p, function, ha) OZK_VML_KERNEL_HA_##ha(p, function, ha)
+
+/* ---- Kernels, kernel tables, cost tables and entry points of every function
+ * ---------------------------------------------- * ozk_vml_kernel_<p><Func>[I]_<family><level><flags>: a
+ * kernel, with the argument list of its entry points. ozk_vml_kernel_<p><Func>[I]_ttab: the kernels in slot
+ * order LA, HA, EP. ozk_vml_kernel_<p><Func>[I]_ctab: their relative costs an element, in the same order.
+ * _vml<p><Func>[I], _HA: slot 1; _21 or _50: slot 0; _11 or _26: slot 2. */
+
+#define OZK_VML_DECLARE(p, function, ARGUMENTS, la, ha, ep)                                        \
+    OZK_EXPORT void OZK_VML_KERNEL_LA_##la(p, function, ha) ARGUMENTS(p);                          \
+    OZK_EXPORT void OZK_VML_KERNEL_HA_##ha(p, function, ha) ARGUMENTS(p);                          \
+    OZK_EXPORT void OZK_VML_KERNEL_EP_##ep(p, function, ha) ARGUMENTS(p);                          \
+    typedef void(*ozk_vml_##p##function##_kernel) ARGUMENTS(p);                                    \
+    OZK_EXPORT extern const ozk_vml_##p##function##_kernel ozk_vml_kernel_##p##function##_ttab[3]; \
+    OZK_EXPORT extern const float ozk_vml_kernel_##p##function##_ctab[3];                          \
+    OZK_EXPORT void _vml##p##function ARGUMENTS(p);                                                \
+    OZK_EXPORT void _vml##p##function##_HA ARGUMENTS(p);                                           \
+    OZK_EXPORT void OZK_VML_PASTE(_vml##p##function, OZK_VML_LA_SUFFIX_##p) ARGUMENTS(p);          \
+    OZK_EXPORT void OZK_VML_PASTE(_vml##p##function, OZK_VML_EP_SUFFIX_##p) ARGUMENTS(p);
+
+#define OZK_FN(p, function, shape, la, ha, ep, state, ...)                                 \
+    OZK_VML_IF_##state(OZK_VML_DECLARE(p, function, OZK_VML_ARGUMENTS_##shape, la, ha, ep) \
+                           OZK_VML_IF_STRIDED_##shape(OZK_VML_DECLARE(                     \
+                               p, function##I, OZK_VML_ARGUMENTS_##shape##_strided, la, ha, ep)))
+#include "vml/catalogue.def"
+#undef OZK_FN
+
+/* ---- Error entry points
+ * ----------------------------------------------------------------------------------------- * Report code at
+ * element `index` of vectors a1, a2 (a1 again for one-argument functions) and results r1, r2 (r1 again for
+ * one-result functions), for the function called `name` in messages. The I forms take the stride of each
+ * vector. Half-precision elements are their 16 bits. */
+
+#define OZK_VML_ERROR(p, T)                                                                                 \
+    OZK_EXPORT void ozk_vml_kernel_##p##Error(int32_t code, int32_t index, const T* a1, const T* a2, T* r1, \
+                                              T* r2, const char* name);                                     \
+    OZK_EXPORT void ozk_vml_kernel_##p##ErrorI(int32_t code, int32_t index, const T* a1, int32_t inca1,     \
+                                               const T* a2, int32_t inca2, T* r1, int32_t incr1, T* r2,     \
+                                               int32_t incr2, const char* name);
+OZK_VML_ERROR(h, uint16_t)
+OZK_VML_ERROR(s, float)
+OZK_VML_ERROR(d, double)
+OZK_VML_ERROR(c, OzkComplex8)
+OZK_VML_ERROR(z, OzkComplex16)
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,126 @@
+// K vectors worked on in step, each operation on all of them before the next.
+//
+// A kernel's chain of dependent operations is several times longer than the work that a processor can look
+// ahead over; written on a wide vector, neighbouring instructions are independent. Every lane gets exactly
+// the operations, and so the bits, that a single vector's lane gets. Operations mix with single vectors,
+// which stand for K equal ones.
+#pragma once
+
+#include "simd/vector.hpp"
+
+namespace ozk::simd {
+
+template <class V, int K>
+struct wide {
+    V v[K];
+    static constexpr int kLanes = K * V::kLanes;
+};
+
+template <class T>
+inline constexpr int kWidth = 0;
+template <class V, int K>
+inline constexpr int kWidth<wide<V, K>> = K;
+
+template <class V>
+OZK_SIMD const V& part(const V& a, int) {
+    return a;
+}
+template <class V, int K>
+OZK_SIMD const V& part(const wide<V, K>& a, int k) {
+    return a.v[k];
+}
+
+// f on the k-th parts of all arguments, for each k.
+template <class F, class... A>
+OZK_SIMD auto map(F f, const A&... a) {
+    constexpr int K = (kWidth<A> + ... + 0) / ((kWidth<A> != 0) + ... + 0);
+    wide<decltype(f(part(a, 0)...)), K> result;
+#pragma GCC unroll 8
+    for (int k = 0; k < K; ++k) result.v[k] = f(part(a, k)...);
+    return result;
+}
+
+template <class... A>
+concept AnyWide = ((kWidth<A> != 0) || ...);
+
+#define OZK_WIDE_OPERATOR(op)                                                    \
+    template <class A, class B>                                                  \
+    requires AnyWide<A, B> OZK_SIMD auto operator op(const A& a, const B& b) {   \
+        return map([](auto x, auto y) OZK_SIMD_LAMBDA { return x op y; }, a, b); \
+    }
+#define OZK_WIDE_FUNCTION(name)                                                 \
+    template <class... A>                                                       \
+    requires AnyWide<A...> OZK_SIMD auto name(const A&... a) {                  \
+        return map([](auto... x) OZK_SIMD_LAMBDA { return name(x...); }, a...); \
+    }
+
+OZK_WIDE_OPERATOR(+)
+OZK_WIDE_OPERATOR(-)
+OZK_WIDE_OPERATOR(*)
+OZK_WIDE_OPERATOR(/)
+OZK_WIDE_OPERATOR(&)
+OZK_WIDE_OPERATOR(|)
+OZK_WIDE_OPERATOR(^)
+OZK_WIDE_OPERATOR(<)
+OZK_WIDE_OPERATOR(<=)
+OZK_WIDE_OPERATOR(==)
+OZK_WIDE_OPERATOR(>)
+OZK_WIDE_FUNCTION(sqrt)
+OZK_WIDE_FUNCTION(abs)
+OZK_WIDE_FUNCTION(min)
+OZK_WIDE_FUNCTION(max)
+OZK_WIDE_FUNCTION(bits)
+OZK_WIDE_FUNCTION(as_f64)
+OZK_WIDE_FUNCTION(as_f32)
+OZK_WIDE_FUNCTION(as_i32)
+OZK_WIDE_FUNCTION(as_i64)
+OZK_WIDE_FUNCTION(select)
+OZK_WIDE_FUNCTION(not_less)
+OZK_WIDE_FUNCTION(not_less_or_equal)
+OZK_WIDE_FUNCTION(round_to_even)
+OZK_WIDE_FUNCTION(truncate)
+OZK_WIDE_FUNCTION(floor)
+OZK_WIDE_FUNCTION(ceil)
+OZK_WIDE_FUNCTION(to_f32)
+OZK_WIDE_FUNCTION(low_to_f64)
+OZK_WIDE_FUNCTION(high_to_f64)
+OZK_WIDE_FUNCTION(round_to_i32)
+OZK_WIDE_FUNCTION(truncate_to_i32)
+OZK_WIDE_FUNCTION(reciprocal_estimate)
+OZK_WIDE_FUNCTION(reciprocal_sqrt_estimate)
+OZK_WIDE_FUNCTION(interleave_low)
+OZK_WIDE_FUNCTION(interleave_high)
+
+#undef OZK_WIDE_OPERATOR
+#undef OZK_WIDE_FUNCTION
+
+template <int kCount, class V, int K>
+OZK_SIMD auto shift_left(const wide<V, K>& a) {
+    return map([](auto x) OZK_SIMD_LAMBDA { return shift_left<kCount>(x); }, a);
+}
+template <int kCount, class V, int K>
+OZK_SIMD auto shift_right(const wide<V, K>& a) {
+    return map([](auto x) OZK_SIMD_LAMBDA { return shift_right<kCount>(x); }, a);
+}
+
+template <int K>
+OZK_SIMD auto gather(const double* table, const wide<i64x2, K>& index) {
+    return map([table](auto x) OZK_SIMD_LAMBDA { return gather(table, x); }, index);
+}
+template <int K>
+struct wide_pair {
+    wide<f64x2, K> first, second;
+};
+template <class V, int K>
+OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index) {
+    wide_pair<K> result;
+#pragma GCC unroll 8
+    for (int k = 0; k < K; ++k) {
+        const f64x2_pair entries = gather_pairs(table, index.v[k]);
+        result.first.v[k] = entries.first;
+        result.second.v[k] = entries.second;
+    }
+    return result;
+}
+
+}  // namespace ozk::simd

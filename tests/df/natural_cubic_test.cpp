@@ -1,0 +1,219 @@
+// Natural cubic construction: the properties that define the spline, in both layouts and partition forms.
+
+#include <algorithm>
+#include <limits>
+
+#include "tests/df/support.hpp"
+
+namespace ozk::df::test {
+namespace {
+
+constexpr int64_t kCodes[] = {kDfBoundaryNotAKnot,    kDfBoundaryFree,        kDfBoundaryFirstFirst,
+                              kDfBoundaryFirstSecond, kDfBoundarySecondFirst, kDfBoundarySecondSecond,
+                              kDfBoundaryPeriodic};
+
+// Data of ny functions, by rows; the last value of each repeats the first when they are periodic.
+template <class T>
+std::vector<T> functions(int64_t nx, int64_t ny, bool periodic) {
+    std::vector<T> y = random_values<T>(static_cast<size_t>(nx * ny), 9);
+    if (periodic)
+        for (int64_t f = 0; f < ny; ++f) y[f * nx + nx - 1] = y[f * nx];
+    return y;
+}
+
+template <class T>
+std::vector<T> by_columns(const std::vector<T>& rows, int64_t nx, int64_t ny) {
+    std::vector<T> columns(rows.size());
+    for (int64_t f = 0; f < ny; ++f)
+        for (int64_t i = 0; i < nx; ++i) columns[i * ny + f] = rows[f * nx + i];
+    return columns;
+}
+
+struct Derivatives {
+    long double value, first, second, third;
+};
+
+template <class T>
+Derivatives at(const T* c, long double d) {
+    return {c[0] + d * (c[1] + d * (c[2] + d * static_cast<long double>(c[3]))),
+            c[1] + d * (2.0L * c[2] + d * 3.0L * c[3]), 2.0L * c[2] + d * 6.0L * c[3], 6.0L * c[3]};
+}
+
+// The spline is the only cubic with these properties, so holding them is being right.
+template <class T>
+void expect_natural_cubic(const std::vector<T>& x, const T* y, const T* c, int64_t code, const T* ends) {
+    const auto n = static_cast<int64_t>(x.size()) - 1;
+    long double scale = 1, steepest = 1;
+    for (int64_t i = 0; i < n; ++i) {
+        const long double h = x[i + 1] - x[i];
+        steepest = std::max(steepest, 1 / h);
+        scale = std::max({scale, std::fabs(c[1] * h), std::fabs(c[2] * h * h), std::fabs(c[3] * h * h * h)});
+    }
+    const long double tolerance = 40 * scale * static_cast<long double>(kEpsilon<T>);
+    const auto near = [&](long double a, long double b, int derivative, const char* what, int64_t i) {
+        const long double bound = tolerance * std::pow(steepest, derivative);
+        EXPECT_LE(std::fabs(a - b), bound) << what << " at knot " << i << " of " << n << ", code " << code;
+    };
+    Derivatives before{};
+    for (int64_t i = 0; i < n; ++i) {
+        const Derivatives left = at(c + 4 * i, 0),
+                          right = at(c + 4 * i, x[i + 1] - static_cast<long double>(x[i]));
+        EXPECT_EQ(y[i], c[4 * i]);
+        near(y[i + 1], right.value, 0, "value", i + 1);
+        if (i > 0) {
+            near(before.first, left.first, 1, "first derivative", i);
+            near(before.second, left.second, 2, "second derivative", i);
+        }
+        before = right;
+    }
+    const Derivatives first = at(c, 0);
+    if (code & kDfBoundaryFirstLeft) near(ends[0], first.first, 1, "left condition", 0);
+    if (code & kDfBoundarySecondLeft) near(ends[0], first.second, 2, "left condition", 0);
+    if (code & kDfBoundaryFirstRight) near(ends[1], before.first, 1, "right condition", n);
+    if (code & kDfBoundarySecondRight) near(ends[1], before.second, 2, "right condition", n);
+    if (code == kDfBoundaryFree) {
+        near(0, first.second, 2, "free end", 0);
+        near(0, before.second, 2, "free end", n);
+    }
+    if (code == kDfBoundaryNotAKnot) {
+        near(first.third, at(c + 4, 0).third, 3, "third derivative", 1);
+        near(before.third, at(c + 4 * (n - 2), 0).third, 3, "third derivative", n - 1);
+        if (n == 2) near(0, first.third, 3, "parabola", 0);
+    }
+    if (code == kDfBoundaryPeriodic) {
+        near(before.first, first.first, 1, "periodic slope", n);
+        near(before.second, first.second, 2, "periodic curvature", n);
+    }
+}
+
+template <class T>
+class NaturalCubicSpline : public ::testing::Test {};
+TYPED_TEST_SUITE(NaturalCubicSpline, Precisions);
+
+TYPED_TEST(NaturalCubicSpline, HasItsDefiningPropertiesInEveryLayout) {
+    using T = TypeParam;
+    constexpr int64_t ny = 3;
+    const T ends[2] = {T(1.5), T(-0.75)};
+    for (int64_t code : kCodes) {
+        for (int64_t nx : {2, 3, 4, 5, 6, 17, 299, 300, 1000}) {
+            if (nx == 2 && code == kDfBoundaryNotAKnot) continue;
+            const std::vector<T> rows = functions<T>(nx, ny, code == kDfBoundaryPeriodic);
+            const std::vector<T> columns = by_columns(rows, nx, ny);
+            for (bool uniform : {false, true}) {
+                std::vector<T> x = random_knots<T>(nx, 3);
+                if (uniform)
+                    for (int64_t i = 0; i < nx; ++i) x[i] = T(-2) + static_cast<T>(i) * T(0.25);
+                const std::vector<T> given = uniform ? std::vector<T>{x[0], x.back()} : x;
+                for (int64_t y_hint : {kDfStorageRows, kDfStorageColumns}) {
+                    Task<T> task(nx, given, uniform ? kDfPartitionUniform : kDfPartitionNonUniform, ny,
+                                 y_hint == kDfStorageRows ? rows : columns, y_hint);
+                    task.describe(kDfOrderCubic, kDfTypeNatural, code, ends);
+                    ASSERT_EQ(kDfOk, Df<T>::natural_cubic(task.handle, nullptr, nullptr));
+                    for (int64_t f = 0; f < ny; ++f)
+                        expect_natural_cubic(x, rows.data() + f * nx,
+                                             task.coefficients.data() + f * 4 * (nx - 1), code, ends);
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(NaturalCubicSpline, ReproducesCubicsThroughEveryEndConditionThatTheyMeet) {
+    using T = TypeParam;
+    const std::vector<T> x = random_knots<T>(12, 5);
+    const auto p = [](long double t) { return 0.5L + t * (-1.0L + t * (0.25L + t * 0.125L)); };
+    const auto p1 = [](long double t) { return -1.0L + t * (0.5L + t * 0.375L); };
+    const auto p2 = [](long double t) { return 0.5L + t * 0.75L; };
+    std::vector<T> y;
+    for (T knot : x) y.push_back(static_cast<T>(p(knot)));
+    for (int64_t code : {1, 12, 36, 24, 48}) {
+        const T ends[2] = {static_cast<T>(code & kDfBoundaryFirstLeft ? p1(x[0]) : p2(x[0])),
+                           static_cast<T>(code & kDfBoundaryFirstRight ? p1(x.back()) : p2(x.back()))};
+        Task<T> task(12, x, kDfPartitionNonUniform, 1, y);
+        task.describe(kDfOrderCubic, kDfTypeNatural, code, ends);
+        ASSERT_EQ(kDfOk, Df<T>::natural_cubic(task.handle, nullptr, nullptr));
+        const std::vector<T> t{x[0] - T(0.5), x[0], T(0.3), x[5], T(2.75), x.back(), x.back() + T(0.5)};
+        const std::vector<T> s = task.evaluate(0, t, {1, 1});
+        for (size_t i = 0; i < t.size(); ++i) {
+            EXPECT_NEAR(p(t[i]), s[2 * i], 100 * 40 * kEpsilon<T>) << "code " << code;
+            EXPECT_NEAR(p1(t[i]), s[2 * i + 1], 300 * 40 * kEpsilon<T>) << "code " << code;
+        }
+    }
+}
+
+TYPED_TEST(NaturalCubicSpline, IsTheSameForAnyNumberOfThreads) {
+    using T = TypeParam;
+    const std::vector<T> x = random_knots<T>(400, 5), y = functions<T>(400, 37, true);
+    for (int64_t code : {kDfBoundaryFree, kDfBoundaryPeriodic}) {
+        Task<T> one(400, x, kDfPartitionNonUniform, 37, y), many(400, x, kDfPartitionNonUniform, 37, y);
+        one.describe(kDfOrderCubic, kDfTypeNatural, code);
+        many.describe(kDfOrderCubic, kDfTypeNatural, code);
+        ASSERT_EQ(kDfOk, Df<T>::natural_cubic(one.handle, nullptr, nullptr));
+        ASSERT_EQ(kDfOk, Df<T>::natural_cubic(many.handle, ozk_serv_threading(), nullptr));
+        EXPECT_EQ(one.coefficients, many.coefficients);
+    }
+}
+
+TYPED_TEST(NaturalCubicSpline, ChecksInOrderAndWritesNothing) {
+    using T = TypeParam;
+    const std::vector<T> x = random_knots<T>(5, 5);
+    std::vector<T> y = functions<T>(5, 2, true);
+    const T ends[2] = {};
+    Task<T> task(5, x, kDfPartitionNonUniform, 2, y);
+    DfTask& t = *task.handle;
+    const auto construct = [&](const void* reserved = nullptr) {
+        return Df<T>::natural_cubic(&t, nullptr, reserved);
+    };
+    task.describe(kDfOrderCubic, kDfTypeNatural);
+    EXPECT_EQ(kDfErrorNullTask, Df<T>::natural_cubic(nullptr, nullptr, &t));
+    t.nx = 1;
+    t.y_hint = 17;
+    EXPECT_EQ(kDfErrorArgument, construct(&t));
+    EXPECT_EQ(kDfErrorTooFewKnots, construct());
+    t.nx = 2;
+    t.boundary_type = kDfBoundaryNotAKnot;
+    EXPECT_EQ(kDfErrorTooFewKnots, construct());
+    t.boundary_type = 20;
+    EXPECT_EQ(kDfErrorValueHint, construct());
+    t.nx = 5;
+    t.y_hint = kDfStorageRows;
+    for (int64_t code : {0, 3, 4, 8, 16, 20, 32, 40, 60, 63, 65, 128, 1 << 20, -1}) {
+        t.boundary_type = code;
+        EXPECT_EQ(kDfErrorBoundaryType, construct()) << code;
+    }
+    for (int64_t code : {12, 24, 36, 48}) {
+        t.boundary_type = code;
+        EXPECT_EQ(kDfErrorNullBoundary, construct()) << code;
+    }
+    t.boundary_type = kDfBoundaryPeriodic;
+    for (int64_t type : {0, 3}) {
+        t.type = type;
+        EXPECT_EQ(kDfErrorNullBoundary, construct()) << type;
+    }
+    t.boundary = ends;
+    y[9] = std::numeric_limits<T>::quiet_NaN();
+    EXPECT_EQ(kDfErrorNotPeriodic, construct());
+    y[9] = y[5] + 1;
+    EXPECT_EQ(kDfErrorNotPeriodic, construct()) << "the last of the functions counts too";
+    y[9] = y[5];
+    t.ny = 3;
+    EXPECT_EQ(kDfErrorFunctionCount, construct());
+    t.ny = 2;
+    void* const second = std::exchange(t.coefficients[1], nullptr);
+    EXPECT_EQ(kDfErrorNullCoefficients, construct());
+    t.coefficients[1] = second;
+    const void* const values = std::exchange(t.y[1], nullptr);
+    EXPECT_EQ(kDfErrorNullValues, construct());
+    t.y[1] = values;
+    EXPECT_TRUE(task.untouched());
+    EXPECT_EQ(kDfOk, construct());
+
+    const std::vector<T> coincident{0, 0, 0, 0, 0};
+    Task<T> singular(5, coincident, kDfPartitionNonUniform, 2, y);
+    singular.describe(kDfOrderCubic, kDfTypeNatural, kDfBoundaryFirstFirst, ends);
+    EXPECT_EQ(kDfErrorArgument, Df<T>::natural_cubic(singular.handle, nullptr, nullptr));
+    EXPECT_TRUE(singular.untouched());
+}
+
+}  // namespace
+}  // namespace ozk::df::test

@@ -1,0 +1,84 @@
+#include "tools/accuracy/kernels.hpp"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace ozk::accuracy {
+namespace {
+
+void* library() {
+    static void* const handle = [] {
+        void* const opened = dlopen(OZK_KERNEL_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        if (!opened) {
+            std::fprintf(stderr, "cannot load the kernel library: %s\n", dlerror());
+            std::exit(1);
+        }
+        return opened;
+    }();
+    return handle;
+}
+
+// Special values are expected here: nothing is to be raised or printed for them.
+void ignore_errors() {
+    constexpr unsigned kErrorIgnore = 0x100;
+    thread_local const bool done = [] {
+        if (void* set_mode = dlsym(library(), "_vmlSetMode"))
+            reinterpret_cast<uint64_t (*)(uint32_t)>(set_mode)(kErrorIgnore);
+        return true;
+    }();
+    (void)done;
+}
+
+template <class T>
+Call<T> call_of(Shape shape, void* kernel) {
+    const auto as = [kernel]<class F>(F*) { return reinterpret_cast<F*>(kernel); };
+    switch (shape) {
+        case Shape::kUnary:
+            return [f = as((void (*)(int, const T*, T*)) nullptr)](int n, const T* a, const T*, T* r, T*) {
+                ignore_errors();
+                f(n, a, r);
+            };
+        case Shape::kBinary:
+            return [f = as((void (*)(int, const T*, const T*, T*)) nullptr)](int n, const T* a, const T* b,
+                                                                             T* r, T*) {
+                ignore_errors();
+                f(n, a, b, r);
+            };
+        case Shape::kScalar:
+            return
+                [f = as((void (*)(int, const T*, T, T*)) nullptr)](int n, const T* a, const T* b, T* r, T*) {
+                    ignore_errors();
+                    f(n, a, b[0], r);
+                };
+        case Shape::kTwoResults:
+            return [f = as((void (*)(int, const T*, T*, T*)) nullptr)](int n, const T* a, const T*, T* r,
+                                                                       T* r2) {
+                ignore_errors();
+                f(n, a, r, r2);
+            };
+    }
+    return {};
+}
+
+}  // namespace
+
+template <class T>
+std::vector<Subject<T>> kernels(const Oracle& oracle) {
+    std::vector<Subject<T>> found;
+    const std::string table = std::string("ozk_vml_kernel_") + (sizeof(T) == 4 ? "s" : "d") +
+                              std::string(oracle.function) + "_ttab";
+    auto* const slots = static_cast<void* const*>(dlsym(library(), table.c_str()));
+    if (!slots) return found;
+    constexpr int kHaSlot = 1;
+    for (int slot = 0; slot < 3; ++slot)
+        if (slot == kHaSlot || slots[slot] != slots[kHaSlot])
+            found.push_back({kLevels[slot], call_of<T>(oracle.shape, slots[slot])});
+    return found;
+}
+
+template std::vector<Subject<float>> kernels(const Oracle&);
+template std::vector<Subject<double>> kernels(const Oracle&);
+
+}  // namespace ozk::accuracy

@@ -1,0 +1,144 @@
+// ln(x), double precision: the operation.
+//
+// Method: x = 2^k m, 1 <= m < 2; c is the estimate of 1/m rounded to a multiple of 2^-10, so that r = m c - 1
+// is small and exactly representable, and ln(x) = k ln 2 - ln(c) + log1p(r); -ln(c) from a table, log1p(r) by
+// a polynomial. Tang, "Table-driven implementation of the logarithm function in IEEE floating-point
+// arithmetic", ACM TOMS 16 (1990).
+//
+// |r| <= 2^-9.52 for every estimate within the documented error of 1.5 2^-12: half a step of c, at most
+// 2^-10, plus the estimate's error, plus 2^-24 for the conversion of m. r needs at most the 53 bits from
+// 2^-10 to 2^-62: exact.
+//
+// Error bounds, in ulp of the result, round to nearest:
+//   HA  0.52. k ln2_high + T_high is exact, its sum with r is carried without error (Fast2Sum: the table part
+//   is 0 or
+//       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
+//       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
+//   LA  2.5. The table part is added last; polynomial of degree 5, 2^-52.5 of r.
+//   EP  2^-31 relative: only the table's high parts, r rounded, degree 3.
+//
+// Special lanes: zero, negative, subnormal, infinite, NaN.
+#pragma once
+
+#include <bit>
+#include <limits>
+#include <type_traits>
+
+#include "vml/frame.hpp"
+
+namespace ozk::vml {
+
+struct LnPair {
+    double high, low;
+};
+struct LnScalarEntry {
+    double reciprocal, high, low;
+};
+
+#include "vml/kernels/ln_tables.inc"
+
+struct LnHigh {};
+struct LnLow {
+    static constexpr double kC2 = -0x1.ffffffffff81fp-2;  // -0.49999999999988803
+    static constexpr double kC3 = 0x1.55555555543c5p-2;   // 0.33333333333308374
+    static constexpr double kC4 = -0x1.0000148058ee1p-2;  // -0.2500003054940248
+    static constexpr double kC5 = 0x1.9999cacdb4d0ap-3;   // 0.2000003665949424
+};
+struct LnFast {};
+
+struct HardwareEstimate {
+    template <class V>
+    OZK_SIMD static V reciprocal(V x) {
+        return simd::reciprocal_estimate(x);
+    }
+};
+
+// One element, any argument; the same for all levels.
+int ln_scalar(double x, double& result);
+
+template <class Level, class Estimate = HardwareEstimate>
+struct Ln {
+    using Argument = double;
+    using Result = double;
+    using Vector = simd::f64x2;
+    static constexpr double kOrdinary = 1.0;
+    static constexpr int kWide = 2;
+
+    static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
+    static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
+
+    // The sign bit of each special lane: the high word less that of the smallest normal number, as an offset
+    // binary number, is below the span of the normal numbers exactly for them.
+    OZK_SIMD static simd::f64x2 special(simd::f64x2 x) {
+        constexpr int32_t kOffset = 0x7FF00000;         // -0x00100000 - 0x80000000
+        constexpr int32_t kLastNormal = -0x200000 - 1;  // 0x7FEFFFFF + kOffset
+        const simd::i32x4 high_words = as_i32(bits(x));
+        return as_f64(as_i64(high_words + simd::broadcast(kOffset) > simd::broadcast(kLastNormal)));
+    }
+
+    template <class V, class Index>
+    struct Prepared {
+        V k, r;
+        Index offset;
+    };
+
+    template <class V>
+    OZK_SIMD static auto prepare(V x) {
+        constexpr int64_t kMantissa = 0x000FFFFFFFFFFFFF;
+        constexpr int64_t kScale = 0x3F50000000000000;  // m is kept as 2^-10 m, its reciprocal as 2^10 c
+        constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
+        constexpr double kMagicBias = 0x1p52 + 1023;
+        constexpr int kStepBits = 14;  // bits of the estimate below a step of c
+        const auto word = bits(x);
+        const V m = as_f64((word & simd::broadcast(kMantissa)) | simd::broadcast(kScale));
+        const V k =
+            as_f64(simd::shift_right<52>(word) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias);
+
+        const auto estimate = bits(Estimate::reciprocal(to_f32(m)));
+        const auto rounded = estimate + simd::broadcast(int32_t{1} << (kStepBits - 1));
+        const V c = low_to_f64(as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits)));
+        // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
+        const auto offset = simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0});
+        if constexpr (std::is_same_v<Level, LnFast>) {
+            return Prepared<V, std::remove_const_t<decltype(offset)>>{k, m * c - simd::broadcast(1.0),
+                                                                      offset};
+        } else {
+            const V m_high = as_f64(bits(m) & simd::broadcast(~int64_t{0xFFFFFFFF}));
+            const V r = (m_high * c - simd::broadcast(1.0)) + (m - m_high) * c;
+            return Prepared<V, std::remove_const_t<decltype(offset)>>{k, r, offset};
+        }
+    }
+
+    template <class V, class Index>
+    OZK_SIMD static V finish(const Prepared<V, Index>& x) {
+        const V r = x.r, k = x.k;
+        const auto [table_high, table_low] = gather_pairs(&kLnPairs[0].high, x.offset);
+        const V base = k * simd::broadcast(kLn2High) + table_high;
+        if constexpr (std::is_same_v<Level, LnFast>) {
+            return base + (r + (r * r) * (simd::broadcast(kFastC2) + r * simd::broadcast(kFastC3)));
+        } else {
+            const V r2 = r * r;
+            const V low = k * simd::broadcast(kLn2Low) + table_low;
+            if constexpr (std::is_same_v<Level, LnHigh>) {
+                const V sum = base + r;
+                const V lost = (base - sum) + r;
+                const V q = (simd::broadcast(-0.5) + r * simd::broadcast(kHighC3)) +
+                            r2 * ((simd::broadcast(kHighC4) + r * simd::broadcast(kHighC5)) +
+                                  r2 * simd::broadcast(kHighC6));
+                return sum + ((low + lost) + r2 * q);
+            } else {
+                const V q = (simd::broadcast(Level::kC2) + r * simd::broadcast(Level::kC3)) +
+                            r2 * (simd::broadcast(Level::kC4) + r * simd::broadcast(Level::kC5));
+                return base + (r + (low + r2 * q));
+            }
+        }
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+
+    static int scalar(double x, double& result) { return ln_scalar(x, result); }
+};
+
+}  // namespace ozk::vml
