@@ -75,12 +75,16 @@ enum OzkVslInitMethod {
 /* Method codes of the distribution generators. */
 enum OzkVslMethod {
     kOzkVslUniformStandard = 0,        /* The generator's own floating-point output. */
+    kOzkVslGaussianBoxMuller = 0,      /* The sine of each pair of uniforms. */
+    kOzkVslGaussianBoxMullerPairs = 1, /* The sine and the cosine of each pair of uniforms. */
+    kOzkVslGaussianInverse = 2,        /* The inverse distribution function of each uniform. */
     kOzkVslMethodAccurate = 0x40000000 /* Flag of the uniform generators: clamp into the interval. */
 };
 
 enum OzkVslLimits {
-    kOzkVslRegistryRows = 512,     /* Rows of room in a generator table. */
-    kOzkVslSharedDataEntries = 128 /* Entries of the shared data table. */
+    kOzkVslRegistryRows = 512,      /* Rows of room in a generator table. */
+    kOzkVslSharedDataEntries = 128, /* Entries of the shared data table. */
+    kOzkVslGaussianChunk = 2        /* Identifier of the chunk that holds the pending pair of uniforms. */
 };
 
 /* ---- Records ---------------------------------------------------------------------------------------- */
@@ -327,6 +331,24 @@ OZK_EXPORT int32_t _vsliRngUniformBits(int32_t method, OzkVslStream* stream, int
  * MCG59 or WH; a 64-bit word takes twice as many, the low half first. */
 OZK_EXPORT int32_t _vsliRngUniformBits32(int32_t method, OzkVslStream* stream, int32_t n, uint32_t* r);
 OZK_EXPORT int32_t _vsliRngUniformBits64(int32_t method, OzkVslStream* stream, int32_t n, uint64_t* r);
+
+/* ---- Gaussian distribution ----------------------------------------------------------------------------- */
+
+/* n normal numbers with mean a and standard deviation sigma (neither is checked), by one of three methods:
+ * - kOzkVslGaussianBoxMuller: sqrt(-2 ln u1) sin(2 pi u2), two uniforms a result (Box and Muller, Ann. Math.
+ *   Statist. 29 (1958));
+ * - kOzkVslGaussianBoxMullerPairs: the same and its cosine partner, two uniforms for two results; a pair that
+ *   a call uses half of waits in a chunk of the stream, so the sequence does not depend on how it is cut into
+ *   calls;
+ * - kOzkVslGaussianInverse: sqrt(2) erfinv(u), one uniform on [-1, 1) a result.
+ *
+ * Other methods: kOzkVslErrorBadArguments. A uniform at the end of its interval (0, -1) gives a finite,
+ * extreme result. The logarithm, sine, cosine and inverse error function are the library's own of the highest
+ * accuracy, whatever the thread's mode is; its mode word, error callback and floating-point control words are
+ * the same after the call as before. Returns the first negative status of the basic generator,
+ * kOzkVslErrorNoMemory when there is none for the chunk, else 0. */
+OZK_EXPORT int32_t _vsldRngGaussian(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
+                                    double sigma);
 
 #ifdef __cplusplus
 }
