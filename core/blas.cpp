@@ -11,13 +11,9 @@ using ozk::core::product;
 namespace {
 
 // A multiply-add on an element that is used once costs about four of a matrix product.
-double streamed(int64_t m, int64_t n) {
-    return product(m, n, 4);
-}
+double streamed(int64_t m, int64_t n) { return product(m, n, 4); }
 
-int64_t triangle_order(char side, int64_t m, int64_t n) {
-    return side == 'L' || side == 'l' ? m : n;
-}
+int64_t triangle_order(char side, int64_t m, int64_t n) { return side == 'L' || side == 'l' ? m : n; }
 
 }  // namespace
 

@@ -4,15 +4,11 @@
 
 namespace {
 
-double factor_work(int64_t n) {
-    return ozk::core::product(n, n, n) / 3;
-}
+double factor_work(int64_t n) { return ozk::core::product(n, n, n) / 3; }
 
 // Mostly products of a matrix and one vector, each a team's start and barrier: teams win from orders of about
 // 1000.
-double eigen_work(int64_t n) {
-    return ozk::core::product(n, n, n) / 256;
-}
+double eigen_work(int64_t n) { return ozk::core::product(n, n, n) / 256; }
 
 }  // namespace
 

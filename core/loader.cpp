@@ -55,9 +55,7 @@ Kernel KernelLibrary::kernel(const char* name) const {
     return {address, {}};
 }
 
-bool processor_suffices() {
-    return __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("popcnt");
-}
+bool processor_suffices() { return __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("popcnt"); }
 
 std::string directory_of(const void* address) {
     Dl_info info;

@@ -47,9 +47,7 @@ constexpr Message kCatalogue[] = {
 
 constexpr int kStandardError = 1;
 
-constexpr int argument_count(Arguments arguments) {
-    return arguments == Arguments::kName ? 1 : 2;
-}
+constexpr int argument_count(Arguments arguments) { return arguments == Arguments::kName ? 1 : 2; }
 
 const Message* find_message(int number) {
     for (const Message& message : kCatalogue) {
@@ -58,9 +56,7 @@ const Message* find_message(int number) {
     return nullptr;
 }
 
-const char* name_or_placeholder(const char* name) {
-    return name == nullptr ? "(unnamed)" : name;
-}
+const char* name_or_placeholder(const char* name) { return name == nullptr ? "(unnamed)" : name; }
 
 struct Decimal {
     char text[32];  // the longest shortest form, -1.2345678901234567e-308, has 24 characters

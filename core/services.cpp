@@ -1,5 +1,7 @@
 // Memory, lock, environment and copy services for the kernels, and the routines that they resolve by name.
 
+#include <cpuid.h>
+
 #include <bit>
 #include <cerrno>
 #include <cstddef>
@@ -50,9 +52,7 @@ void* ozk_serv_allocate(size_t size, size_t alignment) {
     return posix_memalign(&block, alignment, size == 0 ? 1 : size) == 0 ? block : nullptr;
 }
 
-void ozk_serv_deallocate(void* block) {
-    std::free(block);
-}
+void ozk_serv_deallocate(void* block) { std::free(block); }
 
 int ozk_serv_lock(void) {
     library_lock.lock();
@@ -91,5 +91,7 @@ void* ozk_serv_load_thread_fun(const char* name) {
 }
 
 int ozk_serv_cpu_is_newer_server(void) {
-    return __builtin_cpu_supports("vaes") != 0;
+    constexpr unsigned kExtendedFeatures = 7, kVectorAes = 1u << 9;  // leaf and its third word's bit
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    return __get_cpuid_count(kExtendedFeatures, 0, &a, &b, &c, &d) != 0 && (c & kVectorAes) != 0;
 }

@@ -30,9 +30,7 @@ struct FirstFailure {
     }
 };
 
-int64_t thread_index() {
-    return omp_get_thread_num();
-}
+int64_t thread_index() { return omp_get_thread_num(); }
 
 int64_t advise_threads(int64_t dimension, int64_t observations, int64_t /*storage*/, const void* /*data*/) {
     if (dimension <= 0 || observations <= 0) return 1;
@@ -75,6 +73,4 @@ int64_t ozk_vsl_serv_threader_get_num_threads_limit(void) {
     return std::max(1, std::min(omp_get_max_threads(), omp_get_thread_limit()));
 }
 
-const OzkThreading* ozk_serv_threading(void) {
-    return &kThreading;
-}
+const OzkThreading* ozk_serv_threading(void) { return &kThreading; }

@@ -39,20 +39,22 @@ struct Columns<T, 1> {
     static void store(T value, T* b, int64_t) { *b = value; }
 };
 
-// One substitution over `n` rows of Vectors * Lanes columns: x[i] = b[i] - neighbour[i] * x[previous i],
-// divided by pivot[i] when `Divide`, from the first row down or from the last row up. Going down, row i meets
-// neighbour[i - 1]; going up, neighbour[i].
+// One substitution over `n` rows of Vectors * Lanes columns: x[i] = b[i] - neighbour[i] * x[previous i], all
+// divided by pivot[i] when `Divide` (term by term, so that no division stands in the chain), from the first row
+// down or from the last row up. Going down, row i meets neighbour[i - 1]; going up, neighbour[i].
 template <int Vectors, int Lanes, bool Down, bool Divide, class T>
 void substitute(int64_t n, const T* neighbour, const T* pivot, T* b, int64_t ldb) {
     using Strip = Columns<T, Lanes>;
     typename Strip::Vector previous[Vectors];
     for (int64_t step = 0; step < n; ++step) {
         const int64_t row = Down ? step : n - 1 - step;
+        T factor = step != 0 ? neighbour[Down ? row - 1 : row] : T{0};
+        if constexpr (Divide) factor /= pivot[row];
         for (int v = 0; v < Vectors; ++v) {
             T* const place = b + row + v * Lanes * ldb;
             auto value = Strip::load(place, ldb);
-            if (step != 0) value -= neighbour[Down ? row - 1 : row] * previous[v];
             if constexpr (Divide) value /= pivot[row];
+            if (step != 0) value -= factor * previous[v];
             Strip::store(value, place, ldb);
             previous[v] = value;
         }
@@ -94,8 +96,8 @@ template <class T>
 int64_t factor(int64_t n, T* dl, T* d, const T* du) {
     for (int64_t row = 0; row < n; ++row) {
         if (row > 0) {
+            d[row] -= dl[row - 1] * du[row - 1] / d[row - 1];
             dl[row - 1] /= d[row - 1];
-            d[row] -= dl[row - 1] * du[row - 1];
         }
         if (d[row] == T{0}) return row + 1;
     }

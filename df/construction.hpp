@@ -73,12 +73,14 @@ int check_arrays(const DfTask& task) {
     return kDfOk;
 }
 
-// Runs body(y, coefficients, f) for each function, split over the threads unless the problem is small.
+inline int64_t construction_threads(const DfTask& task, const OzkThreading* threading) {
+    return useful_threads(threading, task.ny, task.nx * task.ny);
+}
+
+// Runs body(y, coefficients, f) for each function, split over the threads.
 template <class T, class Body>
 int for_each_function(const DfTask& task, const OzkThreading* threading, Body body) {
-    constexpr int64_t kSmallProblem = 127;  // values; below, starting threads costs more than the work
-    const bool worthwhile = task.nx > kSmallProblem || task.nx * task.ny > kSmallProblem;
-    return parallel_for(threading, task.ny, worthwhile, [&](int64_t f) -> int {
+    return parallel_for(threading, task.ny, construction_threads(task, threading), [&](int64_t f) -> int {
         T* coefficients = static_cast<T*>(task.coefficients[f]);
         return with_values<T>(task, f, [&](auto y) -> int {
             body(y, coefficients, f);

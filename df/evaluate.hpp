@@ -63,9 +63,7 @@ struct Evaluation {
     }
 
     // The number j of the left knot of the cell whose polynomial serves a site: the end cells go on outside.
-    int64_t polynomial_of(int64_t i) const {
-        return std::min(std::max<int64_t>(cell[i], 1), task.nx - 1) - 1;
-    }
+    int64_t polynomial_of(int64_t i) const { return left_knot(cell[i], task.nx); }
 
     // Calls body with a function that gives knot j.
     template <class Body>

@@ -35,7 +35,8 @@ struct Interpolation {
     int for_each_block(Step step) const {
         const bool own_work = !callbacks.search && !callbacks.left && !callbacks.right;
         const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
-        return parallel_for(threading, runs, own_work, [&](int64_t run) -> int {
+        const int64_t threads = own_work ? useful_threads(threading, runs, nsite) : 1;
+        return parallel_for(threading, runs, threads, [&](int64_t run) -> int {
             const int64_t end = std::min(nsite, (run + 1) * kSitesPerRun);
             for (int64_t first = run * kSitesPerRun; first < end; first += kBlock) {
                 if (int status = do_block(first, std::min(kBlock, end - first), step)) return status;
@@ -77,18 +78,14 @@ struct Interpolation {
 
 template <class Kind, class T>
 int interpolate_polynomials(const Interpolation<T>& call) {
-    const DfTask& task = call.task;
-    if (!task.coefficients || call.function >= task.coefficient_entries || !task.coefficients[call.function])
-        return kDfErrorNullCoefficients;
+    if (int status = check_function_coefficients(call.task, call.function)) return status;
     return call.for_each_block(
         [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
 }
 
 template <class Kind, class T>
 int interpolate_values(const Interpolation<T>& call, bool check_sites) {
-    const DfTask& task = call.task;
-    const int64_t entry = task.y_hint == kDfStorageColumns ? 0 : call.function;
-    if (!task.y || entry >= task.y_entries || !task.y[entry]) return kDfErrorNullValues;
+    if (int status = check_function_values(call.task, call.function)) return status;
     if (check_sites) {  // all of them before the first is written
         const int status = call.for_each_block(
             [](const auto& e, const auto& callbacks) -> int { return check_evaluation<Kind>(e, callbacks); });
@@ -116,8 +113,7 @@ int interpolate_kind(const Interpolation<T>& call) {
             return interpolate_polynomials<Linear>(call);
         case kDfOrderQuadratic:
             if (call.task.type != kDfTypeSubbotin) return interpolate_polynomials<Quadratic>(call);
-            if ((call.task.internal_type & kDfInternalBreaksGiven) && !call.task.internal)
-                return kDfErrorNullInternal;
+            if (int status = check_breaks(call.task)) return status;
             return interpolate_polynomials<Subbotin>(call);
         case kDfOrderCubic:
             return interpolate_polynomials<Cubic>(call);

@@ -2,12 +2,10 @@
 //
 // Unknown are the slopes at the knots. The row of an inner knot says that the second derivative is continuous
 // there, the end rows state the end conditions (de Boor, "A Practical Guide to Splines", chapter IV). The
-// matrix depends on the partition alone: it is factored once. The right-hand side of a function stands in the
-// last nx elements of its own coefficient block, is solved there, and is expanded to cells from the front:
-// cell i is written over the elements 4 i .. 4 i + 3, and the slope at knot i + 2 stands behind them.
+// matrix depends on the partition alone: it is factored once.
 
 #include "df/construction.hpp"
-#include "df/tridiagonal.hpp"
+#include "df/tridiagonal_spline.hpp"
 #include "ozk_df.h"
 
 namespace ozk::df {
@@ -27,20 +25,39 @@ class NaturalCubic {
     int prepare() {
         if (!system_.allocated()) return kDfErrorMemory;
         set_rows();
-        system_.close_ring();
         return system_.factor_rows();
     }
 
-    template <class Values>
-    void construct(Values y, T* coefficients) const {
-        T* slope = coefficients + 4 * cells_ - partition_.nx;
-        if (parabola_)
-            set_parabola_slopes(y, slope);
-        else
-            set_right_side(y, slope);
-        system_.solve_for(slope);
-        if (periodic_) slope[cells_] = slope[0];
+    const TridiagonalSystem<T>& system() const { return system_; }
 
+    T* unknowns(T* coefficients) const { return coefficients + 4 * cells_ - partition_.nx; }
+
+    template <class Values>
+    void set_right_side(Values y, T* b) const {
+        if (parabola_) return set_parabola_slopes(y, b);
+        const int64_t n = cells_;
+        const auto secant = [&](int64_t i) { return (y[i + 1] - y[i]) / step(i); };
+        T step_before = step(0), secant_before = secant(0);
+        b[0] = left_side(step_before, secant_before, n > 1 ? secant(1) : T(0));
+        for (int64_t i = 1; i < n; ++i) {
+            const T h = step(i), s = secant(i);
+            b[i] = T(3) * (h * secant_before + step_before * s);
+            if (i == n - 1) b[n] = right_side(step_before, h, secant_before, s);
+            step_before = h;
+            secant_before = s;
+        }
+        if (n == 1) b[1] = right_side(T(0), step_before, T(0), secant_before);
+        if (periodic_) {
+            const T h = step(0), s = secant(0);
+            b[0] = T(3) * (h * secant_before + step_before * s);
+        }
+    }
+
+    // Cell i is written over the elements 4 i .. 4 i + 3, and the slope at knot i + 2 stands behind them.
+    template <class Values>
+    void expand(Values y, T* coefficients) const {
+        T* slope = unknowns(coefficients);
+        if (periodic_) slope[cells_] = slope[0];
         T left = slope[0], right = slope[1];
         T value = y[0];
         for (int64_t i = 0; i < cells_; ++i) {
@@ -98,26 +115,6 @@ class NaturalCubic {
         system_.set_row(i, step(i), T(2) * (step(before) + step(i)), step(before));
     }
 
-    template <class Values>
-    void set_right_side(Values y, T* b) const {
-        const int64_t n = cells_;
-        const auto secant = [&](int64_t i) { return (y[i + 1] - y[i]) / step(i); };
-        T step_before = step(0), secant_before = secant(0);
-        b[0] = left_side(step_before, secant_before, n > 1 ? secant(1) : T(0));
-        for (int64_t i = 1; i < n; ++i) {
-            const T h = step(i), s = secant(i);
-            b[i] = T(3) * (h * secant_before + step_before * s);
-            if (i == n - 1) b[n] = right_side(step_before, h, secant_before, s);
-            step_before = h;
-            secant_before = s;
-        }
-        if (n == 1) b[1] = right_side(T(0), step_before, T(0), secant_before);
-        if (periodic_) {
-            const T h = step(0), s = secant(0);
-            b[0] = T(3) * (h * secant_before + step_before * s);
-        }
-    }
-
     T left_side(T h0, T s0, T s1) const {
         switch (ends_.left) {
             case EndCondition::kFirst:
@@ -172,9 +169,7 @@ int natural_cubic(const DfTask* task, const OzkThreading* threading, const void*
     if (int status = check_arrays<T>(*task)) return status;
     return with_partition<T>(*task, [&](auto partition) -> int {
         NaturalCubic<T, decltype(partition)> spline(partition, end_conditions<T>(*task));
-        if (int status = spline.prepare()) return status;
-        return for_each_function<T>(
-            *task, threading, [&](auto y, T* coefficients, int64_t) { spline.construct(y, coefficients); });
+        return construct_tridiagonal_spline<T>(*task, threading, spline);
     });
 }
 

@@ -1,6 +1,7 @@
 // How a task's knots and function values are read: the two partition forms and the two layouts.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "ozk_df.h"
@@ -32,9 +33,7 @@ struct UniformPartition {
     T right() const { return x[1]; }
 };
 
-inline bool is_uniform(const DfTask& task) {
-    return (task.x_hint & kDfPartitionUniform) != 0;
-}
+inline bool is_uniform(const DfTask& task) { return (task.x_hint & kDfPartitionUniform) != 0; }
 
 // Calls body with the partition in its own type.
 template <class T, class Body>
@@ -76,6 +75,23 @@ inline int check_values(const DfTask& task) {
     for (int64_t f = 0; f < entries; ++f)
         if (!task.y[f]) return kDfErrorNullValues;
     return kDfOk;
+}
+
+// The status of what one function is evaluated from.
+inline int check_function_values(const DfTask& task, int64_t function) {
+    const int64_t entry = task.y_hint == kDfStorageColumns ? 0 : function;
+    return task.y && entry < task.y_entries && task.y[entry] ? kDfOk : kDfErrorNullValues;
+}
+
+inline int check_function_coefficients(const DfTask& task, int64_t function) {
+    return task.coefficients && function < task.coefficient_entries && task.coefficients[function]
+               ? kDfOk
+               : kDfErrorNullCoefficients;
+}
+
+// The left knot of a cell, of the nearest one for cells outside the partition or beyond.
+inline int64_t left_knot(int64_t cell, int64_t nx) {
+    return std::min(std::max<int64_t>(cell, 1), nx - 1) - 1;
 }
 
 // The status of the pointers to coefficients of functions 0 .. ny - 1.

@@ -13,6 +13,7 @@ struct Precision<float> {
     using CellCallback = DfsCellCallback;
     using SiteCallback = DfsSiteCallback;
     using Callbacks = DfsCallbacks;
+    using IntegralCallbacks = DfsIntegralCallbacks;
     static float& scale(DfTask& task) { return task.scale.s; }
     static float scale(const DfTask& task) { return task.scale.s; }
 };
@@ -22,6 +23,7 @@ struct Precision<double> {
     using CellCallback = DfdCellCallback;
     using SiteCallback = DfdSiteCallback;
     using Callbacks = DfdCallbacks;
+    using IntegralCallbacks = DfdIntegralCallbacks;
     static double& scale(DfTask& task) { return task.scale.d; }
     static double scale(const DfTask& task) { return task.scale.d; }
 };

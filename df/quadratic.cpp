@@ -8,12 +8,11 @@
 // pieces of a cell meet with equal value and slope when the slopes at its knots are
 //     m[i] = s - (q[i] (a a + 2 a b) + q[i+1] b b) / h,    m[i+1] = s + (q[i] a a + q[i+1] (b b + 2 a b)) /
 //     h.
-// Equating both at each inner knot gives a tridiagonal system for q, diagonally dominant by columns. It is
-// solved in the last nx elements of each function's coefficient block and expanded from the front.
+// Equating both at each inner knot gives a tridiagonal system for q, diagonally dominant by columns.
 
 #include "df/construction.hpp"
 #include "df/subbotin.hpp"
-#include "df/tridiagonal.hpp"
+#include "df/tridiagonal_spline.hpp"
 
 namespace ozk::df {
 namespace {
@@ -57,17 +56,35 @@ class SubbotinQuadratic {
         }
         if (!system_.allocated()) return kDfErrorMemory;
         set_rows();
-        system_.close_ring();
         return system_.factor_rows();
     }
 
-    template <class Values>
-    void construct(Values y, T* coefficients) const {
-        T* q = coefficients + 2 * partition_.nx;
-        set_right_side(y, q);
-        system_.solve_for(q);
-        if (periodic_) q[cells_] = q[0];
+    const TridiagonalSystem<T>& system() const { return system_; }
 
+    T* unknowns(T* coefficients) const { return coefficients + 2 * partition_.nx; }
+
+    template <class Values>
+    void set_right_side(Values y, T* b) const {
+        const T first = secant(y, 0);
+        T before = first;
+        for (int64_t i = 1; i < cells_; ++i) {
+            const T s = secant(y, i);
+            b[i] = s - before;
+            before = s;
+        }
+        b[0] = periodic_                            ? first - before
+               : ends_.left == EndCondition::kFirst ? first - ends_.left_value
+                                                    : T(0.5) * ends_.left_value;
+        b[cells_] =
+            ends_.right == EndCondition::kFirst ? ends_.right_value - before : T(0.5) * ends_.right_value;
+    }
+
+    // Piece i is written over the elements 3 i .. 3 i + 2, and q[i + 1] stands behind those of the piece
+    // before.
+    template <class Values>
+    void expand(Values y, T* coefficients) const {
+        T* q = unknowns(coefficients);
+        if (periodic_) q[cells_] = q[0];
         T here = q[0], slope_behind = 0;
         for (int64_t i = 0; i <= cells_; ++i) {
             T* piece = coefficients + 3 * i;
@@ -145,22 +162,6 @@ class SubbotinQuadratic {
         }
     }
 
-    template <class Values>
-    void set_right_side(Values y, T* b) const {
-        const T first = secant(y, 0);
-        T before = first;
-        for (int64_t i = 1; i < cells_; ++i) {
-            const T s = secant(y, i);
-            b[i] = s - before;
-            before = s;
-        }
-        b[0] = periodic_                            ? first - before
-               : ends_.left == EndCondition::kFirst ? first - ends_.left_value
-                                                    : T(0.5) * ends_.left_value;
-        b[cells_] =
-            ends_.right == EndCondition::kFirst ? ends_.right_value - before : T(0.5) * ends_.right_value;
-    }
-
     Partition partition_;
     SubbotinBreaks<T> breaks_;
     EndConditions<T> ends_;
@@ -174,13 +175,11 @@ template <class T>
 int subbotin_quadratic(const DfTask& task, const OzkThreading* threading) {
     if (!(task.internal_type & kDfInternalBreaks)) return kDfErrorInternalType;
     if (int status = check_cubic_boundary(task)) return status;
-    if ((task.internal_type & kDfInternalBreaksGiven) && !task.internal) return kDfErrorNullInternal;
+    if (int status = check_breaks(task)) return status;
     if (int status = check_arrays<T>(task)) return status;
     return with_partition<T>(task, [&](auto partition) -> int {
         SubbotinQuadratic<T, decltype(partition)> spline(task, partition, end_conditions<T>(task));
-        if (int status = spline.prepare()) return status;
-        return for_each_function<T>(
-            task, threading, [&](auto y, T* coefficients, int64_t) { spline.construct(y, coefficients); });
+        return construct_tridiagonal_spline<T>(task, threading, spline);
     });
 }
 

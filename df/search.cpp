@@ -50,11 +50,13 @@ int search(const DfTask* task, const OzkThreading* threading, int64_t nsite, con
     }
     const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
     with_cell_width(*task, cell, [&](auto* out) {
-        status = parallel_for(threading, runs, true, [&](int64_t run) -> int {
-            const int64_t first = run * kSitesPerRun;
-            find_cells(*task, site_hint, std::min(kSitesPerRun, nsite - first), site + first, out + first);
-            return kDfOk;
-        });
+        status =
+            parallel_for(threading, runs, useful_threads(threading, runs, nsite), [&](int64_t run) -> int {
+                const int64_t first = run * kSitesPerRun;
+                find_cells(*task, site_hint, std::min(kSitesPerRun, nsite - first), site + first,
+                           out + first);
+                return kDfOk;
+            });
     });
     return status;
 }

@@ -1,35 +1,26 @@
 // Cells of a non-uniform partition: the accelerator's bin, then bisection, then a count of knots.
 
+#include "df/count_knots.hpp"
 #include "df/search.hpp"
-#include "simd/vector.hpp"
 
 namespace ozk::df {
 namespace {
 
 constexpr int64_t kCountedKnots = 20;  // above, bisection costs less than counting
+// What is counted: all knots of such a range and a few more, so that every site takes the same steps.
+constexpr int64_t kWindow = 24;
 
-int64_t count_lanes(simd::i64x2 count) {
-    return low(count) + high(count);
-}
-int64_t count_lanes(simd::i32x4 count) {
-    return lane<0>(count) + lane<1>(count) + lane<2>(count) + lane<3>(count);
-}
-
-// How many of `n` knots are not greater than t.
 template <class T>
-int64_t count_not_greater(const T* x, int64_t n, T t) {
-    const auto site = simd::broadcast(t);
-    constexpr int kLanes = decltype(site)::kLanes;
-    auto count = bits(site) ^ bits(site);
-    int64_t j = 0;
-    for (; j + kLanes <= n; j += kLanes) count = count - bits(not_less(site, simd::load(x + j)));
-    int64_t total = count_lanes(count);
-    for (; j < n; ++j) total += !(x[j] > t);
-    return total;
+int64_t count_knots(const T* x, int64_t n, T t) {
+    int64_t count = 0;
+    for (int64_t j = 0; j < n; ++j) count += !(x[j] > t);
+    return count;
 }
 
 }  // namespace
 
+// Knots before the range of a site are not greater than it and knots behind the range are, so the count may
+// begin earlier and go on further than the range without a change of the sum.
 template <class T>
 template <class Cell>
 void HybridSearch<T>::operator()(int64_t nsite, const T* site, Cell* cell) const {
@@ -37,21 +28,22 @@ void HybridSearch<T>::operator()(int64_t nsite, const T* site, Cell* cell) const
     const int64_t bins = accelerator_bins(nx);
     for (int64_t i = 0; i < nsite; ++i) {
         const T t = site[i];
-        int64_t found;
-        if (t < left) {
-            found = 0;
-        } else if (t >= right) {
-            found = t > right ? nx : nx - 1;
-        } else {
-            const int64_t* range = table + 2 * bin_of(t, left, scale, bins);
-            int64_t lo = range[0], hi = range[1];
-            while (lo < hi - kCountedKnots) {
-                const int64_t middle = (lo + hi) / 2;
-                (x[middle] > t ? hi : lo) = middle;
-            }
-            found = lo + count_not_greater(x + lo, hi - lo + 1, t);
+        const int64_t* range = table + 2 * bin_of(t, left, scale, bins);
+        int64_t lo = range[0], hi = range[1];
+        while (lo < hi - kCountedKnots) {
+            const int64_t middle = (lo + hi) / 2;
+            const bool greater = x[middle] > t;
+            hi = greater ? middle : hi;
+            lo = greater ? lo : middle;
         }
-        cell[i] = static_cast<Cell>(found);
+        int64_t found;
+        if (nx >= kWindow) {
+            lo = std::min(lo, nx - kWindow);
+            found = lo + count_window<kWindow>(x + lo, t);
+        } else {
+            found = count_knots(x, nx, t);
+        }
+        cell[i] = static_cast<Cell>(t == right ? nx - 1 : found);
     }
 }
 

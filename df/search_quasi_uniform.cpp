@@ -1,8 +1,24 @@
 // Cells of a partition whose knots are close to evenly spaced: the cell of an even grid, then a short walk.
 
+#include "df/count_knots.hpp"
 #include "df/search.hpp"
 
 namespace ozk::df {
+namespace {
+
+// The cell of a site that lies within a few knots of knot p, without a branch; by a walk where it does not.
+template <class T>
+int64_t cell_near(int64_t nx, const T* x, int64_t p, T t) {
+    constexpr int64_t kWindow = 8;
+    if (nx < kWindow) return walk(nx, x, p, t);
+    const int64_t first = std::min(std::max<int64_t>(p - kWindow / 2, 0), nx - kWindow);
+    const int64_t count = count_window<kWindow>(x + first, t);
+    if (count == 0) return walk_backward(x, first, t);
+    if (count == kWindow) return walk_forward(nx, x, first + kWindow, t);
+    return first + count;
+}
+
+}  // namespace
 
 template <class T>
 template <class Cell>
@@ -16,7 +32,7 @@ void QuasiUniformSearch<T>::operator()(int64_t nsite, const T* site, Cell* cell)
             start[i] = truncate_to_index((site[first + i] - left) * scale, nx) + 1;
         for (int64_t i = 0; i < count; ++i) {
             const T t = site[first + i];
-            const int64_t found = t < left ? 0 : t == right ? nx - 1 : walk(nx, x, start[i], t);
+            const int64_t found = t < left ? 0 : t == right ? nx - 1 : cell_near(nx, x, start[i], t);
             cell[first + i] = static_cast<Cell>(found);
         }
     }

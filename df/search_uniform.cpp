@@ -6,9 +6,7 @@
 namespace ozk::df {
 namespace {
 
-void store_cells(int32_t* cell, simd::i32x4 value) {
-    simd::store(cell, value);
-}
+void store_cells(int32_t* cell, simd::i32x4 value) { simd::store(cell, value); }
 void store_cells(int64_t* cell, simd::i32x4 value) {
     simd::store(cell, low_to_i64(value));
     simd::store(cell + 2, high_to_i64(value));

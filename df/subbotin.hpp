@@ -25,4 +25,9 @@ struct SubbotinBreaks {
     }
 };
 
+// The status of the breaks that sites are compared with.
+inline int check_breaks(const DfTask& task) {
+    return (task.internal_type & kDfInternalBreaksGiven) && !task.internal ? kDfErrorNullInternal : kDfOk;
+}
+
 }  // namespace ozk::df

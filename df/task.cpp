@@ -359,9 +359,7 @@ int delete_task(DfTask** task) {
 OZK_DF_TASK_DEFINE(s, float)
 OZK_DF_TASK_DEFINE(d, double)
 
-int ozk_df_kernel_DeleteTask(DfTask** task) {
-    return ozk::df::delete_task(task);
-}
+int ozk_df_kernel_DeleteTask(DfTask** task) { return ozk::df::delete_task(task); }
 
 int ozk_df_kernel_iEditVal(DfTask* task, int64_t attribute, int64_t value) {
     return ozk::df::edit_value(task, attribute, value);

@@ -16,15 +16,13 @@ inline void factor(int32_t n, float* sub, float* diagonal, float* super, int32_t
 inline void factor(int32_t n, double* sub, double* diagonal, double* super, int32_t* info) {
     ddttrfb_4dfl(&n, sub, diagonal, super, info);
 }
-inline void solve(int32_t n, const float* sub, const float* diagonal, const float* super, float* b,
-                  int32_t* info) {
-    const int32_t one = 1;
-    sdttrsb_4dfl("N", &n, &one, sub, diagonal, super, b, &n, info);
+inline void solve(int32_t n, int32_t columns, const float* sub, const float* diagonal, const float* super,
+                  float* b, int32_t stride, int32_t* info) {
+    sdttrsb_4dfl("N", &n, &columns, sub, diagonal, super, b, &stride, info);
 }
-inline void solve(int32_t n, const double* sub, const double* diagonal, const double* super, double* b,
-                  int32_t* info) {
-    const int32_t one = 1;
-    ddttrsb_4dfl("N", &n, &one, sub, diagonal, super, b, &n, info);
+inline void solve(int32_t n, int32_t columns, const double* sub, const double* diagonal, const double* super,
+                  double* b, int32_t stride, int32_t* info) {
+    ddttrsb_4dfl("N", &n, &columns, sub, diagonal, super, b, &stride, info);
 }
 
 // Row i reads sub * x[i-1] + diagonal * x[i] + super * x[i+1] = b[i]. In a ring the sub-diagonal of row 0
@@ -53,6 +51,38 @@ class TridiagonalSystem {
         super_[i] = super;
     }
 
+    // Once all rows are set. kDfErrorArgument when the system has no solution, or no solver is there.
+    int factor_rows() {
+        close_ring();
+        if (n_ > INT32_MAX) return kDfErrorArgument;
+        int32_t info = kNotCalled;
+        factor(static_cast<int32_t>(n_), sub_, diagonal_, super_, &info);
+        if (info != 0) return kDfErrorArgument;
+        if (ring_) {
+            info = kNotCalled;
+            solve(static_cast<int32_t>(n_), 1, sub_, diagonal_, super_, correction_, static_cast<int32_t>(n_),
+                  &info);
+            if (info != 0) return kDfErrorArgument;
+            inverse_ = T(1) / (T(1) + correction_[0] + corner_ * correction_[n_ - 1]);
+        }
+        return kDfOk;
+    }
+
+    // Overwrites the right-hand side b by the solution. Any number of threads may solve at once.
+    void solve_for(T* b) const { solve_for(b, 1, static_cast<int32_t>(n_)); }
+
+    // The same for `columns` right-hand sides, one each `stride` elements, with the same bits.
+    void solve_for(T* b, int32_t columns, int32_t stride) const {
+        int32_t info = 0;
+        solve(static_cast<int32_t>(n_), columns, sub_, diagonal_, super_, b, stride, &info);
+        if (!ring_) return;
+        for (int32_t column = 0; column < columns; ++column, b += stride) {
+            const T share = (b[0] + corner_ * b[n_ - 1]) * inverse_;
+            for (int64_t i = 0; i < n_; ++i) b[i] -= share * correction_[i];
+        }
+    }
+
+  private:
     // Of a ring of two knots both neighbours of a knot are the other one.
     void close_ring() {
         if (n_ == 2) {
@@ -71,31 +101,6 @@ class TridiagonalSystem {
         correction_[n_ - 1] = last_super;
     }
 
-    // kDfErrorArgument when the system has no solution, or no solver is there. One row reads itself.
-    int factor_rows() {
-        if (n_ > INT32_MAX) return kDfErrorArgument;
-        int32_t info = kNotCalled;
-        factor(static_cast<int32_t>(n_), sub_, diagonal_, super_, &info);
-        if (info != 0) return kDfErrorArgument;
-        if (ring_) {
-            info = kNotCalled;
-            solve(static_cast<int32_t>(n_), sub_, diagonal_, super_, correction_, &info);
-            if (info != 0) return kDfErrorArgument;
-            inverse_ = T(1) / (T(1) + correction_[0] + corner_ * correction_[n_ - 1]);
-        }
-        return kDfOk;
-    }
-
-    // Overwrites the right-hand side b by the solution. Any number of threads may solve at once.
-    void solve_for(T* b) const {
-        int32_t info = 0;
-        solve(static_cast<int32_t>(n_), sub_, diagonal_, super_, b, &info);
-        if (!ring_) return;
-        const T factor_of_correction = (b[0] + corner_ * b[n_ - 1]) * inverse_;
-        for (int64_t i = 0; i < n_; ++i) b[i] -= factor_of_correction * correction_[i];
-    }
-
-  private:
     static constexpr int32_t kNotCalled = INT32_MIN;
 
     static int64_t memory_size(int64_t n, bool ring) { return n > INT64_MAX / 4 ? -1 : (ring ? 4 : 3) * n; }

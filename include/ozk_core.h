@@ -106,40 +106,42 @@ OZK_EXPORT const OzkThreading* ozk_serv_threading(void);
  * must not overlap unless a routine says so. Method and exact arguments: Dongarra et al., "A Set of Level 3 Basic
  * Linear Algebra Subprograms", ACM TOMS 16 (1990); Anderson et al., "LAPACK Users' Guide", 3rd ed. (1999). */
 
-#define OZK_BLAS_DECLARE(x, p, T)                                                                               \
-    OZK_EXPORT void ozk_blas_##x##p##gemm(const char* transa, const char* transb, const int64_t* m,             \
-                                          const int64_t* n, const int64_t* k, const T* alpha, const T* a,       \
-                                          const int64_t* lda, const T* b, const int64_t* ldb, const T* beta,    \
-                                          T* c, const int64_t* ldc, size_t, size_t);                            \
-    OZK_EXPORT void ozk_blas_##x##p##gemv(const char* trans, const int64_t* m, const int64_t* n,                \
-                                          const T* alpha, const T* a, const int64_t* lda, const T* x_vector,    \
-                                          const int64_t* incx, const T* beta, T* y, const int64_t* incy,        \
-                                          size_t);                                                              \
-    OZK_EXPORT void ozk_blas_##x##p##syrk(const char* uplo, const char* trans, const int64_t* n,                \
-                                          const int64_t* k, const T* alpha, const T* a, const int64_t* lda,     \
-                                          const T* beta, T* c, const int64_t* ldc, size_t, size_t);             \
-    OZK_EXPORT void ozk_blas_##x##p##syr(const char* uplo, const int64_t* n, const T* alpha, const T* x_vector, \
-                                         const int64_t* incx, T* a, const int64_t* lda, size_t);                \
-    OZK_EXPORT void ozk_blas_##x##p##trmm(const char* side, const char* uplo, const char* transa,               \
-                                          const char* diag, const int64_t* m, const int64_t* n, const T* alpha, \
-                                          const T* a, const int64_t* lda, T* b, const int64_t* ldb, size_t,     \
-                                          size_t, size_t, size_t);
+#define OZK_BLAS_DECLARE(x, p, T)                                                                            \
+    OZK_EXPORT void ozk_blas_##x##p##gemm(const char* transa, const char* transb, const int64_t* m,          \
+                                          const int64_t* n, const int64_t* k, const T* alpha, const T* a,    \
+                                          const int64_t* lda, const T* b, const int64_t* ldb, const T* beta, \
+                                          T* c, const int64_t* ldc, size_t, size_t);                         \
+    OZK_EXPORT void ozk_blas_##x##p##gemv(const char* trans, const int64_t* m, const int64_t* n,             \
+                                          const T* alpha, const T* a, const int64_t* lda, const T* x_vector, \
+                                          const int64_t* incx, const T* beta, T* y, const int64_t* incy,     \
+                                          size_t);                                                           \
+    OZK_EXPORT void ozk_blas_##x##p##syrk(const char* uplo, const char* trans, const int64_t* n,             \
+                                          const int64_t* k, const T* alpha, const T* a, const int64_t* lda,  \
+                                          const T* beta, T* c, const int64_t* ldc, size_t, size_t);          \
+    OZK_EXPORT void ozk_blas_##x##p##syr(const char* uplo, const int64_t* n, const T* alpha,                 \
+                                         const T* x_vector, const int64_t* incx, T* a, const int64_t* lda,   \
+                                         size_t);                                                            \
+    OZK_EXPORT void ozk_blas_##x##p##trmm(const char* side, const char* uplo, const char* transa,            \
+                                          const char* diag, const int64_t* m, const int64_t* n,              \
+                                          const T* alpha, const T* a, const int64_t* lda, T* b,              \
+                                          const int64_t* ldb, size_t, size_t, size_t, size_t);
 
-#define OZK_BLAS_DECLARE_SYMM(p, T)                                                                             \
-    OZK_EXPORT void ozk_blas_x##p##symm(const char* side, const char* uplo, const int64_t* m, const int64_t* n, \
-                                        const T* alpha, const T* a, const int64_t* lda, const T* b,             \
-                                        const int64_t* ldb, const T* beta, T* c, const int64_t* ldc, size_t,    \
-                                        size_t);
+#define OZK_BLAS_DECLARE_SYMM(p, T)                                                                       \
+    OZK_EXPORT void ozk_blas_x##p##symm(const char* side, const char* uplo, const int64_t* m,             \
+                                        const int64_t* n, const T* alpha, const T* a, const int64_t* lda, \
+                                        const T* b, const int64_t* ldb, const T* beta, T* c,              \
+                                        const int64_t* ldc, size_t, size_t);
 
 /* B := alpha * op(A) * B (side L) or B := alpha * B * op(A) (side R), B m by n in place, A triangular of order m or
  * n and packed by columns: column after column of the upper (uplo U) or lower (L) triangle, order*(order + 1)/2
  * elements. transa N: op(A) = A; T, C: its transpose. diag U: the diagonal is taken as ones and not read. alpha 0
  * sets B to zero and reads nothing. Allocates a fixed 128 by 128 elements, and does without, slower, when there is
  * no memory. Bad arguments as above. */
-#define OZK_BLAS_DECLARE_PTRMM(p, T)                                                                          \
-    OZK_EXPORT void ozk_blas_##p##ptrmm(const char* side, const char* uplo, const char* transa,               \
-                                        const char* diag, const int64_t* m, const int64_t* n, const T* alpha, \
-                                        const T* a, T* b, const int64_t* ldb, size_t, size_t, size_t, size_t);
+#define OZK_BLAS_DECLARE_PTRMM(p, T)                                                                  \
+    OZK_EXPORT void ozk_blas_##p##ptrmm(const char* side, const char* uplo, const char* transa,       \
+                                        const char* diag, const int64_t* m, const int64_t* n,         \
+                                        const T* alpha, const T* a, T* b, const int64_t* ldb, size_t, \
+                                        size_t, size_t, size_t);
 
 /* Tridiagonal systems without pivoting. dttrfb factors A = L U in place: sub-diagonal (n - 1), diagonal (n),
  * super-diagonal (n - 1). dttrsb solves A x = b (trans N) or A' x = b (T, C) with those factors for nrhs right-hand
@@ -152,24 +154,25 @@ OZK_EXPORT const OzkThreading* ozk_serv_threading(void);
  * pivoting the result is backward stable for diagonally dominant, positive definite and totally non-negative
  * matrices, and can be arbitrarily wrong for others: Higham, "Accuracy and Stability of Numerical Algorithms", 2nd ed.
  * (2002), 9.6. */
-#define OZK_LAPACK_DECLARE(p, T)                                                                                 \
-    OZK_EXPORT void ozk_lapack_##p##potrf(const char* uplo, const int64_t* n, T* a, const int64_t* lda,          \
-                                          int64_t* info, size_t);                                                \
-    OZK_EXPORT void ozk_lapack_##p##potri(const char* uplo, const int64_t* n, T* a, const int64_t* lda,          \
-                                          int64_t* info, size_t);                                                \
-    OZK_EXPORT void ozk_lapack_##p##trtri(const char* uplo, const char* diag, const int64_t* n, T* a,            \
-                                          const int64_t* lda, int64_t* info, size_t, size_t);                    \
-    OZK_EXPORT void ozk_lapack_##p##syev(const char* jobz, const char* uplo, const int64_t* n, T* a,             \
-                                         const int64_t* lda, T* w, T* work, const int64_t* lwork, int64_t* info, \
-                                         size_t, size_t);                                                        \
-    OZK_EXPORT void ozk_lapack_##p##spevd(const char* jobz, const char* uplo, const int64_t* n, T* ap, T* w,     \
-                                          T* z, const int64_t* ldz, T* work, const int64_t* lwork,               \
-                                          int64_t* iwork, const int64_t* liwork, int64_t* info, size_t, size_t); \
-    OZK_EXPORT void ozk_lapack_ps_##p##dttrfb(const int64_t* n, T* dl, T* d, T* du, int64_t* info);              \
-    OZK_EXPORT void ozk_lapack_ps_##p##dtsvb(const int64_t* n, const int64_t* nrhs, T* dl, T* d, T* du, T* b,    \
-                                             const int64_t* ldb, int64_t* info);                                 \
-    OZK_EXPORT void ozk_lapack_##p##dttrsb(const char* trans, const int64_t* n, const int64_t* nrhs,             \
-                                           const T* dl, const T* d, const T* du, T* b, const int64_t* ldb,       \
+#define OZK_LAPACK_DECLARE(p, T)                                                                             \
+    OZK_EXPORT void ozk_lapack_##p##potrf(const char* uplo, const int64_t* n, T* a, const int64_t* lda,      \
+                                          int64_t* info, size_t);                                            \
+    OZK_EXPORT void ozk_lapack_##p##potri(const char* uplo, const int64_t* n, T* a, const int64_t* lda,      \
+                                          int64_t* info, size_t);                                            \
+    OZK_EXPORT void ozk_lapack_##p##trtri(const char* uplo, const char* diag, const int64_t* n, T* a,        \
+                                          const int64_t* lda, int64_t* info, size_t, size_t);                \
+    OZK_EXPORT void ozk_lapack_##p##syev(const char* jobz, const char* uplo, const int64_t* n, T* a,         \
+                                         const int64_t* lda, T* w, T* work, const int64_t* lwork,            \
+                                         int64_t* info, size_t, size_t);                                     \
+    OZK_EXPORT void ozk_lapack_##p##spevd(const char* jobz, const char* uplo, const int64_t* n, T* ap, T* w, \
+                                          T* z, const int64_t* ldz, T* work, const int64_t* lwork,           \
+                                          int64_t* iwork, const int64_t* liwork, int64_t* info, size_t,      \
+                                          size_t);                                                           \
+    OZK_EXPORT void ozk_lapack_ps_##p##dttrfb(const int64_t* n, T* dl, T* d, T* du, int64_t* info);          \
+    OZK_EXPORT void ozk_lapack_ps_##p##dtsvb(const int64_t* n, const int64_t* nrhs, T* dl, T* d, T* du,      \
+                                             T* b, const int64_t* ldb, int64_t* info);                       \
+    OZK_EXPORT void ozk_lapack_##p##dttrsb(const char* trans, const int64_t* n, const int64_t* nrhs,         \
+                                           const T* dl, const T* d, const T* du, T* b, const int64_t* ldb,   \
                                            int64_t* info, size_t);
 
 OZK_BLAS_DECLARE(, s, float)

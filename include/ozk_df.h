@@ -526,6 +526,45 @@ typedef struct DfdCallbacks {
 OZK_DF_INTERPOLATE_DECLARE(s, float)
 OZK_DF_INTERPOLATE_DECLARE(d, double)
 
+/* ---- Integration -------------------------------------------------------------------------------- */
+
+/* Gives npair integrals from left[i] to right[i] > left[i], each outside the partition, in place of the end
+ * polynomials. Returns a negative status to stop. */
+typedef int (*DfsIntegralCallback)(int64_t npair, const float* left, const float* right, float* result,
+                                   void* parameters);
+typedef int (*DfdIntegralCallback)(int64_t npair, const double* left, const double* right, double* result,
+                                   void* parameters);
+typedef struct DfsIntegralCallbacks {
+    DfsIntegralCallback left;
+    void* left_parameters;
+    DfsIntegralCallback right;
+    void* right_parameters;
+} DfsIntegralCallbacks;
+typedef struct DfdIntegralCallbacks {
+    DfdIntegralCallback left;
+    void* left_parameters;
+    DfdIntegralCallback right;
+    void* right_parameters;
+} DfdIntegralCallbacks;
+
+/* result[i] = integral of one function of the task from left[i] to right[i], npair of each; minus the
+ * integral from right[i] to left[i] when left[i] > right[i], NaN when a limit is. Outside the partition the
+ * end polynomials go on (the end values of step functions), or the callbacks (null, or with null members)
+ * give that part. The kind is chosen as for interpolation; there is no integral of a look-up. Sums are kept
+ * in double precision with compensation. For more than four pairs sums over the whole cells are tabulated:
+ * work memory 8 (nx + 1) bytes. Pairs are split over the threads unless there are callbacks; no result
+ * depends on the number of threads. Status, in the order of the checks: kDfErrorNullTask; 0 when npair < 1;
+ * kDfErrorFunctionIndex; kDfErrorNullSites; kDfErrorNullResult; kDfErrorOrder; kDfErrorType;
+ * kDfErrorNullInternal (breaks); kDfErrorNullValues or kDfErrorNullCoefficients of this function;
+ * kDfErrorMemory; a negative status of a callback, when some results may have been written. */
+#define OZK_DF_INTEGRATE_DECLARE(p, T)                                                                     \
+    OZK_EXPORT int ozk_df_kernel_##p##DFIntegrate1D(                                                       \
+        const DfTask* task, const OzkThreading* threading, int64_t function, int64_t npair, const T* left, \
+        const T* right, T* result, const Df##p##IntegralCallbacks* callbacks);
+
+OZK_DF_INTEGRATE_DECLARE(s, float)
+OZK_DF_INTEGRATE_DECLARE(d, double)
+
 #ifdef __cplusplus
 }
 #endif

@@ -103,23 +103,23 @@ typedef int (*VmlErrorCallBack)(VmlErrorRecord* record);
  * use on a thread takes the mode from the environment variable OZK_VML_MODE (tokens such as VML_EP or
  * VML_ERRMODE_STDERR, separated by commas), or kVmlDefaultMode when it is unset or malformed. */
 
-#define OZK_VML_CONTROL(prefix)                                                                              \
+#define OZK_VML_CONTROL(prefix)                                                                                \
     /* Replaces each field of the mode that is nonzero in `mode`; returns the previous mode. The consistency \
-     * field and bits outside the fields stay. */                                                            \
-    OZK_EXPORT uint64_t prefix##SetMode(uint32_t mode);                                                      \
-    OZK_EXPORT uint64_t prefix##GetMode(void);                                                               \
+     * field and bits outside the fields stay. */ \
+    OZK_EXPORT uint64_t prefix##SetMode(uint32_t mode);                                                        \
+    OZK_EXPORT uint64_t prefix##GetMode(void);                                                                 \
     /* The code of the last special value reported on this thread; successful calls leave it. Set and Clear  \
-     * return the previous one. */                                                                           \
-    OZK_EXPORT int32_t prefix##SetErrStatus(int32_t status);                                                 \
-    OZK_EXPORT int32_t prefix##GetErrStatus(void);                                                           \
-    OZK_EXPORT int32_t prefix##ClearErrStatus(void);                                                         \
+     * return the previous one. */ \
+    OZK_EXPORT int32_t prefix##SetErrStatus(int32_t status);                                                   \
+    OZK_EXPORT int32_t prefix##GetErrStatus(void);                                                             \
+    OZK_EXPORT int32_t prefix##ClearErrStatus(void);                                                           \
     /* The callback; null for none. Set and Clear return the previous one and keep the mode's callback bit   \
-     * in step, but for an error mode that would become empty. */                                                     \
-    OZK_EXPORT VmlErrorCallBack prefix##SetErrorCallBack(VmlErrorCallBack callback);                         \
-    OZK_EXPORT VmlErrorCallBack prefix##GetErrorCallBack(void);                                              \
-    OZK_EXPORT VmlErrorCallBack prefix##ClearErrorCallBack(void);                                            \
+     * in step, but for an error mode that would become empty. */ \
+    OZK_EXPORT VmlErrorCallBack prefix##SetErrorCallBack(VmlErrorCallBack callback);                           \
+    OZK_EXPORT VmlErrorCallBack prefix##GetErrorCallBack(void);                                                \
+    OZK_EXPORT VmlErrorCallBack prefix##ClearErrorCallBack(void);                                              \
     /* The start of the caller's whole vector, from which reported indices count; null: from the vector of   \
-     * the call. Returns its argument. */                                                                              \
+     * the call. Returns its argument. */ \
     OZK_EXPORT const void* prefix##SetInterfInputVectorPointer(const void* base);
 
 OZK_VML_CONTROL(_vml)

@@ -12,13 +12,9 @@
 namespace ozk::primitives {
 namespace {
 
-void owns_copy(const void* from, void* to, size_t bytes) {
-    std::memmove(to, from, bytes);
-}
+void owns_copy(const void* from, void* to, size_t bytes) { std::memmove(to, from, bytes); }
 
-void owns_zero(void* to, size_t bytes) {
-    std::memset(to, 0, bytes);
-}
+void owns_zero(void* to, size_t bytes) { std::memset(to, 0, bytes); }
 
 // Where the block store has made up for its start.
 constexpr size_t kBlockStoreFrom = size_t(2) << 10;

@@ -113,6 +113,13 @@ OZK_SIMD f64x2_pair gather_pairs(const double* table, i32x4 offset) {  // by lan
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
+// The pairs that start at the elements of a table that the two lanes of `element` name, both even.
+OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
+    const __m128d low = _mm_load_pd(table + _mm_cvtsi128_si64(element.v));
+    const __m128d high = _mm_load_pd(table + _mm_extract_epi64(element.v, 1));
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+
 // ---- Reinterpretation of the bits
 // -----------------------------------------------------------------------------
 

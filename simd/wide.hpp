@@ -111,16 +111,34 @@ template <int K>
 struct wide_pair {
     wide<f64x2, K> first, second;
 };
-template <class V, int K>
-OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index) {
+template <class Gather, class V, int K>
+OZK_SIMD wide_pair<K> map_pairs(Gather gather, const wide<V, K>& index) {
     wide_pair<K> result;
 #pragma GCC unroll 8
     for (int k = 0; k < K; ++k) {
-        const f64x2_pair entries = gather_pairs(table, index.v[k]);
+        const f64x2_pair entries = gather(index.v[k]);
         result.first.v[k] = entries.first;
         result.second.v[k] = entries.second;
     }
     return result;
 }
+template <class V, int K>
+OZK_SIMD wide_pair<K> gather_pairs(const double* table, const wide<V, K>& index) {
+    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs(table, x); }, index);
+}
+template <int K>
+OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
+    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
+}
+
+// ---- Two vectors of doubles beside one of 32-bit words
+// ------------------------------------------------------
+
+using f64x4 = wide<f64x2, 2>;
+
+// The high words of four doubles.
+OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
+// A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.
+OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
 
 }  // namespace ozk::simd

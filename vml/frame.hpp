@@ -103,8 +103,19 @@ concept HasSpecialLanes = requires {
     Op::kOrdinary;
 };
 
+// The vectors that the block loop looks for special lanes in.
 template <class Op>
-[[gnu::always_inline]] inline auto special_lanes(const Vectors<Op>& x, const Call<Op>& call) {
+struct CheckedVector {
+    using type = typename Op::Vector;
+};
+template <class Op>
+requires requires(simd::f64x4 x) { Op::special(x); }
+struct CheckedVector<Op> {
+    using type = simd::f64x4;
+};
+
+template <class Op, class V>
+[[gnu::always_inline]] inline auto special_lanes(const Vectors<Op, V>& x, const Call<Op>& call) {
     return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Op::special(v...); }, x, call);
 }
 
@@ -205,7 +216,7 @@ template <class Op>
     for (int j = 0; j < count; j += kLanes) {
         Vectors<Op> v;
         for (size_t k = 0; k < kArguments; ++k) v[k] = simd::load(&x[k][j]);
-        const auto mask = special_lanes<Op>(v, call);
+        const auto mask = special_lanes<Op, Vector>(v, call);
         for (size_t k = 0; k < kArguments; ++k) {
             v[k] = simd::select(mask, simd::broadcast(Op::kOrdinary), v[k]);
         }
@@ -271,10 +282,11 @@ template <class Op, class Access>
     int64_t i = 0;
     for (; i + kBlock <= n; i += kBlock) {
         if constexpr (HasSpecialLanes<Op>) {
-            auto mask = special_lanes<Op>(load_arguments<Access, Vector>(call, i), call);
+            using Checked = typename CheckedVector<Op>::type;
+            auto mask = special_lanes<Op, Checked>(load_arguments<Access, Checked>(call, i), call);
 #pragma GCC unroll 8
-            for (int j = kLanes; j < kBlock; j += kLanes) {
-                mask = mask | special_lanes<Op>(load_arguments<Access, Vector>(call, i + j), call);
+            for (int j = Checked::kLanes; j < kBlock; j += Checked::kLanes) {
+                mask = mask | special_lanes<Op, Checked>(load_arguments<Access, Checked>(call, i + j), call);
             }
             if (simd::lanes(mask) != 0) [[unlikely]] {
                 special_block<Op>(whole, i, kBlock);
@@ -290,7 +302,7 @@ template <class Op, class Access>
             x[k] = simd::load_first(call.a[k] + i * call.inca[k], call.inca[k], count);
         }
         if constexpr (HasSpecialLanes<Op>) {
-            if (simd::lanes(special_lanes<Op>(x, call)) != 0) [[unlikely]] {
+            if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
                 special_block<Op>(whole, i, count);
                 continue;
             }

@@ -15,9 +15,7 @@ int foreign_calls = 0;
 extern "C" {
 #define OZK_FOREIGN(name)   \
     OZK_EXPORT void name(); \
-    void name() {           \
-        ++foreign_calls;    \
-    }
+    void name() { ++foreign_calls; }
 OZK_FOREIGN(dgemm_)
 OZK_FOREIGN(dtrmm_)
 OZK_FOREIGN(dsyrk_)

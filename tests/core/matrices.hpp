@@ -101,9 +101,7 @@ Matrix<T> random_matrix(int64_t m, int64_t n, unsigned seed, int64_t gap = 0) {
     return matrix;
 }
 
-inline bool transposes(char trans) {
-    return trans != 'N' && trans != 'n';
-}
+inline bool transposes(char trans) { return trans != 'N' && trans != 'n'; }
 
 inline Exact transpose(const Exact& a) {
     Exact result(a.columns, a.rows);
@@ -113,9 +111,7 @@ inline Exact transpose(const Exact& a) {
     return result;
 }
 
-inline Exact op(char trans, const Exact& a) {
-    return transposes(trans) ? transpose(a) : a;
-}
+inline Exact op(char trans, const Exact& a) { return transposes(trans) ? transpose(a) : a; }
 
 inline Exact product(const Exact& a, const Exact& b) {
     Exact result(a.rows, b.columns);
@@ -135,9 +131,7 @@ inline Exact combine(long double alpha, const Exact& a, long double beta, const 
     return result;
 }
 
-inline bool in_triangle(char uplo, int64_t i, int64_t j) {
-    return uplo == 'U' ? i <= j : i >= j;
-}
+inline bool in_triangle(char uplo, int64_t i, int64_t j) { return uplo == 'U' ? i <= j : i >= j; }
 
 // The triangular (or, from one triangle, the symmetric) matrix that the routines take `a` for.
 template <class T>

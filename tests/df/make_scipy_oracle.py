@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/ usr / bin / env python3
 """Writes scipy_oracle.inc: splines of SciPy at sites in and beyond the partition, with three derivatives.
 
     /usr/bin/python3 tests/df/make_scipy_oracle.py > tests/df/scipy_oracle.inc
@@ -13,7 +13,7 @@ y = random.uniform(-1, 1, 12)
 y_periodic = numpy.append(y[:-1], y[0])
 sites = numpy.concatenate([[x[0] - 0.25], x, random.uniform(x[0], x[-1], 20), [x[-1] + 0.25]])
 
-# boundary code -> SciPy's condition; the values are those of `ends`
+#boundary code->SciPy's condition; the values are those of `ends`
 ends = (1.5, -0.75)
 conditions = {
     1: "not-a-knot",

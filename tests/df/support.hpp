@@ -29,6 +29,8 @@ struct Df;
         static constexpr auto query_index = ozk_df_kernel_##p##QueryIdxPtr;               \
         static constexpr auto edit_spline = ozk_df_kernel_##p##EditPPSpline1D;            \
         static constexpr auto natural_cubic = ozk_df_kernel_##p##DFNaturalCubicSpline1D;  \
+        using IntegralCallbacks = Df##p##IntegralCallbacks;                               \
+        static constexpr auto integrate = ozk_df_kernel_##p##DFIntegrate1D;               \
         static constexpr auto linear = ozk_df_kernel_##p##DFLinearSpline1D;               \
         static constexpr auto quadratic = ozk_df_kernel_##p##DFQuadraticSpline1D;         \
         static constexpr auto default_cubic = ozk_df_kernel_##p##DFDefaultCubicSpline1D;  \

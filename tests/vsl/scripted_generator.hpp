@@ -23,9 +23,7 @@ struct State {
     Script* script;
 };
 
-inline Script& script_of(OzkVslStream* stream) {
-    return *reinterpret_cast<State*>(stream)->script;
-}
+inline Script& script_of(OzkVslStream* stream) { return *reinterpret_cast<State*>(stream)->script; }
 
 template <class Real>
 int32_t fill(OzkVslStream* stream, int32_t n, Real* r) {

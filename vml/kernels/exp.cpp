@@ -94,11 +94,11 @@ struct Exp {
     static constexpr double kOrdinary = 0.0;
     static constexpr int kWide = Level::kWide;
 
-    // The sign bit of each special lane; the rest of the mask is of no consequence.
-    OZK_SIMD static f64x2 special(f64x2 x) {
-        const simd::i32x4 magnitude = simd::as_i32(simd::bits(simd::abs(x)));
-        return simd::as_f64(simd::as_i64(magnitude > broadcast(kFastBoundHighWord - 1)));
+    OZK_SIMD static simd::i32x4 outside(simd::i32x4 high_words) {
+        return (high_words & broadcast(int32_t{0x7FFFFFFF})) > broadcast(kFastBoundHighWord - 1);
     }
+    OZK_SIMD static f64x2 special(f64x2 x) { return simd::mask_of_high_words(outside(as_i32(bits(x)))); }
+    OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
 
     template <class V>
     struct Reduced {

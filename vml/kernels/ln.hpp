@@ -67,14 +67,17 @@ struct Ln {
     static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
     static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
 
-    // The sign bit of each special lane: the high word less that of the smallest normal number, as an offset
-    // binary number, is below the span of the normal numbers exactly for them.
-    OZK_SIMD static simd::f64x2 special(simd::f64x2 x) {
+    // The high word less that of the smallest normal number, as an offset binary number, is below the span of
+    // the normal numbers exactly for ordinary lanes.
+    OZK_SIMD static simd::i32x4 outside(simd::i32x4 high_words) {
         constexpr int32_t kOffset = 0x7FF00000;         // -0x00100000 - 0x80000000
         constexpr int32_t kLastNormal = -0x200000 - 1;  // 0x7FEFFFFF + kOffset
-        const simd::i32x4 high_words = as_i32(bits(x));
-        return as_f64(as_i64(high_words + simd::broadcast(kOffset) > simd::broadcast(kLastNormal)));
+        return high_words + simd::broadcast(kOffset) > simd::broadcast(kLastNormal);
     }
+    OZK_SIMD static simd::f64x2 special(simd::f64x2 x) {
+        return simd::mask_of_high_words(outside(as_i32(bits(x))));
+    }
+    OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
 
     template <class V, class Index>
     struct Prepared {

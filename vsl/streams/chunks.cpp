@@ -13,9 +13,7 @@ static_assert(sizeof(OzkVslChunk) == 40 && offsetof(OzkVslChunk, size) == 4 &&
               offsetof(OzkVslChunk, data) == 8 && offsetof(OzkVslChunk, next) == 16 &&
               offsetof(OzkVslChunk, key) == 24);
 
-bool is_shared(const OzkVslChunk* chunk) {
-    return shared_data::contains(chunk->key);
-}
+bool is_shared(const OzkVslChunk* chunk) { return shared_data::contains(chunk->key); }
 
 void delete_chunk(OzkVslChunk* chunk) {
     // A chunk keeps its key only while it holds a reference, so a key that the table does not have is the

@@ -15,12 +15,8 @@
 namespace ozk::vsl {
 
 // What a leapfrog or skip-ahead call passes, by method.
-inline uint64_t skip_count(const void* params) {
-    return *static_cast<const uint64_t*>(params);
-}
-inline uint32_t leapfrog_index(const void* params) {
-    return *static_cast<const uint32_t*>(params);
-}
+inline uint64_t skip_count(const void* params) { return *static_cast<const uint64_t*>(params); }
+inline uint32_t leapfrog_index(const void* params) { return *static_cast<const uint32_t*>(params); }
 
 template <class Generator>
 int32_t generate_words(OzkVslStream* stream, int32_t n, void* r) {

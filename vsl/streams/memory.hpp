@@ -7,9 +7,7 @@ namespace ozk::vsl {
 
 inline constexpr size_t kAlignment = 128;
 
-inline void* allocate(size_t size) {
-    return ozk_serv_allocate(size, kAlignment);
-}
+inline void* allocate(size_t size) { return ozk_serv_allocate(size, kAlignment); }
 
 template <class Record>
 Record* allocate_record() {

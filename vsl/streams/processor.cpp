@@ -18,14 +18,8 @@ int32_t has_feature(unsigned bit) {
 
 extern "C" {
 
-int32_t __vslCPUisRDRAND(void) {
-    return has_feature(kRandomBit);
-}
-int32_t __vslCPUisAES(void) {
-    return has_feature(kAesBit);
-}
-int32_t __vslCPUisVAES(void) {
-    return ozk_serv_cpu_is_newer_server();
-}
+int32_t __vslCPUisRDRAND(void) { return has_feature(kRandomBit); }
+int32_t __vslCPUisAES(void) { return has_feature(kAesBit); }
+int32_t __vslCPUisVAES(void) { return ozk_serv_cpu_is_newer_server(); }
 
 }  // extern "C"

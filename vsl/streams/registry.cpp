@@ -152,8 +152,6 @@ int32_t __vslRegisterBrng(const OzkVslBrngProperties* row) {
     return static_cast<int32_t>((static_cast<uint32_t>(index) << kRowShift) + kFirstIdentifier);
 }
 
-int32_t __vslGetNumRegBrngs(void) {
-    return ozk::vsl::filled_rows;
-}
+int32_t __vslGetNumRegBrngs(void) { return ozk::vsl::filled_rows; }
 
 }  // extern "C"

@@ -18,7 +18,8 @@ static_assert(sizeof(OzkVslSharedData) == 32 && offsetof(OzkVslSharedData, refer
 
 template <class Work>
 auto locked(Work work) {
-    for (uint32_t expected = 0; !lock_word.compare_exchange_strong(expected, 1); expected = 0) __builtin_ia32_pause();
+    for (uint32_t expected = 0; !lock_word.compare_exchange_strong(expected, 1); expected = 0)
+        __builtin_ia32_pause();
     const auto result = work();
     lock_word.store(0, std::memory_order_release);
     return result;

@@ -61,9 +61,7 @@ extern "C" {
 
 using namespace ozk::vsl;
 
-uint32_t __vslGetStreamStateBrng(const OzkVslStream* stream) {
-    return stream->identifier;
-}
+uint32_t __vslGetStreamStateBrng(const OzkVslStream* stream) { return stream->identifier; }
 
 int32_t __vslNewStreamEx(OzkVslStream** stream, uint32_t identifier, int32_t n, const uint32_t* seed) {
     if (identifier == kOzkVslIntegerAbstract || identifier == kOzkVslDoubleAbstract ||

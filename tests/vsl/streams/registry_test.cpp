@@ -10,18 +10,10 @@
 
 namespace {
 
-int32_t init(uint32_t, OzkVslStream*, int32_t, const void*) {
-    return 0;
-}
-int32_t single_generator(OzkVslStream*, int32_t, float*, float, float) {
-    return 0;
-}
-int32_t double_generator(OzkVslStream*, int32_t, double*, double, double) {
-    return 0;
-}
-int32_t integer_generator(OzkVslStream*, int32_t, void*) {
-    return 0;
-}
+int32_t init(uint32_t, OzkVslStream*, int32_t, const void*) { return 0; }
+int32_t single_generator(OzkVslStream*, int32_t, float*, float, float) { return 0; }
+int32_t double_generator(OzkVslStream*, int32_t, double*, double, double) { return 0; }
+int32_t integer_generator(OzkVslStream*, int32_t, void*) { return 0; }
 
 constexpr OzkVslBrngProperties kValidRow = {
     64, 1, 0, 4, 32, init, single_generator, double_generator, integer_generator};

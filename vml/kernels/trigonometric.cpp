@@ -1,0 +1,252 @@
+// sin(x), cos(x) and both, double precision.
+//
+// Method: N = round(x T / 2 pi), r = x - N 2 pi / T in parts, |r| <= pi / T, and with a = 2 pi N / T
+// sin(x) = sin a cos r + cos a sin r, cos(x) = sin(x + quarter turn); sin a and cos a of the whole turn from
+// a table, sin r and cos r by polynomials. Arguments beyond the block path's bound: payne_hanek.cpp. Gal and
+// Bachelis, "An accurate elementary mathematical library for the IEEE floating point standard", ACM TOMS 17
+// (1991), has the split of cos a.
+//
+// Error bounds, in ulp of the result, round to nearest:
+//   HA  T = 128: 0.51. cos a is a power of two, whose product with r is exact, and a rest; sin a + power r is
+//       carried without error (Fast2Sum: sin a is 0 or larger than r), what is added to it is below 2^-7 of
+//       the result and wrong by 2^-60 of it. r in three parts, each product with N but the last exact up to
+//       the bound: 2^-119 absolute up to 2^11 and 2^-112 up to the bound, while no double comes closer to a
+//       multiple of pi/2 than 2^-60.5 and 2^-56.5.
+//   LA  T = 256: 2.5. r in three parts, the sum in one double each.
+//   EP  T = 128: 2^-28 relative. r in two parts: 2^-86.6 absolute.
+//
+// Symmetric bit for bit, since rounding to nearest and the table are: sin(-x) = -sin(x), cos(-x) = cos(x).
+// Zeros keep their sign through the table's sin 0 = -0, from which the last operation subtracts: the
+// subtrahend is +0 for -0 and is not for +0.
+//
+// Special lanes: the high word of |x| is at least that of the level's bound, which takes in infinities and
+// NaN.
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "vml/frame.hpp"
+#include "vml/kernels/payne_hanek.hpp"
+
+namespace ozk::vml {
+namespace {
+
+using simd::broadcast;
+using simd::f64x2;
+
+struct SineEntry {
+    double sine, sine_low, scale, rest;  // cosine = scale + rest
+};
+struct SinePair {
+    double sine, cosine;
+};
+
+#include "vml/kernels/trigonometric_tables.inc"
+
+constexpr double kShifter = 0x1.8p52;  // x + kShifter holds round(x) in its low bits
+
+struct High {
+    static constexpr int64_t kSteps = 128;
+    static constexpr int32_t kBoundHighWord = 0x40C90000;  // 12800: N < 2^18
+    static constexpr double kInvStep = kHighInvStep;
+    static constexpr int kWide = 1, kWideBoth = 2;
+};
+struct Low {
+    static constexpr int64_t kSteps = 256;
+    static constexpr int32_t kBoundHighWord = 0x40C90000;  // 12800: N < 2^19
+    static constexpr double kInvStep = kLowInvStep;
+    static constexpr int kWide = 4, kWideBoth = 4;
+};
+struct Fast {
+    static constexpr int64_t kSteps = 128;
+    static constexpr int32_t kBoundHighWord = 0x40A90000;  // 3200: N < 2^16
+    static constexpr double kInvStep = kFastInvStep;
+    static constexpr int kWide = 4, kWideBoth = 4;
+};
+
+// The argument less its nearest multiple of the step: r, at the HA level r + low. `shifted` holds the number
+// of steps, counted from `kOrigin` steps before 0, in its low bits.
+template <class V>
+struct ReducedHigh {
+    V shifted, r, low;
+};
+template <class V>
+struct Reduced {
+    V shifted, r;
+};
+
+template <class Level, int64_t kOrigin, class V>
+OZK_SIMD auto reduce(V x) {
+    constexpr double kShift = kShifter + kOrigin;
+    const V shifted = x * broadcast(Level::kInvStep) + broadcast(kShift);
+    const V n = shifted - broadcast(kShift);
+    if constexpr (std::is_same_v<Level, High>) {
+        const V t = x - n * broadcast(kHighStep1);
+        const V w = n * broadcast(kHighStep2);
+        const V r = t - w;
+        const V lost = (t - r) - w;
+        return ReducedHigh<V>{shifted, r, lost - n * broadcast(kHighStep3)};
+    } else if constexpr (std::is_same_v<Level, Low>) {
+        const V t = (x - n * broadcast(kLowStep1)) - n * broadcast(kLowStep2);
+        return Reduced<V>{shifted, t - n * broadcast(kLowStep3)};
+    } else {
+        return Reduced<V>{shifted, (x - n * broadcast(kFastStep1)) - n * broadcast(kFastStep2)};
+    }
+}
+
+// The polynomials: cos r = 1 - even; sin r = r + odd at the HA level, odd at the others.
+template <class V>
+struct Series {
+    V odd, even;
+};
+
+template <class Level, class V>
+OZK_SIMD Series<V> series(const ReducedHigh<V>& x) {
+    const V r = x.r, r2 = r * r;
+    const V odd = broadcast(kHighS3) + r2 * (broadcast(kHighS5) + r2 * broadcast(kHighS7));
+    const V even = broadcast(kHighC2) + r2 * (broadcast(kHighC4) + r2 * broadcast(kHighC6));
+    return {x.low + (r * r2) * odd, r2 * even};
+}
+template <class Level, class V>
+OZK_SIMD Series<V> series(const Reduced<V>& x) {
+    const V r = x.r, r2 = r * r;
+    if constexpr (std::is_same_v<Level, Low>) {
+        const V odd = r2 * (broadcast(kLowS3) + r2 * broadcast(kLowS5));
+        const V even = broadcast(kLowC2) + r2 * (broadcast(kLowC4) + r2 * broadcast(kLowC6));
+        return {r * (broadcast(1.0) + odd), r2 * even};
+    } else {
+        return {r * (broadcast(1.0) + r2 * broadcast(kFastS3)), r2 * broadcast(kFastC2)};
+    }
+}
+
+// The place of the table entry, in doubles.
+template <class Level, class V>
+OZK_SIMD auto table_element(V shifted) {
+    constexpr int kShift = std::is_same_v<Level, Low> ? 1 : 2;  // EP takes every second pair of LA's table
+    return simd::shift_left<kShift>(bits(shifted)) & broadcast((Level::kSteps - 1) << kShift);
+}
+
+// sin(x + kAhead steps), kAhead 0 or a quarter turn: the table goes on behind the whole turn.
+template <int64_t kAhead, class V, class Element>
+OZK_SIMD V combine(const ReducedHigh<V>& x, const Series<V>& s, const Element& element) {
+    const auto [sine, sine_low] = gather_pairs_at(&kSine128[kAhead].sine, element);
+    const auto [scale, rest] = gather_pairs_at(&kSine128[kAhead].scale, element);
+    const V main = scale * x.r;
+    const V sum = sine + main;
+    const V lost = (sum - sine) - main;
+    const V small = sine_low + (rest * x.r + ((scale + rest) * s.odd - sine * s.even));
+    return sum - (lost - small);
+}
+
+template <class Level, class V>
+OZK_SIMD V sine_of(const ReducedHigh<V>& x) {
+    return combine<0>(x, series<Level>(x), table_element<Level>(x.shifted));
+}
+template <class Level, class V>
+OZK_SIMD V sine_of(const Reduced<V>& x) {
+    const Series<V> s = series<Level>(x);
+    const auto [sine, cosine] = gather_pairs_at(&kSine256[0].sine, table_element<Level>(x.shifted));
+    return sine - (sine * s.even - cosine * s.odd);
+}
+
+template <class Level, class V>
+OZK_SIMD std::array<V, 2> sine_and_cosine_of(const ReducedHigh<V>& x) {
+    const Series<V> s = series<Level>(x);
+    const auto element = table_element<Level>(x.shifted);
+    return {combine<0>(x, s, element), combine<Level::kSteps / 4>(x, s, element)};
+}
+template <class Level, class V>
+OZK_SIMD std::array<V, 2> sine_and_cosine_of(const Reduced<V>& x) {
+    const Series<V> s = series<Level>(x);
+    const auto [sine, cosine] = gather_pairs_at(&kSine256[0].sine, table_element<Level>(x.shifted));
+    return {sine - (sine * s.even - cosine * s.odd), cosine - (cosine * s.even + sine * s.odd)};
+}
+
+// What sine, cosine and both have in common.
+template <class Level>
+struct Circular {
+    using Argument = double;
+    using Result = double;
+    using Vector = f64x2;
+    static constexpr double kOrdinary = 0.0;
+
+    // The sign bit of each special lane; the rest of the mask is of no consequence.
+    OZK_SIMD static f64x2 special(f64x2 x) {
+        const simd::i32x4 magnitude = simd::as_i32(simd::bits(simd::abs(x)));
+        return simd::as_f64(simd::as_i64(magnitude > broadcast(Level::kBoundHighWord - 1)));
+    }
+};
+
+// sin(x) and cos(x), any x beyond a bound, infinite or NaN; returns the error code.
+[[gnu::cold]] int sine_and_cosine_scalar(double x, double& sine, double& cosine) {
+    if (!std::isfinite(x)) {
+        sine = cosine = x - x;
+        return std::isnan(x) ? kVmlOk : kVmlDomain;
+    }
+    const TurnRemainder remainder = payne_hanek(std::abs(x));
+    const ReducedHigh<f64x2> reduced{broadcast(kShifter + static_cast<double>(remainder.n)),
+                                     broadcast(remainder.r), broadcast(remainder.low)};
+    const auto [s, c] = sine_and_cosine_of<High>(reduced);
+    sine = std::signbit(x) ? -low(s) : low(s);
+    cosine = low(c);
+    return kVmlOk;
+}
+
+// sin(x + kQuarters quarter turns), kQuarters 0 or 1.
+template <class Level, int64_t kQuarters>
+struct Sine : Circular<Level> {
+    static constexpr int kWide = Level::kWide;
+    static constexpr int64_t kOrigin = kQuarters * Level::kSteps / 4;
+
+    template <class V>
+    OZK_SIMD static auto prepare(V x) {
+        return reduce<Level, kOrigin>(x);
+    }
+    template <class State>
+    OZK_SIMD static auto finish(const State& x) {
+        return sine_of<Level>(x);
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+    static int scalar(double x, double& result) {
+        double other;
+        return kQuarters == 0 ? sine_and_cosine_scalar(x, result, other)
+                              : sine_and_cosine_scalar(x, other, result);
+    }
+};
+
+template <class Level>
+struct SinCos : Circular<Level> {
+    static constexpr int kResults = 2;
+    static constexpr int kWide = Level::kWideBoth;
+
+    template <class V>
+    OZK_SIMD static std::array<V, 2> compute(V x) {
+        return sine_and_cosine_of<Level>(reduce<Level, 0>(x));
+    }
+    static int scalar(double x, double& sine, double& cosine) {
+        return sine_and_cosine_scalar(x, sine, cosine);
+    }
+};
+
+template <class Level>
+using Sin = Sine<Level, 0>;
+template <class Level>
+using Cos = Sine<Level, 1>;
+
+}  // namespace
+}  // namespace ozk::vml
+
+OZK_VML_KERNEL(d, Sin, H8LAynn, unary, ozk::vml::Sin<ozk::vml::Low>)
+OZK_VML_KERNEL(d, Sin, EXHAynn, unary, ozk::vml::Sin<ozk::vml::High>)
+OZK_VML_KERNEL(d, Sin, H8EPnnn, unary, ozk::vml::Sin<ozk::vml::Fast>)
+OZK_VML_KERNEL(d, Cos, H8LAynn, unary, ozk::vml::Cos<ozk::vml::Low>)
+OZK_VML_KERNEL(d, Cos, EXHAynn, unary, ozk::vml::Cos<ozk::vml::High>)
+OZK_VML_KERNEL(d, Cos, H8EPnnn, unary, ozk::vml::Cos<ozk::vml::Fast>)
+OZK_VML_KERNEL(d, SinCos, H8LAynn, two_results, ozk::vml::SinCos<ozk::vml::Low>)
+OZK_VML_KERNEL(d, SinCos, EXHAynn, two_results, ozk::vml::SinCos<ozk::vml::High>)
+OZK_VML_KERNEL(d, SinCos, H8EPnnn, two_results, ozk::vml::SinCos<ozk::vml::Fast>)
