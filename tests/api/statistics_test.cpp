@@ -139,8 +139,7 @@ TEST(Statistics, RefusesWithoutChangingWhatWasAdded) {
     EXPECT_EQ(s.weight(), 2);
 }
 
-// ---- Splines
-// ---------------------------------------------------------------------------------------------------
+// ---- Splines ------------------------------------------------------------------------------------------
 
 double cubic(double x) { return ((2 * x - 3) * x + 1) * x - 4; }
 double cubic_1(double x) { return (6 * x - 6) * x + 1; }
@@ -202,8 +201,7 @@ TEST(Spline, RefusesPointsThatItCannotJoin) {
     EXPECT_TRUE(spline(std::vector<double>{}).empty());
 }
 
-// ---- The Cholesky factor
-// ---------------------------------------------------------------------------------------
+// ---- The Cholesky factor ------------------------------------------------------------------------------
 
 TEST(Cholesky, GivesTheMatrixBackAndRefusesOthers) {
     constexpr size_t kOrder = 60;

@@ -162,8 +162,7 @@ TEST_F(VectorMath, FlushesDenormalsOnEveryThreadWhenTheCallerDoes) {
     for (const double y : ozk::exp(x)) ASSERT_GT(y, 0);
 }
 
-// ---- Special elements
-// ------------------------------------------------------------------------------------------
+// ---- Special elements ---------------------------------------------------------------------------------
 
 struct Planted {
     int64_t index;
@@ -337,8 +336,7 @@ TEST_F(VectorMath, GivesWorkersTheirOwnStateBack) {
     EXPECT_TRUE(states(false) == before);
 }
 
-// ---- What is refused
-// -------------------------------------------------------------------------------------------
+// ---- What is refused ----------------------------------------------------------------------------------
 
 TEST_F(VectorMath, RefusesBadArraysBeforeAnythingIsWritten) {
     std::vector<double> x(100, 1);

@@ -33,9 +33,7 @@ struct Real {
     Real& operator=(const Real&) = delete;
 };
 
-inline bool same_bits(double a, double b) {
-    return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b);
-}
+inline bool same_bits(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
 
 // |got - exact| in units of the last place of exact.
 inline double ulp_error(double got, const mpfr_t exact) {
