@@ -119,6 +119,18 @@ TEST_F(VectorMath, HasTheSameBitsForAnyThreadsAnyCutAnyStrideAndInPlace) {
     }
 }
 
+TEST_F(VectorMath, GivesTwoResultsThatArePlacedApart) {
+    std::vector<double> x = arguments(kLong);
+    ozk::set_threads(3);
+    const auto [sines, cosines] = ozk::sin_cos(x);
+    EXPECT_TRUE(same_bits(sines, ozk::sin(x)));
+    EXPECT_TRUE(same_bits(cosines, ozk::cos(x)));
+    EXPECT_THROW(ozk::sin_cos(sines, x, x), ozk::error);
+    std::vector<double> other(kLong);
+    ozk::sin_cos(x, other, x);  // the second result in place of the argument
+    EXPECT_TRUE(same_bits(other, sines) && same_bits(x, cosines));
+}
+
 TEST_F(VectorMath, ReachesTheKernelOfTheAccuracyThatIsAskedFor) {
     const std::vector<double> x = arguments(kLong);
     ozk::set_threads(3);
