@@ -51,15 +51,18 @@ Summary summarise(const ozk::matrix& growth) {
 // An even number of independent standard normal numbers: each pair from two uniform ones, by Box and Muller,
 // "A note on the generation of random normal deviates", Ann. Math. Statist. 29 (1958).
 void draw_normal(ozk::stream& stream, std::vector<double>& z) {
-    const size_t half = z.size() / 2;
+    const size_t pairs = z.size() / 2;
+    const std::span radius(z.data(), pairs), angle(z.data() + pairs, pairs);
     stream.uniform(z);
-    const std::span first(z.data(), half), second(z.data() + half, half);
-    for (double& u : first) u = 1 - u;  // in (0, 1]
-    ozk::ln(first, first);
-    for (size_t i = 0; i < half; ++i) {
-        const double radius = std::sqrt(-2 * first[i]), angle = 2 * std::numbers::pi * second[i];
-        first[i] = radius * std::cos(angle);
-        second[i] = radius * std::sin(angle);
+    for (double& r : radius) r = std::max(r, 0x1p-60);  // the stream's numbers are multiples of 2^-59
+    ozk::ln(radius, radius);
+    for (double& r : radius) r *= -2;
+    ozk::sqrt(radius, radius);
+    for (double& a : angle) a *= 2 * std::numbers::pi;
+    const auto [sine, cosine] = ozk::sin_cos(angle);
+    for (size_t i = 0; i < pairs; ++i) {
+        angle[i] = radius[i] * sine[i];
+        radius[i] *= cosine[i];
     }
 }
 
