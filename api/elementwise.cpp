@@ -19,8 +19,9 @@ namespace {
 constexpr int64_t kPiece = 16384;
 static_assert(kPiece % 16 == 0);
 
-// A thread that has this many cycles of work, some ten microseconds, is worth waking.
-constexpr double kLeastCyclesPerThread = 32768;
+// A thread that has this many cycles of work, some forty microseconds, is worth waking also where other programs keep
+// it waiting for a processor; waking a team on an idle machine takes two.
+constexpr double kLeastCyclesPerThread = 131072;
 constexpr double kUnmeasuredCost = 8;
 
 // While special elements are reported one by one, the team computes this many pieces a thread before the

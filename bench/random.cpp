@@ -16,7 +16,6 @@ namespace {
 
 constexpr int kNumbers = 1000;
 constexpr uint32_t kSeed = 12345;
-enum GaussianMethod { kBoxMuller = 0, kBoxMullerPairs = 1, kInverse = 2 };
 using Numbers = std::array<double, kNumbers>;
 
 // Contender that fills an array by one call a number.
@@ -99,9 +98,9 @@ std::vector<Case> cases() {
         uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne()),
         uniform_case("ARS5", kOzkVslArs5, {}),
         uniform_case("PHILOX4X32X10", kOzkVslPhilox4x32x10, {}),
-        gaussian_case("Box-Muller", kBoxMuller),
-        gaussian_case("Box-Muller pairs", kBoxMullerPairs),
-        gaussian_case("inverse", kInverse),
+        gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller),
+        gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs),
+        gaussian_case("inverse", kOzkVslGaussianInverse),
     };
 }
 

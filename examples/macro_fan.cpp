@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <numbers>
 #include <ozk/ozk.hpp>
 #include <span>
 #include <stdexcept>
@@ -48,30 +47,12 @@ Summary summarise(const ozk::matrix& growth) {
     return {statistics.mean(), statistics.skewness(), statistics.covariance(), statistics.correlation()};
 }
 
-// An even number of independent standard normal numbers: each pair from two uniform ones, by Box and Muller,
-// "A note on the generation of random normal deviates", Ann. Math. Statist. 29 (1958).
-void draw_normal(ozk::stream& stream, std::vector<double>& z) {
-    const size_t pairs = z.size() / 2;
-    const std::span radius(z.data(), pairs), angle(z.data() + pairs, pairs);
-    stream.uniform(z);
-    for (double& r : radius) r = std::max(r, 0x1p-60);  // the stream's numbers are multiples of 2^-59
-    ozk::ln(radius, radius);
-    for (double& r : radius) r *= -2;
-    ozk::sqrt(radius, radius);
-    for (double& a : angle) a *= 2 * std::numbers::pi;
-    const auto [sine, cosine] = ozk::sin_cos(angle);
-    for (size_t i = 0; i < pairs; ++i) {
-        angle[i] = radius[i] * sine[i];
-        radius[i] *= cosine[i];
-    }
-}
-
 // Growth in a quarter is normal with the sample's mean and covariance, independent of other quarters: mean +
 // L z with independent standard normal z and covariance = L L'. Paths are drawn in blocks on several threads.
 // A block begins at a fixed place of the one sequence that the seed gives, so the paths do not depend on
 // which thread draws it.
 Paths simulate(const Summary& summary, const Options& options) {
-    constexpr size_t kBlock = 2000;  // even, as draw_normal needs
+    constexpr size_t kBlock = 2000;
     const ozk::matrix factor = ozk::cholesky(summary.covariance);
     const ozk::stream sequence("MCG59", options.seed);
     Paths paths(static_cast<size_t>(options.paths), options.quarters);
@@ -79,9 +60,9 @@ Paths simulate(const Summary& summary, const Options& options) {
     const auto draw_block = [&](size_t first, size_t count) {
         ozk::stream stream = sequence;
         stream.skip_ahead(first * kCount * static_cast<size_t>(options.quarters));  // one number for each z
-        std::vector<double> z((kCount * count + 1) / 2 * 2);
+        std::vector<double> z(kCount * count);
         for (int q = 1; q <= options.quarters; ++q) {
-            draw_normal(stream, z);
+            stream.gaussian(z);
             for (size_t s = 0; s < kCount; ++s) {
                 const auto growth = paths.after(q, s).subspan(first, count);
                 std::fill(growth.begin(), growth.end(), summary.mean[s]);

@@ -285,11 +285,11 @@ TEST(Readme, ItsProgramEstimatesWhatItSays) {
     const Outcome result = run("readme", "");
     ASSERT_EQ(result.status, 0) << result.err;
     double mean = 0, exact = 0;
-    ASSERT_EQ(std::sscanf(result.out.c_str(), "mean of exp(u): %lf, exactly %lf", &mean, &exact), 2)
+    ASSERT_EQ(std::sscanf(result.out.c_str(), "mean of a lognormal: %lf, exactly %lf", &mean, &exact), 2)
         << result.out;
     EXPECT_NEAR(exact, std::exp(1.0) - 1, 0.00005);
-    // Five standard errors of a million draws; the standard deviation of exp(u) is 0.492.
-    EXPECT_NEAR(mean, exact, 5 * 0.492 / 1000);
+    // Five standard errors of a million draws; the standard deviation of exp(z) is 2.161.
+    EXPECT_NEAR(mean, exact, 5 * 2.161 / 1000);
 }
 
 }  // namespace

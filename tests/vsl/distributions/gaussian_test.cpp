@@ -38,9 +38,7 @@ std::vector<double> uniform(OzkVslStream* stream, int n, double a) {
     return r;
 }
 
-double normal_cdf(double x) {
-    return 0.5 * std::erfc(-x / kSqrt2);
-}
+double normal_cdf(double x) { return 0.5 * std::erfc(-x / kSqrt2); }
 
 struct Fit {
     double kolmogorov_smirnov;  // sqrt(n) times the largest distance
@@ -183,9 +181,7 @@ struct CallerState {
     bool operator==(const CallerState&) const = default;
 };
 
-int ignore(VmlErrorRecord*) {
-    return 1;
-}
+int ignore(VmlErrorRecord*) { return 1; }
 
 TEST(Gaussian, LeavesTheCallersStateWhicheverWayItEnds) {
     const uint64_t default_mode = _vmlGetMode();
