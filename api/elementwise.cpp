@@ -27,8 +27,7 @@ constexpr double kUnmeasuredCost = 8;
 // calling thread reports: it bounds the memory for reports.
 constexpr int64_t kPiecesPerBatch = 4;
 
-// ---- Collecting special elements
-// ----------------------------------------------------------------------------
+// ---- Collecting special elements ----------------------------------------------------------------------
 
 struct Report {
     VmlErrorRecord record;
@@ -72,8 +71,7 @@ int collect(VmlErrorRecord* record) {
     return collector->answer;
 }
 
-// ---- The state of a thread that computes a piece
-// ------------------------------------------------------------
+// ---- The state of a thread that computes a piece ------------------------------------------------------
 
 // The exception flags of both floating-point units: cleared at the start, and given back as they were.
 class FlagScope {
@@ -146,8 +144,7 @@ class PieceScope {
     Collector* outer_;
 };
 
-// ---- Acting on special elements, on the calling thread
-// ------------------------------------------------------
+// ---- Acting on special elements, on the calling thread ------------------------------------------------
 
 // The library's own reporter: status, errno, message, flag, and a callback of the kernel level.
 void act(const VectorControl& control, int32_t code, int64_t index, const char* name,
@@ -209,8 +206,7 @@ void act_on_summary(const VectorControl& control, const Summary& summary) {
     if (summary.codes != 0) act(control, summary.last_code, 0, "", none);
 }
 
-// ---- The loop
-// -----------------------------------------------------------------------------------------------
+// ---- The loop -----------------------------------------------------------------------------------------
 
 struct Free {
     void operator()(void* block) const { std::free(block); }
@@ -317,8 +313,7 @@ ozk_status run(const ElementwiseCall& call, uint64_t mode) {
     return loop.summary.first_code;
 }
 
-// ---- Checks of the arrays
-// -----------------------------------------------------------------------------------
+// ---- Checks of the arrays -----------------------------------------------------------------------------
 
 namespace {
 

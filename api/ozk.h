@@ -27,8 +27,7 @@
 extern "C" {
 #endif
 
-/* ---- Status
- * ------------------------------------------------------------------------------------------------ */
+/* ---- Status ----------------------------------------------------------------------------------------- */
 
 typedef int32_t ozk_status;
 
@@ -75,16 +74,15 @@ OZK_API const char* ozk_error_text(ozk_status status);
  * first. */
 OZK_API const char* ozk_last_error(void);
 
-/* ---- Threads
- * ------------------------------------------------------------------------------------------------ */
+/* ---- Threads ---------------------------------------------------------------------------------------- */
 
 /* At most `threads` threads work for a call; 1 switches threads off; 0, the state at the start, leaves it to
  * OpenMP (OMP_NUM_THREADS, else the number of processors). Process-wide. kOzkCodeArgument when negative. */
 OZK_API ozk_status ozk_set_threads(int64_t threads);
 OZK_API int64_t ozk_get_threads(void);
 
-/* ---- Vector mathematics: how it is computed
- * ------------------------------------------------------------------- * All of it belongs to the calling
+/* ---- Vector mathematics: how it is computed --------------------------------------------------------- *
+ * All of it belongs to the calling
  * thread, starts from the environment variable OZK_VML_MODE, and holds for the whole of a call, on whatever
  * threads it runs. Setters answer kOzkCodeArgument for an unknown value and kOzkCodeKernels; getters answer
  * the value at the start when there are no kernels. */
@@ -140,8 +138,8 @@ typedef int (*ozk_special_handler)(ozk_special_value* value, void* context);
 OZK_API void ozk_set_special_handler(ozk_special_handler handler, void* context);
 OZK_API void ozk_get_special_handler(ozk_special_handler* handler, void** context);
 
-/* ---- Vector mathematics: the functions
- * ------------------------------------------------------------------------ * ozk_<p>_<name>(n, arguments ...,
+/* ---- Vector mathematics: the functions -------------------------------------------------------------- *
+ * ozk_<p>_<name>(n, arguments ...,
  * results ...) for each function of the catalogue that is built, p being the element type: s float, d double,
  * c complex float, z complex double; for example
  *
@@ -240,8 +238,7 @@ OZK_API void ozk_get_special_handler(ozk_special_handler* handler, void** contex
 #include "ozk/catalogue.def"
 #undef OZK_FN
 
-/* ---- Random streams
- * ------------------------------------------------------------------------------------------- */
+/* ---- Random streams --------------------------------------------------------------------------------- */
 
 typedef struct ozk_stream ozk_stream;
 
@@ -281,8 +278,8 @@ enum ozk_gaussian_method {
 OZK_API ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
                                   int32_t method);
 
-/* ---- Summary statistics
- * ---------------------------------------------------------------------------------------- * Estimates of p
+/* ---- Summary statistics ----------------------------------------------------------------------------- *
+ * Estimates of p
  * components over all observations that were added, in as many portions as the caller likes. W is the total
  * weight (the number of observations when there are no weights), V the sum of the squared weights, m_i the
  * mean of component i. Vectors have p values, matrices p rows of p. */
@@ -330,8 +327,7 @@ OZK_API ozk_status ozk_statistics_get(const ozk_statistics* statistics, uint64_t
 /* W and V. */
 OZK_API ozk_status ozk_statistics_weights(const ozk_statistics* statistics, double* total, double* squares);
 
-/* ---- Splines
- * ----------------------------------------------------------------------------------------------------- */
+/* ---- Splines ---------------------------------------------------------------------------------------- */
 
 typedef struct ozk_spline ozk_spline;
 
@@ -364,8 +360,7 @@ OZK_API void ozk_spline_delete(ozk_spline* spline);
 OZK_API ozk_status ozk_spline_evaluate(const ozk_spline* spline, int64_t function, int64_t n,
                                        const double* sites, int64_t orders, double* result);
 
-/* ---- Linear algebra
- * ------------------------------------------------------------------------------------------------ */
+/* ---- Linear algebra --------------------------------------------------------------------------------- */
 
 /* L with a = L L' for a symmetric positive definite matrix a of n rows of n, of which the lower triangle is
  * read; l has zeros above the diagonal and may be exactly a. Code -i: the leading matrix of order i is not

@@ -75,7 +75,7 @@ ozk_status ozk_spline_new(int32_t kind, int64_t nx, const double* x, int64_t ny,
         require(kind == kOzkNaturalCubic, kOzkCodeArgument,
                 "There is no such kind of spline: pass kOzkNaturalCubic.");
         require(nx >= 2, kOzkCodeSize, "There are too few knots: pass at least 2.");
-        int64_t points, doubles;
+        int64_t points = 0, doubles = 0;
         require(ny >= 1 && !__builtin_mul_overflow(nx, ny, &points) &&
                     !__builtin_mul_overflow(points, int64_t{8} * kDfOrderCubic, &doubles),
                 kOzkCodeSize, "There is no function, or more than memory holds: pass at least 1.");

@@ -48,7 +48,6 @@ constexpr EstimateRow kEstimates[] = {
     {kOzkCentralSum2, kOzkStatsIdCentralSum2, kOzkMean | kOzkRawMoment2, 0},
     {kOzkCentralSum3, kOzkStatsIdCentralSum3, kOzkMean | kRaw3 | kOzkCentralSum2, 0},
     {kOzkCentralSum4, kOzkStatsIdCentralSum4, kOzkMean | kRaw4 | kOzkCentralSum2 | kOzkCentralSum3, 0},
-    // The cross-product beside them keeps the portions exact.
     {kOzkCovariance, kOzkStatsIdCovariance, kOzkMean, kOzkStatsIdCovarianceStorage},
     {kOzkCorrelation, kOzkStatsIdCorrelation, kOzkMean | kOzkCovariance, kOzkStatsIdCorrelationStorage},
     {kOzkCrossProduct, kOzkStatsIdCrossProduct, kOzkMean, kOzkStatsIdCrossProductStorage},
@@ -136,11 +135,11 @@ void ozk_statistics_delete(ozk_statistics* statistics) { delete statistics; }
 ozk_status ozk_statistics_add(ozk_statistics* statistics, int64_t n, const double* x, int32_t layout,
                               const double* weights) {
     return guarded(kOzkStatistics, "ozk_statistics_add", [&] {
-        require(statistics != nullptr && x != nullptr, kOzkCodeNull,
-                "The handle or the observations are null: pass both.");
+        require(statistics != nullptr, kOzkCodeNull, "The handle is null: make one with ozk_statistics_new.");
         int64_t values;
         require(n >= 1 && !__builtin_mul_overflow(n, statistics->p, &values), kOzkCodeSize,
                 "There is no observation, or more than memory holds: pass at least 1.");
+        require(x != nullptr, kOzkCodeNull, "The observations are null: pass them.");
         require(layout == kOzkByComponent || layout == kOzkByObservation, kOzkCodeArgument,
                 "There is no such layout: pass kOzkByComponent or kOzkByObservation.");
         for (int64_t j = 0; weights != nullptr && j < n; ++j) {

@@ -1,8 +1,8 @@
 // Highway's math functions, compiled for its 128-bit SSE4 target alone.
 
 #define HWY_COMPILE_ONLY_STATIC
-#define HWY_DISABLE_PCLMUL_AES  // else that target also asks for instructions that none of these functions \
-                                // uses
+// Else that target also asks for instructions that none of these functions uses.
+#define HWY_DISABLE_PCLMUL_AES
 #include <hwy/contrib/math/math-inl.h>
 #include <hwy/highway.h>
 

@@ -1,9 +1,25 @@
-# Each examples/<name>.cpp is a program; it uses the application interface and nothing else.
+# Each examples/<name>.cpp is a program; it uses the application interface and, of this project, nothing else.
+find_package(CLI11 REQUIRED)
+find_package(fmt REQUIRED)
+find_package(Threads REQUIRED)
+
+# The program in README.md, so that what newcomers copy is what is compiled and tested.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/README.md)
+file(READ ${PROJECT_SOURCE_DIR}/README.md OZK_README)
+if(NOT OZK_README MATCHES "\n```cpp\n([^`]+)```\n")
+  message(FATAL_ERROR "README.md has no C++ program")
+endif()
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/examples/readme.cpp CONTENT "${CMAKE_MATCH_1}" @ONLY)
+
 file(GLOB OZK_EXAMPLES CONFIGURE_DEPENDS examples/*.cpp)
-foreach(source ${OZK_EXAMPLES})
+foreach(source ${OZK_EXAMPLES} ${CMAKE_BINARY_DIR}/examples/readme.cpp)
   get_filename_component(name ${source} NAME_WE)
   add_executable(${name} ${source})
-  target_link_libraries(${name} PRIVATE ozk_core)
-  target_compile_options(${name} PRIVATE -Wall -Wextra -Werror)
+  target_link_libraries(${name} PRIVATE ozk_core CLI11::CLI11 fmt::fmt Threads::Threads)
+  target_compile_options(${name} PRIVATE -Wall -Wextra -Wshadow -Werror)
+  target_compile_definitions(${name} PRIVATE OZK_DATA_DIR="${PROJECT_SOURCE_DIR}/data")
+  if(OZK_SANITIZE)
+    target_link_libraries(${name} PRIVATE ozk_options)
+  endif()
   add_dependencies(${name} ozk_vml_mc3)
 endforeach()

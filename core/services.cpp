@@ -1,5 +1,7 @@
 // Memory, lock, environment and copy services for the kernels, and the routines that they resolve by name.
 
+#include <cpuid.h>
+
 #include <bit>
 #include <cerrno>
 #include <cstddef>
@@ -9,8 +11,6 @@
 #include <mutex>
 
 #include "ozk_core.h"
-
-#include <cpuid.h>
 
 namespace {
 

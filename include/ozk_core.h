@@ -15,7 +15,7 @@
 extern "C" {
 #endif
 
-/* ---- Services ---------------------------------------------------------------------------------------------- */
+/* ---- Services --------------------------------------------------------------------------------------- */
 
 /* A block of `size` bytes at a multiple of `alignment` (a power of two), or null when there is no memory or
  * `alignment` is no power of two. Size 0 gives a block that may be deallocated. Any thread; the block may be
@@ -58,7 +58,7 @@ OZK_EXPORT void* ozk_serv_load_thread_fun(const char* name);
  * instructions, under an operating system that lets programs use them. */
 OZK_EXPORT int ozk_serv_cpu_is_newer_server(void);
 
-/* ---- Threading ---------------------------------------------------------------------------------------------- */
+/* ---- Threading -------------------------------------------------------------------------------------- */
 
 typedef int (*OzkLoopBody)(int64_t item, int64_t thread, void* context);
 
@@ -93,7 +93,7 @@ typedef struct OzkThreading {
 /* The core's record of these services; constant, never null. */
 OZK_EXPORT const OzkThreading* ozk_serv_threading(void);
 
-/* ---- Dense linear algebra ----------------------------------------------------------------------------------- *
+/* ---- Dense linear algebra --------------------------------------------------------------------------- *
  * Standard argument order of the Fortran routines, every argument by address, 64-bit integers, matrices by
  * columns, the length of each character argument appended. The x-prefixed forms are the same routines, promised
  * to run on the calling thread alone, for use inside a parallel loop; the others may use a team of as many

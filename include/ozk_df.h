@@ -18,7 +18,7 @@
 extern "C" {
 #endif
 
-/* ---- Status ------------------------------------------------------------------------------------- */
+/* ---- Status ----------------------------------------------------------------------------------------- */
 
 enum {
     kDfOk = 0,                     /* Done. */
@@ -54,7 +54,7 @@ enum {
     kDfErrorResultHint = -1042        /* The result hint is not one of DfResultHint. */
 };
 
-/* ---- The task ----------------------------------------------------------------------------------- */
+/* ---- The task --------------------------------------------------------------------------------------- */
 
 /* How the knots lie. */
 typedef enum DfPartitionHint {
@@ -245,8 +245,8 @@ OZK_DF_TASK_DECLARE(d, double)
 OZK_EXPORT int ozk_df_kernel_DeleteTask(DfTask** task);
 
 /* Sets an integer (DfIntegerAttribute, which names the ranges). Partition hint kDfPartitionNonUniform builds
- * the search accelerator again from the present x and nx; call it after editing either. Status:
- * kDfErrorNullTask; 0 and no change when the task is not valid; the error of the attribute
+ * the search accelerator again from the present x and nx, and reads nx knots; call it after editing either.
+ * Status: kDfErrorNullTask; 0 and no change when the task is not valid; the error of the attribute
  * (kDfErrorTooFewKnots, kDfErrorPartitionHint, kDfErrorFunctionCount, kDfErrorValueHint, kDfErrorOrder,
  * kDfErrorType, kDfErrorInternalType, kDfErrorBoundaryType, kDfErrorCoefficientHint, kDfErrorFlag);
  * kDfErrorAttribute; kDfErrorMemory. */
@@ -256,7 +256,7 @@ OZK_EXPORT int ozk_df_kernel_iEditVal(DfTask* task, int64_t attribute, int64_t v
  * int32_t. Status: kDfErrorNullTask; 0 when the task is not valid; kDfErrorNullResult; kDfErrorAttribute. */
 OZK_EXPORT int ozk_df_kernel_iQueryVal(const DfTask* task, int64_t attribute, void* out);
 
-/* ---- Construction ------------------------------------------------------------------------------- */
+/* ---- Construction ----------------------------------------------------------------------------------- */
 
 /* Writes the coefficients of every function to the task's coefficient pointers: for each cell (for type
  * Subbotin each knot) ascending powers of the distance from its left knot (from its knot). Functions are
@@ -325,7 +325,7 @@ OZK_EXPORT int ozk_df_kernel_iQueryVal(const DfTask* task, int64_t attribute, vo
 OZK_DF_CONSTRUCTIONS_DECLARE(s)
 OZK_DF_CONSTRUCTIONS_DECLARE(d)
 
-/* ---- Cell search -------------------------------------------------------------------------------- */
+/* ---- Cell search ------------------------------------------------------------------------------------ */
 
 /* The cell of a site t is the number of knots not greater than t: 0 left of the partition, i on
  * [x[i-1], x[i]), nx right of the partition; the last knot itself is in cell nx - 1. The result for a NaN
@@ -430,7 +430,7 @@ OZK_DF_TASK_SEARCH_DECLARE(d, double)
 OZK_DF_GENERAL_SEARCH_DECLARE(s, float)
 OZK_DF_GENERAL_SEARCH_DECLARE(d, double)
 
-/* ---- Evaluation --------------------------------------------------------------------------------- */
+/* ---- Evaluation ------------------------------------------------------------------------------------- */
 
 /* Gives derivative `order` (0: the value) at nsite sites left of the first or right of the last knot, in
  * place of the polynomial of the end cell. Returns a negative status to stop the evaluation. */
@@ -526,7 +526,7 @@ typedef struct DfdCallbacks {
 OZK_DF_INTERPOLATE_DECLARE(s, float)
 OZK_DF_INTERPOLATE_DECLARE(d, double)
 
-/* ---- Integration -------------------------------------------------------------------------------- */
+/* ---- Integration ------------------------------------------------------------------------------------ */
 
 /* Gives npair integrals from left[i] to right[i] > left[i], each outside the partition, in place of the end
  * polynomials. Returns a negative status to stop. */

@@ -19,7 +19,7 @@
 extern "C" {
 #endif
 
-/* ---- Constants ----------------------------------------------------------------------------------------- */
+/* ---- Constants -------------------------------------------------------------------------------------- */
 
 enum OzkVslStatus {
     kOzkVslSuccess = 0,                    /* Done. */
@@ -75,15 +75,19 @@ enum OzkVslInitMethod {
 /* Method codes of the distribution generators. */
 enum OzkVslMethod {
     kOzkVslUniformStandard = 0,        /* The generator's own floating-point output. */
+    kOzkVslGaussianBoxMuller = 0,      /* The sine of each pair of uniforms. */
+    kOzkVslGaussianBoxMullerPairs = 1, /* The sine and the cosine of each pair of uniforms. */
+    kOzkVslGaussianInverse = 2,        /* The inverse distribution function of each uniform. */
     kOzkVslMethodAccurate = 0x40000000 /* Flag of the uniform generators: clamp into the interval. */
 };
 
 enum OzkVslLimits {
-    kOzkVslRegistryRows = 512,     /* Rows of room in a generator table. */
-    kOzkVslSharedDataEntries = 128 /* Entries of the shared data table. */
+    kOzkVslRegistryRows = 512,      /* Rows of room in a generator table. */
+    kOzkVslSharedDataEntries = 128, /* Entries of the shared data table. */
+    kOzkVslGaussianChunk = 2        /* Identifier of the chunk that holds the pending pair of uniforms. */
 };
 
-/* ---- Records ------------------------------------------------------------------------------------------- */
+/* ---- Records ---------------------------------------------------------------------------------------- */
 
 /* A block of data attached to a stream. The stream owns the record, and the data unless they are shared: the
  * shared data belong to the entry of the shared data table with the same key. */
@@ -142,7 +146,7 @@ typedef int32_t (*OzkVslIntegerRefill)(OzkVslStream* stream, int32_t length, uin
 typedef int32_t (*OzkVslDoubleRefill)(OzkVslStream* stream, int32_t length, double* buffer);
 typedef int32_t (*OzkVslSingleRefill)(OzkVslStream* stream, int32_t length, float* buffer);
 
-/* ---- Registry ------------------------------------------------------------------------------------------- *
+/* ---- Registry --------------------------------------------------------------------------------------- *
  * The tables are read without a lock. Registration writes without one: register generators before streams are
  * used by several threads. */
 
@@ -170,7 +174,7 @@ OZK_EXPORT int32_t __vslRegisterBrng(const OzkVslBrngProperties* row);
 /* The number of filled rows of the current table. */
 OZK_EXPORT int32_t __vslGetNumRegBrngs(void);
 
-/* ---- Stream operations --------------------------------------------------------------------------------- */
+/* ---- Stream operations ------------------------------------------------------------------------------ */
 
 /* The identifier that the stream was created with. */
 OZK_EXPORT uint32_t __vslGetStreamStateBrng(const OzkVslStream* stream);
@@ -217,7 +221,7 @@ OZK_EXPORT int32_t __vslSkipAheadStreamEx(OzkVslStream* stream, int32_t n, const
 /* Deletes the stream, its chunks and its references to shared data, and makes the handle null. */
 OZK_EXPORT int32_t __vslDeleteStream(OzkVslStream** stream);
 
-/* ---- Chunks -------------------------------------------------------------------------------------------- */
+/* ---- Chunks ----------------------------------------------------------------------------------------- */
 
 /* Attaches data to a stream, at the head of its list. A null key means private data. When the shared data
  * table has the key, the chunk takes a reference to the data there and `data` stays the caller's; otherwise
@@ -240,7 +244,7 @@ OZK_EXPORT int32_t __vslDeleteChunks(OzkVslStream* stream);
  * private data duplicated. On kOzkVslErrorNoMemory the destination is left without chunks. */
 OZK_EXPORT int32_t __vslCopyChunks(OzkVslStream* destination, const OzkVslStream* source);
 
-/* ---- Shared read-only data ------------------------------------------------------------------------------ *
+/* ---- Shared read-only data -------------------------------------------------------------------------- *
  * A process-wide table, safe to use from any thread. A key is two words, not both zero. */
 
 /* Points *entry to the entry with this key, or kOzkVslErrorSharedDataMissing. Entries move when another one
@@ -263,7 +267,7 @@ OZK_EXPORT int32_t __vslUnregisterGlobRODataReference(const uint64_t* key);
  * word that no entry uses, otherwise the function waits until that entry is gone. */
 OZK_EXPORT int32_t __vslGenerateNewGlobalRODataTableEntryId(uint64_t* key, uint64_t second_word);
 
-/* ---- Processor checks ---------------------------------------------------------------------------------- */
+/* ---- Processor checks ------------------------------------------------------------------------------- */
 
 /* 1 when the processor has the random-number instruction, the AES instructions, or (nonzero) their vector
  * forms. */
@@ -271,14 +275,14 @@ OZK_EXPORT int32_t __vslCPUisRDRAND(void);
 OZK_EXPORT int32_t __vslCPUisAES(void);
 OZK_EXPORT int32_t __vslCPUisVAES(void);
 
-/* ---- Modular powers ------------------------------------------------------------------------------------ */
+/* ---- Modular powers --------------------------------------------------------------------------------- */
 
 /* a^e mod 2^31 - 1, for a < 2^31 - 1; a^e mod 2^59; a^e mod m, for m > 0. By squaring and multiplying. */
 OZK_EXPORT uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t e);
 OZK_EXPORT uint64_t __vsliPowMod2P59(uint64_t a, uint64_t e);
 OZK_EXPORT uint32_t __vsliPowMod(uint32_t a, uint64_t e, uint32_t m);
 
-/* ---- Basic generators ----------------------------------------------------------------------------------- *
+/* ---- Basic generators ------------------------------------------------------------------------------- *
  * Each family has the four functions of its registry row. They always succeed once the stream exists, unless
  * a family's comment says otherwise. Results on [a, b) are x * ((b - a) * c) + a in double arithmetic, where
  * x is the integer output and c the reciprocal of the modulus; singles are that, rounded once. Rounding can
@@ -303,7 +307,7 @@ OZK_VSL_DECLARE_GENERATOR(MCG31M1)
  * word have short periods. Leapfrog, skip ahead. */
 OZK_VSL_DECLARE_GENERATOR(MCG59)
 
-/* ---- Uniform distributions ------------------------------------------------------------------------------ *
+/* ---- Uniform distributions -------------------------------------------------------------------------- *
  * Each returns the first negative status of the basic generator, else 0. Parameters are not checked. */
 
 /* n numbers on [a, b) from the generator's floating-point output. With kOzkVslMethodAccurate in the method
@@ -327,6 +331,24 @@ OZK_EXPORT int32_t _vsliRngUniformBits(int32_t method, OzkVslStream* stream, int
  * MCG59 or WH; a 64-bit word takes twice as many, the low half first. */
 OZK_EXPORT int32_t _vsliRngUniformBits32(int32_t method, OzkVslStream* stream, int32_t n, uint32_t* r);
 OZK_EXPORT int32_t _vsliRngUniformBits64(int32_t method, OzkVslStream* stream, int32_t n, uint64_t* r);
+
+/* ---- Gaussian distribution ----------------------------------------------------------------------------- */
+
+/* n normal numbers with mean a and standard deviation sigma (neither is checked), by one of three methods:
+ * - kOzkVslGaussianBoxMuller: sqrt(-2 ln u1) sin(2 pi u2), two uniforms a result (Box and Muller, Ann. Math.
+ *   Statist. 29 (1958));
+ * - kOzkVslGaussianBoxMullerPairs: the same and its cosine partner, two uniforms for two results; a pair that
+ *   a call uses half of waits in a chunk of the stream, so the sequence does not depend on how it is cut into
+ *   calls;
+ * - kOzkVslGaussianInverse: sqrt(2) erfinv(u), one uniform on [-1, 1) a result.
+ *
+ * Other methods: kOzkVslErrorBadArguments. A uniform at the end of its interval (0, -1) gives a finite,
+ * extreme result. The logarithm, sine, cosine and inverse error function are the library's own of the highest
+ * accuracy, whatever the thread's mode is; its mode word, error callback and floating-point control words are
+ * the same after the call as before. Returns the first negative status of the basic generator,
+ * kOzkVslErrorNoMemory when there is none for the chunk, else 0. */
+OZK_EXPORT int32_t _vsldRngGaussian(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
+                                    double sigma);
 
 #ifdef __cplusplus
 }

@@ -32,8 +32,7 @@ struct i32x4 {
     static constexpr int kLanes = 4;
 };
 
-// ---- Making vectors
-// -------------------------------------------------------------------------------------------
+// ---- Making vectors -----------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
 OZK_SIMD f32x4 broadcast(float x) { return {_mm_set1_ps(x)}; }
@@ -42,8 +41,7 @@ OZK_SIMD i32x4 broadcast(int32_t x) { return {_mm_set1_epi32(x)}; }
 OZK_SIMD f64x2 pair(double low, double high) { return {_mm_set_pd(high, low)}; }
 OZK_SIMD i64x2 pair(int64_t low, int64_t high) { return {_mm_set_epi64x(high, low)}; }
 
-// ---- Memory, any alignment
-// ------------------------------------------------------------------------------------
+// ---- Memory, any alignment ----------------------------------------------------------------------------
 
 OZK_SIMD f64x2 load(const double* p) { return {_mm_loadu_pd(p)}; }
 OZK_SIMD f32x4 load(const float* p) { return {_mm_loadu_ps(p)}; }
@@ -120,8 +118,7 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
-// ---- Reinterpretation of the bits
-// -----------------------------------------------------------------------------
+// ---- Reinterpretation of the bits ---------------------------------------------------------------------
 
 OZK_SIMD i64x2 bits(f64x2 a) { return {_mm_castpd_si128(a.v)}; }
 OZK_SIMD i32x4 bits(f32x4 a) { return {_mm_castps_si128(a.v)}; }
@@ -130,8 +127,7 @@ OZK_SIMD f32x4 as_f32(i32x4 a) { return {_mm_castsi128_ps(a.v)}; }
 OZK_SIMD i32x4 as_i32(i64x2 a) { return {a.v}; }
 OZK_SIMD i64x2 as_i64(i32x4 a) { return {a.v}; }
 
-// ---- Arithmetic
-// -----------------------------------------------------------------------------------------------
+// ---- Arithmetic ---------------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 operator+(f64x2 a, f64x2 b) { return {_mm_add_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator-(f64x2 a, f64x2 b) { return {_mm_sub_pd(a.v, b.v)}; }
@@ -160,8 +156,7 @@ OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
 // The estimate of 1/sqrt(a), relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_sqrt_estimate(f32x4 a) { return {_mm_rsqrt_ps(a.v)}; }
 
-// ---- Bits
-// -----------------------------------------------------------------------------------------------------
+// ---- Bits ---------------------------------------------------------------------------------------------
 
 OZK_SIMD i64x2 operator&(i64x2 a, i64x2 b) { return {_mm_and_si128(a.v, b.v)}; }
 OZK_SIMD i64x2 operator|(i64x2 a, i64x2 b) { return {_mm_or_si128(a.v, b.v)}; }
@@ -200,8 +195,7 @@ OZK_SIMD i32x4 shift_right_signed(i32x4 a) {
 OZK_SIMD f64x2 abs(f64x2 a) { return a & as_f64(broadcast(int64_t{0x7FFFFFFFFFFFFFFF})); }
 OZK_SIMD f32x4 abs(f32x4 a) { return a & as_f32(broadcast(int32_t{0x7FFFFFFF})); }
 
-// ---- Comparison: masks of all ones or all zeros a lane
-// ---------------------------------------------------------
+// ---- Comparison: masks of all ones or all zeros a lane ------------------------------------------------
 
 OZK_SIMD f64x2 operator<(f64x2 a, f64x2 b) { return {_mm_cmplt_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator<=(f64x2 a, f64x2 b) { return {_mm_cmple_pd(a.v, b.v)}; }
@@ -228,8 +222,7 @@ OZK_SIMD int lanes(i64x2 mask) { return _mm_movemask_pd(_mm_castsi128_pd(mask.v)
 OZK_SIMD f64x2 select(f64x2 mask, f64x2 a, f64x2 b) { return {_mm_blendv_pd(b.v, a.v, mask.v)}; }
 OZK_SIMD f32x4 select(f32x4 mask, f32x4 a, f32x4 b) { return {_mm_blendv_ps(b.v, a.v, mask.v)}; }
 
-// ---- Rounding and conversion
-// ----------------------------------------------------------------------------------
+// ---- Rounding and conversion --------------------------------------------------------------------------
 
 OZK_SIMD f64x2 round_to_even(f64x2 a) {
     return {_mm_round_pd(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)};
@@ -262,8 +255,7 @@ OZK_SIMD i32x4 truncate_to_i32(f32x4 a) { return {_mm_cvttps_epi32(a.v)}; }
 // The two doubles truncated to 32-bit integers in lanes 0 and 1, zeros above.
 OZK_SIMD i32x4 truncate_to_i32(f64x2 a) { return {_mm_cvttpd_epi32(a.v)}; }
 
-// ---- Lanes
-// ----------------------------------------------------------------------------------------------------
+// ---- Lanes --------------------------------------------------------------------------------------------
 
 OZK_SIMD double low(f64x2 a) { return _mm_cvtsd_f64(a.v); }
 OZK_SIMD double high(f64x2 a) { return _mm_cvtsd_f64(_mm_unpackhi_pd(a.v, a.v)); }

@@ -131,8 +131,7 @@ OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>&
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
 
-// ---- Two vectors of doubles beside one of 32-bit words
-// ------------------------------------------------------
+// ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
 using f64x4 = wide<f64x2, 2>;
 

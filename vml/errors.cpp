@@ -23,8 +23,7 @@ constexpr int kNameCharacters = 47;
 constexpr uint32_t kReporterModes = kVmlErrorErrno | kVmlErrorStderr | kVmlErrorException | kVmlErrorNone;
 constexpr int kStandardError = 1;
 
-// ---- Elements and doubles
-// ---------------------------------------------------------------------------------------
+// ---- Elements and doubles -----------------------------------------------------------------------------
 
 double real_part(Half x) { return half_to_double(x); }
 double real_part(float x) { return x; }
@@ -45,8 +44,7 @@ void assign(double& x, double re, double) { x = re; }
 void assign(OzkComplex8& x, double re, double im) { x = {static_cast<float>(re), static_cast<float>(im)}; }
 void assign(OzkComplex16& x, double re, double im) { x = {re, im}; }
 
-// ---- The common reporter
-// ----------------------------------------------------------------------------------------
+// ---- The common reporter ------------------------------------------------------------------------------
 
 int errno_of(int32_t code) {
     switch (code) {
@@ -150,8 +148,7 @@ void report_common(const VmlErrorRecord& record, uint64_t mode) {
     if ((mode & kVmlErrorException) != 0) raise_exception(record.code, mode);
 }
 
-// ---- The record
-// -------------------------------------------------------------------------------------------------
+// ---- The record ---------------------------------------------------------------------------------------
 
 void set_name(VmlErrorRecord& record, const char* name) {
     record.name_length = static_cast<int32_t>(strnlen(name, kNameCharacters));

@@ -34,8 +34,7 @@ inline constexpr int kBlock = 16;
 
 struct NoScalars {};
 
-// ---- What the frame reads of an operation
-// ---------------------------------------------------------------------
+// ---- What the frame reads of an operation -------------------------------------------------------------
 
 template <class Op>
 constexpr int argument_count() {
@@ -128,8 +127,7 @@ template <class Op, class V>
         return result;
 }
 
-// ---- Loads and stores
-// ------------------------------------------------------------------------------------------
+// ---- Loads and stores ---------------------------------------------------------------------------------
 
 // Whole vectors, single or wide, that start at element i.
 struct Unit {
@@ -190,8 +188,7 @@ template <class Access, class Op, class Results>
     for (size_t k = 0; k < y.size(); ++k) store<Access>(call.r[k], call.incr[k], i, y[k]);
 }
 
-// ---- Special lanes
-// ---------------------------------------------------------------------------------------------
+// ---- Special lanes ------------------------------------------------------------------------------------
 
 // Elements first .. first + count - 1 (count <= kBlock), at least one of them special. compute() gets an
 // ordinary argument in the place of each special one, so that it raises no flag that the element's own result
@@ -247,8 +244,7 @@ template <class Op>
     }
 }
 
-// ---- Blocks and tail
-// -------------------------------------------------------------------------------------------
+// ---- Blocks and tail ----------------------------------------------------------------------------------
 
 // One block of ordinary elements. Where the operation comes in halves, each vector's first half stands before
 // its predecessor's second half: the chain of dependent operations of one vector is longer than what a

@@ -180,8 +180,7 @@ inline void at_least(const char* function, size_t needed, size_t got) {
 
 }  // namespace detail
 
-// ---- The functions, from the catalogue
-// ----------------------------------------------------------------------------
+// ---- The functions, from the catalogue ----------------------------------------------------------------
 
 #define OZK_CPP_TYPE_s float
 #define OZK_CPP_TYPE_d double

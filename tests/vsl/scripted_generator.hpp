@@ -27,6 +27,8 @@ inline Script& script_of(OzkVslStream* stream) { return *reinterpret_cast<State*
 
 template <class Real>
 int32_t fill(OzkVslStream* stream, int32_t n, Real* r) {
+    volatile long double third = 1;
+    third = third / 3;  // raises an x87 flag
     Script& script = script_of(stream);
     script.calls.push_back(n);
     if (script.failing_call == static_cast<int32_t>(script.calls.size()) - 1) return kFailure;

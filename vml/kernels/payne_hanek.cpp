@@ -21,9 +21,7 @@ uint64_t bits_of_two_over_pi(int64_t place) {
     return kTwoOverPi[word] << shift | kTwoOverPi[word + 1] >> (64 - shift);
 }
 
-double power_of_two(int64_t exponent) {
-    return std::bit_cast<double>((exponent + 1023) << 52);
-}
+double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent + 1023) << 52); }
 
 }  // namespace
 

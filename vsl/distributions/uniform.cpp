@@ -20,7 +20,7 @@ int32_t uniform(Generator generator, int32_t method, OzkVslStream* stream, int32
     return status;
 }
 
-// ---- Words of independent uniform bits --------------------------------------------------------------------
+// ---- Words of independent uniform bits ----------------------------------------------------------------
 
 constexpr int kWordBits = 32;
 

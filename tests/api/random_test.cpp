@@ -1,0 +1,112 @@
+// Streams through the application interface, against the kernels' own calls.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "ozk/ozk.hpp"
+#include "ozk_vsl.h"
+#include "refusal.hpp"
+
+namespace {
+
+constexpr size_t kNumbers = 999;
+
+std::vector<double> draw(ozk::stream& stream, size_t n) {
+    std::vector<double> numbers(n);
+    stream.uniform(numbers, -2, 3);
+    return numbers;
+}
+
+TEST(Stream, GivesTheNumbersOfItsGeneratorHoweverTheyAreCut) {
+    const uint32_t seed[] = {77, 5};
+    for (const auto& [name, identifier] :
+         {std::pair("MCG31M1", kOzkVslMcg31m1), std::pair("MCG59", kOzkVslMcg59)}) {
+        OzkVslStream* kernel_stream = nullptr;
+        ASSERT_EQ(__vslNewStreamEx(&kernel_stream, identifier, 2, seed), 0);
+        std::vector<double> expected(kNumbers);
+        _vsldRngUniform(0, kernel_stream, kNumbers, expected.data(), -2, 3);
+        __vslDeleteStream(&kernel_stream);
+
+        ozk::stream whole(name, seed), cut(name, seed);
+        EXPECT_EQ(draw(whole, kNumbers), expected);
+        std::vector<double> numbers;
+        for (size_t count = 1; numbers.size() < kNumbers;
+             count = std::min(2 * count, kNumbers - numbers.size())) {
+            const std::vector<double> more = draw(cut, count);
+            numbers.insert(numbers.end(), more.begin(), more.end());
+        }
+        EXPECT_EQ(numbers, expected);
+    }
+}
+
+TEST(Stream, IsAValueThatCopiesMovesSkipsAndDealsItsNumbersOut) {
+    ozk::stream original("MCG59", 11);
+    draw(original, 10);
+    ozk::stream copy = original, skipped = original;
+    const std::vector<double> expected = draw(original, kNumbers);
+    const std::vector<ozk::stream> none = copy.streams(0);
+    std::vector<ozk::stream> dealt = copy.streams(3);
+    EXPECT_TRUE(none.empty());
+    for (size_t k = 0; k < 3; ++k) {
+        const std::vector<double> numbers = draw(dealt[k], kNumbers / 3);
+        for (size_t i = 0; i < numbers.size(); ++i) EXPECT_EQ(numbers[i], expected[3 * i + k]);
+    }
+    EXPECT_EQ(draw(copy, kNumbers), expected);
+    skipped.skip_ahead(100);
+    const ozk::stream moved = std::move(skipped);
+    ozk::stream assigned("MCG31M1");
+    assigned = moved;
+    EXPECT_EQ(draw(assigned, 5), std::vector<double>(expected.begin() + 100, expected.begin() + 105));
+}
+
+TEST(Stream, StaysInTheIntervalOfEachType) {
+    ozk::stream stream("MCG59", 3);
+    std::vector<float> floats(kNumbers);
+    stream.uniform(floats, 5, 6);
+    for (const float x : floats) EXPECT_TRUE(x >= 5 && x <= 6);
+    std::vector<int32_t> integers(kNumbers);
+    stream.uniform(integers, -3, 3);
+    EXPECT_EQ(*std::min_element(integers.begin(), integers.end()), -3);
+    EXPECT_EQ(*std::max_element(integers.begin(), integers.end()), 2);
+    std::vector<uint64_t> words(kNumbers);
+    stream.bits(words);
+    uint64_t all_ones = ~uint64_t{0}, any = 0;
+    for (const uint64_t word : words) all_ones &= word, any |= word;
+    EXPECT_EQ(all_ones, 0u);
+    EXPECT_EQ(any, ~uint64_t{0});
+}
+
+TEST(Stream, RefusesWithoutWritingOrMoving) {
+    using ozk::Family;
+    const auto refused = [](int32_t code, auto&& call) { expect_refused(Family::random, code, call); };
+    refused(kOzkCodeArgument, [] { ozk::stream("MCG60"); });
+    refused(kOzkCodeArgument, [] { ozk::stream("MCG59:1"); });
+    refused(kOzkCodeArgument, [] { ozk::stream("WH:273"); });
+    refused(kOzkCodeArgument, [] { ozk::stream("WH:"); });
+
+    ozk::stream stream("MCG59", 9), reference = stream;
+    std::vector<double> numbers(10, 7);
+    for (const auto& [a, b] :
+         {std::pair(1.0, 1.0), {2.0, 1.0}, {0.0, HUGE_VAL}, {-1e308, 1e308}, {0.0, NAN}}) {
+        refused(kOzkCodeArgument, [&] { stream.uniform(numbers, a, b); });
+    }
+    refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, 0, 0); });
+    refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, NAN, 1); });
+    refused(kOzkCodeArgument, [&] { stream.leapfrog(3, 3); });
+    refused(kOzkCodeArgument, [&] { stream.leapfrog(-1, 3); });
+    refused(kOzkVslErrorNoSkipAheadEx, [&] { stream.skip_ahead(std::vector<uint64_t>{1, 1}); });
+    EXPECT_EQ(ozk_status_code(ozk_d_uniform(nullptr, 1, numbers.data(), 0, 1)), kOzkCodeNull);
+    EXPECT_EQ(numbers, std::vector<double>(10, 7));
+    EXPECT_EQ(draw(stream, 10), draw(reference, 10));
+
+    uint32_t abstract = kOzkVslDoubleAbstract;
+    ozk_stream* created = nullptr;
+    EXPECT_EQ(ozk_status_code(ozk_stream_new(abstract, 0, nullptr, &created)), kOzkVslErrorInvalidGenerator);
+    EXPECT_EQ(ozk_stream_new(kOzkVslMcg59, -1, &abstract, &created), -(kOzkRandom * 100000 - kOzkCodeSize));
+    EXPECT_EQ(created, nullptr);
+    ozk_stream_delete(nullptr);
+}
+
+}  // namespace

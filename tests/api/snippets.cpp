@@ -1,0 +1,126 @@
+// The snippets of docs/api.md, compiled and run: each stands there as it stands here, between its two marks.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "ozk/ozk.hpp"
+
+namespace {
+
+TEST(Snippet, VectorMath) {
+    // [vector math]
+    const std::vector<double> x = {0.5, 1, 0, -1};
+    std::vector<double> y = ozk::ln(x);      // a vector of its own
+    ozk::exp(y, y);                          // in place
+    ozk::exp(x, y, ozk::Accuracy::low);      // less accurate, for this call alone
+    ozk::set_accuracy(ozk::Accuracy::high);  // for this thread's calls from here on
+
+    std::vector<ozk::special_value> specials;
+    ozk::ln(x, y, specials);  // specials: index 2 is a pole, index 3 outside the domain
+    // [end]
+    ASSERT_EQ(specials.size(), 2u);
+    EXPECT_EQ(specials[0].index, 2);
+    EXPECT_EQ(specials[0].code, kOzkPole);
+    EXPECT_EQ(specials[1].code, kOzkDomain);
+}
+
+TEST(Snippet, Strides) {
+    std::vector<double> pairs = {0, 9, 1, 9, 2, 9};
+    // [strides]
+    // Every second element of an array, into the places between them.
+    ozk::exp(ozk::strided(pairs, 2), ozk::strided(std::span(pairs).subspan(1), 2));
+    // [end]
+    EXPECT_DOUBLE_EQ(pairs[5], std::exp(2.0));
+    EXPECT_EQ(pairs[4], 2);
+}
+
+TEST(Snippet, Errors) {
+    std::vector<double> x(10), y(9);
+    std::string text;
+    // [errors]
+    try {
+        ozk::exp(x, y);
+    } catch (const ozk::error& error) {
+        // "ozk::exp: arrays have 10 and 9 elements: pass arrays of the same length"
+        if (error.family() == ozk::Family::vector_math && error.code() == kOzkCodeSize) text = error.what();
+    }
+    // [end]
+    EXPECT_EQ(text, "ozk::exp: arrays have 10 and 9 elements: pass arrays of the same length");
+}
+
+TEST(Snippet, Streams) {
+    // [streams]
+    ozk::stream stream("MCG59", 2024);
+    std::vector<double> u(1000);
+    stream.uniform(u, -1, 1);
+
+    std::vector<ozk::stream> workers = stream.streams(4);  // four streams that deal the numbers out
+    workers[0].uniform(u);
+    // [end]
+    EXPECT_EQ(workers.size(), 4u);
+}
+
+TEST(Snippet, Statistics) {
+    // [statistics]
+    const std::vector<double> january = {1, 2, 3, 5, 4, 4}, february = {2, 2, 6, 8};  // pairs
+    ozk::statistics s(2, ozk::Estimate::mean | ozk::Estimate::covariance);
+    s.add(january);
+    s.add(february);
+    const std::vector<double> mean = s.mean();
+    const ozk::matrix root = ozk::cholesky(s.covariance());  // root * root' is the covariance
+    // [end]
+    EXPECT_DOUBLE_EQ(mean[0], 3.2);
+    EXPECT_NEAR(root(0, 0) * root(1, 0), s.covariance()(0, 1), 1e-15);
+}
+
+TEST(Snippet, Splines) {
+    // [splines]
+    const std::vector<double> x = {0, 1, 2, 4}, y = {0, 1, 8, 64};
+    const ozk::spline spline(x, y, ozk::Boundary::not_a_knot());
+    const std::vector<double> sites = {0.5, 3};
+    const std::vector<double> values = spline(sites), slopes = spline.derivative(1, sites);
+    // [end]
+    EXPECT_NEAR(values[1], 27, 1e-12);
+    EXPECT_NEAR(slopes[1], 27, 1e-12);
+}
+
+TEST(Snippet, Threads) {
+    // [threads]
+    ozk::set_threads(1);  // off; 0 gives the choice back to OpenMP
+    // [end]
+    EXPECT_EQ(ozk::threads(), 1);
+    ozk::set_threads(0);
+}
+
+std::string read(const std::string& file) {
+    std::ifstream in(file);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(Snippet, StandsInThePageAsItIsCompiledHere) {
+    const std::string source = read(OZK_SOURCE_DIR "/tests/api/snippets.cpp");
+    const std::string page = read(OZK_SOURCE_DIR "/docs/api.md");
+    constexpr std::string_view kMark = "\n    // [", kEnd = "\n    // [end]\n";
+    int count = 0;
+    for (size_t at = source.find(kMark); at != source.npos; at = source.find(kMark, at + 1)) {
+        if (source.compare(at, kEnd.size(), kEnd) == 0) continue;
+        std::istringstream lines(source.substr(source.find('\n', at + 1) + 1, source.find(kEnd, at) - at));
+        std::string snippet;
+        for (std::string line; std::getline(lines, line) && line.find("// [end]") == line.npos;) {
+            // Without the indentation of the test's body.
+            snippet += line.substr(std::min<size_t>(4, line.size())) + '\n';
+        }
+        EXPECT_NE(page.find("```cpp\n" + snippet + "```"), page.npos) << snippet;
+        ++count;
+    }
+    EXPECT_EQ(count, 7);
+}
+
+}  // namespace
