@@ -282,8 +282,8 @@ typedef struct OzkComplex16 {
  *          multiples of pi/64 from a table and polynomials; Payne and Hanek's reduction beyond 12800 (EP 3200).
  * dCos     +-infinity: domain. cos(-x) = cos(x) bit for bit. As dSin.
  * dSinCos  +-infinity: domain, both results NaN. The bits of dSin and dCos.
- * dErfInv  |x| > 1: domain; +-1: pole, +-infinity. Odd bit for bit. HA 0.69 (0.79 next to subnormal
- *          results), EP 27 bits. Polynomials in |x| below 1/2 and in 1 - |x| above, eight for each power of two.
+ * dErfInv  |x| > 1: domain; +-1: pole, +-infinity. Odd bit for bit. HA 0.72 (0.79 next to subnormal results), EP
+ *          27.8 bits. Polynomials in |x| below 1/2 and in 1 - |x| above, eight for each power of two.
  */
 
 /* ---- Error entry points ----------------------------------------------------------------------------- *

@@ -9,6 +9,12 @@
 
 namespace ozk::vml::test {
 
+struct Level {
+    Unary kernel;
+    UnaryStrided strided;
+    double bound;  // ulp
+};
+
 inline bool same_bits(double a, double b) { return bits_of(a) == bits_of(b); }
 
 // `count` arguments with magnitudes spread evenly over the bit patterns from `least` to `most`, of either

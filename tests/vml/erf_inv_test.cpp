@@ -3,11 +3,6 @@
 namespace ozk::vml::test {
 namespace {
 
-struct Level {
-    Unary kernel;
-    UnaryStrided strided;
-    double bound;  // ulp
-};
 const Level kLevels[] = {{_vmldErfInv_HA, _vmldErfInvI_HA, 0.8},
                          {_vmldErfInv_50, _vmldErfInvI_50, 0.8},  // has no kernel of its own
                          {_vmldErfInv_26, _vmldErfInvI_26, 0x1p26}};

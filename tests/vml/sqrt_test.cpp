@@ -3,11 +3,6 @@
 namespace ozk::vml::test {
 namespace {
 
-struct Level {
-    Unary kernel;
-    UnaryStrided strided;
-    double bound;  // ulp
-};
 const Level kLevels[] = {{_vmldSqrt_50, _vmldSqrtI_50, 4.0},
                          {_vmldSqrt_HA, _vmldSqrtI_HA, 0.5},
                          {_vmldSqrt_26, _vmldSqrtI_26, 0x1p26}};

@@ -6,7 +6,7 @@ namespace {
 using PairKernel = void (*)(int32_t, const double*, double*, double*);
 using StridedPairKernel = void (*)(int32_t, const double*, int32_t, double*, int32_t, double*, int32_t);
 
-struct Level {
+struct TrigonometricLevel {
     const char* name;
     Unary sin, cos;
     UnaryStrided sin_strided, cos_strided;
@@ -14,7 +14,7 @@ struct Level {
     StridedPairKernel both_strided;
     double bound;  // ulp
 };
-const Level kLevels[] = {
+const TrigonometricLevel kLevels[] = {
     {"LA", _vmldSin_50, _vmldCos_50, _vmldSinI_50, _vmldCosI_50, _vmldSinCos_50, _vmldSinCosI_50, 4.0},
     {"HA", _vmldSin_HA, _vmldCos_HA, _vmldSinI_HA, _vmldCosI_HA, _vmldSinCos_HA, _vmldSinCosI_HA, 0.55},
     {"EP", _vmldSin_26, _vmldCos_26, _vmldSinI_26, _vmldCosI_26, _vmldSinCos_26, _vmldSinCosI_26, 0x1p26}};
@@ -64,7 +64,7 @@ TEST_F(Trigonometric, EveryLevelKeepsItsBoundOverAllFiniteArguments) {
                 {"all magnitudes", random_magnitudes(5e-324, 1.797e308, 12000, 4)},
                 {"near multiples of pi/2", near_quarter_turns()},
                 {"between table entries", between_table_entries()}};
-    for (const Level& level : kLevels) {
+    for (const TrigonometricLevel& level : kLevels) {
         for (const auto& set : sets) {
             expect_within(level.bound, level.sin, mpfr_sin, set.x,
                           (std::string("sin ") + level.name + ", " + set.name).c_str());
@@ -84,7 +84,7 @@ TEST_F(Trigonometric, BothResultsAreSymmetricAndThoseOfTheSingleFunctionsBitForB
     std::vector<double> negated(x), sine(x.size()), cosine(x.size()), other(x.size()), s(x.size()),
         c(x.size());
     for (double& v : negated) v = -v;
-    for (const Level& level : kLevels) {
+    for (const TrigonometricLevel& level : kLevels) {
         level.sin(n, x.data(), sine.data());
         level.cos(n, x.data(), cosine.data());
         level.both(n, x.data(), s.data(), c.data());
@@ -113,7 +113,7 @@ TEST_F(Trigonometric, InfinitiesAreDomainErrorsAndZerosKeepTheirSign) {
     for (SpecialCase& special : cosines) {
         if (std::isfinite(special.argument)) special.result = 1.0;
     }
-    for (const Level& level : kLevels) {
+    for (const TrigonometricLevel& level : kLevels) {
         expect_special_values(level.sin, sines, 1.5);
         expect_special_values(level.cos, cosines, 1.5);
     }
@@ -124,7 +124,7 @@ TEST_F(Trigonometric, BitsDoNotDependOnPlaceStrideOrLength) {
     x[7] = kNaN;
     x[40] = 1e300;
     x[41] = -0.0;
-    for (const Level& level : kLevels) {
+    for (const TrigonometricLevel& level : kLevels) {
         expect_same_bits_everywhere(level.sin, level.sin_strided, x);
         expect_same_bits_everywhere(level.cos, level.cos_strided, x);
     }
@@ -134,7 +134,7 @@ TEST_F(Trigonometric, EitherResultOfSinCosMayReplaceTheArgumentAndHaveItsOwnStri
     const std::vector<double> x = random_uniform(-20000.0, 20000.0, 51, 8);
     const int32_t n = static_cast<int32_t>(x.size());
     std::vector<double> sine(x.size()), cosine(x.size()), other(x.size());
-    for (const Level& level : kLevels) {
+    for (const TrigonometricLevel& level : kLevels) {
         level.sin(n, x.data(), sine.data());
         level.cos(n, x.data(), cosine.data());
         std::vector<double> in_place(x);
