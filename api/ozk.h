@@ -155,9 +155,8 @@ OZK_API void ozk_get_special_handler(ozk_special_handler* handler, void** contex
  * kOzkCodeOverlap, kOzkCodeKernels, kOzkCodeMemory (to remember special elements for the handler and the
  * messages).
  *
- * The work is cut into pieces of 16384 elements, given to as many threads as have at least 32768 cycles of
- * work each by the function's cost table: some ten microseconds, twice what it takes to start and join a
- * team. Special elements have the effect of one serial call: errno is that of the last one, the flags are
+ * The work is cut into pieces of 16384 elements, given to as many threads as have at least 131072 cycles of
+ * work each by the function's cost table: some forty microseconds. Special elements have the effect of one serial call: errno is that of the last one, the flags are
  * those of all. */
 
 #define OZK_API_TYPE_s float
