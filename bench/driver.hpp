@@ -57,6 +57,7 @@ Family vml_family();
 Family random_family();
 Family stats_family();
 Family splines_family();
+Family sort_family();
 
 // The list of a family whose cases are cheap to make.
 template <std::vector<Case> (*kCases)()>

@@ -19,19 +19,13 @@ target_link_libraries(ozk_find_hard PRIVATE ozk_measures)
 # The peers are compiled like everything here: SSE4.2, no wider vectors, no fast-math.
 find_package(Eigen3 REQUIRED NO_MODULE)
 find_library(OZK_SLEEF sleef REQUIRED)
+find_library(OZK_HWY hwy REQUIRED)
+find_library(OZK_HWY_SORT hwy_contrib REQUIRED)
 find_library(OZK_GSL gsl REQUIRED)
 find_library(OZK_GSL_CBLAS gslcblas REQUIRED)
 file(GLOB OZK_BENCH_SOURCES CONFIGURE_DEPENDS bench/*.cpp)
 add_executable(ozk_bench ${OZK_BENCH_SOURCES})
-target_link_libraries(ozk_bench PRIVATE ozk_measures ozk_core Eigen3::Eigen ${OZK_SLEEF} ${OZK_GSL} ${OZK_GSL_CBLAS} mvec)
-
-# The radix sorts beside other sorts, on Google Benchmark.
-find_package(benchmark REQUIRED)
-find_library(OZK_HWY_SORT hwy_contrib REQUIRED)
-find_library(OZK_HWY hwy REQUIRED)
-add_executable(ozk_bench_sort bench/sort/main.cpp)
-target_link_libraries(ozk_bench_sort PRIVATE ozk_options ozk_core ozk_vml_mc3 benchmark::benchmark ${OZK_HWY_SORT}
-                      ${OZK_HWY})
+target_link_libraries(ozk_bench PRIVATE ozk_measures ozk_core Eigen3::Eigen ${OZK_SLEEF} ${OZK_HWY_SORT} ${OZK_HWY} ${OZK_GSL} ${OZK_GSL_CBLAS} mvec)
 
 # How much of the catalogue is built.
 add_executable(ozk_status tools/status.cpp)
