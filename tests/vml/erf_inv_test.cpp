@@ -3,9 +3,7 @@
 namespace ozk::vml::test {
 namespace {
 
-const Level kLevels[] = {{_vmldErfInv_HA, _vmldErfInvI_HA, 0.8},
-                         {_vmldErfInv_50, _vmldErfInvI_50, 0.8},  // has no kernel of its own
-                         {_vmldErfInv_26, _vmldErfInvI_26, 0x1p26}};
+const Level kLevels[] = {{_vmldErfInv_HA, _vmldErfInvI_HA, 0.8}, {_vmldErfInv_26, _vmldErfInvI_26, 0x1p26}};
 
 // Winitzki's formula, right to 2^-8.
 double rough(double magnitude) {
@@ -53,7 +51,7 @@ std::vector<double> between_polynomials() {
     for (int exponent = -53; exponent < -1; ++exponent) {
         for (int eighth = 8; eighth < 16; ++eighth) {
             const double edge = std::ldexp(eighth, exponent - 3);
-            for (const double v : {std::nextafter(edge, 0.0), edge, std::nextafter(edge, 1.0)}) {
+            for (const double v : {std::nextafter(edge, 0.0), edge}) {
                 if (exponent > -7) x.push_back(v);
                 if (1 - v < 1) x.push_back(-(1 - v));
             }
@@ -68,10 +66,10 @@ TEST_F(ErfInv, EveryLevelKeepsItsBoundOverTheWholeDomain) {
     const struct {
         const char* name;
         std::vector<double> x;
-    } sets[] = {{"whole domain", random_uniform(-1.0, 1.0, 2500, 1)},
-                {"about 1/32", random_uniform(0.02, 0.05, 1000, 2)},
-                {"tails", tails(2000, 3)},
-                {"all magnitudes", random_magnitudes(5e-324, 0.5, 1500, 4)},
+    } sets[] = {{"whole domain", random_uniform(-1.0, 1.0, 1000, 1)},
+                {"about 1/32", random_uniform(0.02, 0.05, 500, 2)},
+                {"tails", tails(1000, 3)},
+                {"all magnitudes", random_magnitudes(5e-324, 0.5, 500, 4)},
                 {"between polynomials", between_polynomials()}};
     for (const Level& level : kLevels) {
         for (const auto& set : sets)

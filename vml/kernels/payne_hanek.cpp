@@ -27,6 +27,8 @@ double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent +
 
 [[gnu::cold]] TurnRemainder payne_hanek(double x) {
     constexpr uint64_t kImplicitBit = uint64_t{1} << 52;
+    constexpr uint64_t kSignBit = uint64_t{1} << 63;
+    constexpr int64_t kLow63 = 0x7FFFFFFFFFFFFFFF;
     constexpr int64_t kBias = 1075;      // of the exponent field against e
     constexpr int64_t kZeroBits = 64;    // in front of the table
     constexpr int64_t kQuarterBits = 2;  // four quarters are one turn
@@ -47,8 +49,9 @@ double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent +
     // The nearest step, and the magnitude of what is left.
     const uint64_t n = (f0 + (uint64_t{1} << (kFractionBits - 1))) >> kFractionBits;
     uint64_t d0 = f0 - (n << kFractionBits), d1 = f1, d2 = f2;
-    const bool negative = static_cast<int64_t>(d0) < 0;
-    if (negative) d0 = ~d0, d1 = ~d1, d2 = ~d2;  // the magnitude but for the last bit
+    const uint64_t sign = d0 & kSignBit;
+    const uint64_t flip = uint64_t{0} - (sign >> 63);
+    d0 ^= flip, d1 ^= flip, d2 ^= flip;  // the magnitude but for the last bit
 
     // Its 128 leading bits, times 2 pi. d1 is not 0 where d0 is: no remainder is as small.
     int64_t exponent = 3;  // of 2 pi, below 2^3
@@ -57,18 +60,16 @@ double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent +
         exponent -= 64;
     }
     const int zeros = std::countl_zero(d0);
-    if (zeros != 0) {
-        d0 = d0 << zeros | d1 >> (64 - zeros);
-        d1 = d1 << zeros | d2 >> (64 - zeros);
-        exponent -= zeros;
-    }
+    d0 = d0 << zeros | d1 >> 1 >> (63 - zeros);
+    d1 = d1 << zeros | d2 >> 1 >> (63 - zeros);
+    exponent -= zeros;
     const uint128_t product = static_cast<uint128_t>(d0) * kTwoPi[0] +
                               static_cast<uint64_t>(static_cast<uint128_t>(d0) * kTwoPi[1] >> 64) +
                               static_cast<uint64_t>(static_cast<uint128_t>(d1) * kTwoPi[0] >> 64);
     constexpr int kLowBits = 75;  // of the product below a double's 53
-    const double high_part = static_cast<double>(static_cast<uint64_t>(product >> kLowBits));
-    const double low_part = static_cast<double>(static_cast<uint64_t>(product >> (kLowBits - 63)) << 1 >> 1);
-    const double scale = negative ? -power_of_two(exponent - 53) : power_of_two(exponent - 53);
+    const double high_part = static_cast<double>(static_cast<int64_t>(product >> kLowBits));
+    const double low_part = static_cast<double>(static_cast<int64_t>(product >> (kLowBits - 63)) & kLow63);
+    const double scale = std::bit_cast<double>(std::bit_cast<uint64_t>(power_of_two(exponent - 53)) | sign);
     return {static_cast<int64_t>(n & 127), high_part * scale, low_part * 0x1p-63 * scale};
 }
 

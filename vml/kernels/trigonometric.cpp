@@ -164,19 +164,17 @@ OZK_SIMD std::array<V, 2> sine_and_cosine_of(const Reduced<V>& x) {
     return {sine - (sine * s.even - cosine * s.odd), cosine - (cosine * s.even + sine * s.odd)};
 }
 
-// sin(x) and cos(x), any x beyond a bound, infinite or NaN; returns the error code.
-[[gnu::cold]] int sine_and_cosine_scalar(double x, double& sine, double& cosine) {
-    if (!std::isfinite(x)) {
-        sine = cosine = x - x;
-        return std::isnan(x) ? kVmlOk : kVmlDomain;
-    }
-    const TurnRemainder remainder = payne_hanek(std::abs(x));
-    const ReducedHigh<f64x2> reduced{broadcast(kShifter + static_cast<double>(remainder.n)),
-                                     broadcast(remainder.r), broadcast(remainder.low)};
-    const auto [s, c] = sine_and_cosine_of<High>(reduced);
-    sine = std::signbit(x) ? -low(s) : low(s);
-    cosine = low(c);
-    return kVmlOk;
+// The finite magnitude x, however large, less its nearest multiple of the step.
+ReducedHigh<f64x2> reduce_large(double x, int64_t origin) {
+    const TurnRemainder remainder = payne_hanek(x);
+    return {broadcast(kShifter + static_cast<double>(remainder.n + origin)), broadcast(remainder.r),
+            broadcast(remainder.low)};
+}
+
+// x is infinite or NaN; returns the error code.
+int not_finite(double x, double& result) {
+    result = x - x;
+    return std::isnan(x) ? kVmlOk : kVmlDomain;
 }
 
 // sin(x + kQuarters quarter turns), kQuarters 0 or 1.
@@ -198,9 +196,11 @@ struct Sine : MagnitudeBound<Level::kBoundHighWord> {
         return finish(prepare(x));
     }
     static int scalar(double x, double& result) {
-        double other;
-        return kQuarters == 0 ? sine_and_cosine_scalar(x, result, other)
-                              : sine_and_cosine_scalar(x, other, result);
+        if (!std::isfinite(x)) return not_finite(x, result);
+        constexpr int64_t kHighOrigin = kQuarters * High::kSteps / 4;
+        result = low(sine_of<High>(reduce_large(std::abs(x), kHighOrigin)));
+        if (kQuarters == 0) result *= std::copysign(1.0, x);
+        return kVmlOk;
     }
 };
 
@@ -214,7 +214,14 @@ struct SinCos : MagnitudeBound<Level::kBoundHighWord> {
         return sine_and_cosine_of<Level>(reduce<Level, 0>(x));
     }
     static int scalar(double x, double& sine, double& cosine) {
-        return sine_and_cosine_scalar(x, sine, cosine);
+        if (!std::isfinite(x)) {
+            cosine = x - x;
+            return not_finite(x, sine);
+        }
+        const auto [s, c] = sine_and_cosine_of<High>(reduce_large(std::abs(x), 0));
+        sine = low(s) * std::copysign(1.0, x);
+        cosine = low(c);
+        return kVmlOk;
     }
 };
 
