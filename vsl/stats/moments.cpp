@@ -13,7 +13,6 @@
 
 #include "simd/vector.hpp"
 #include "vsl/stats/power_sums.hpp"
-#include "vsl/stats/task.hpp"
 
 namespace ozk::stats {
 
@@ -292,17 +291,24 @@ Strip make_strip(const Observations& observations, const Scheme& scheme, const T
 }
 
 Block make_block(const Observations& observations, int64_t first, int count, bool roots, Scratch& scratch) {
-    Block block{first, count, nullptr, nullptr, {static_cast<double>(count), static_cast<double>(count)}};
-    if (observations.weights == nullptr) return block;
-    block.weight = {};
-    for (int j = 0; j < count; ++j) {
-        const double w = read_real(observations.weights, observations.single, first + j);
-        scratch.weights[j] = w;
-        if (roots) scratch.roots[j] = std::sqrt(w);
-        block.weight.add({w, w * w});
+    const Block unweighted{
+        first, count, nullptr, nullptr, {static_cast<double>(count), static_cast<double>(count)}};
+    if (observations.weights == nullptr) return unweighted;
+    Block block = unweighted;
+    if (observations.single) {
+        std::copy_n(static_cast<const float*>(observations.weights) + first, count, scratch.weights);
+        block.weights = scratch.weights;
+    } else {
+        block.weights = static_cast<const double*>(observations.weights) + first;
     }
-    block.weights = scratch.weights;
-    if (roots) block.roots = scratch.roots;
+    if (roots) {
+        for (int j = 0; j < count; ++j) scratch.roots[j] = std::sqrt(block.weights[j]);
+        block.roots = scratch.roots;
+    }
+    const Strip weights = {1, 1, 1, {block.weights}, {}};
+    Sums sums;
+    raw_sums(2, weights, unweighted, sums);
+    block.weight = {sums[0][0], sums[1][0]};
     return block;
 }
 
