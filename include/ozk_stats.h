@@ -483,8 +483,8 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  *
  * Accuracy: both precisions compute in double; single precision rounds its results, and so its state between
  * portions. With u = 2^-53, n observations in one call, and |.| sums over absolute values: the error of a raw
- * sum or mean is at most (80 + n / 512) u |sum|, that of a central sum or cross-product (fast) at most (100 +
- * n / 64) u of the sum over absolute values, whatever the ratio of mean to deviation; measured at n up to 700
+ * sum or mean is at most (80 + n / 128) u |sum|, that of a central sum or cross-product (fast) at most (100 +
+ * n / 32) u of the sum over absolute values, whatever the ratio of mean to deviation; measured at n up to 700
  * below 1e-14 for ratios up to 1e12. One-pass: 5 n u in place of these. Each further portion rounds the mean
  * to its array, which brings u times mean over deviation into the central estimates. Where a merge must take
  * a central sum from a raw moment or raw sum (asked for together with a higher central order, but without its
@@ -493,9 +493,10 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  *
  * Threads: the observations and components are cut by sizes alone and the parts merged in a fixed order, so
  * that the bits of the results do not depend on the number of threads, which is threading->advise_threads's.
- * Null threading: the calling thread alone. Memory: none but 120 KB of stack; for matrices of two and more
- * components also one block of about 8 (c p^2 + 530 t min(p, 256)) bytes on t threads, c = 16 up to p = 256,
- * 5 to 512, 2 to 768, 1 beyond.
+ * The two storages are summed in different orders and so may differ in the last bits. Null threading: the
+ * calling thread alone. Memory: none but 150 KB of stack; for matrices of two and more components also one
+ * block of about 8 (c p^2 + 530 t min(p, 512)) bytes on t threads, c = 16 up to p = 512, 5 to 1024, 2 to
+ * 1536, 1 beyond, and never more than n / 2048 + 1.
  *
  * Sources: Chan, Golub and LeVeque, The American Statistician 37 (1983); Pebay, SAND2008-6212 (2008). */
 OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,

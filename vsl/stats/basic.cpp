@@ -19,7 +19,7 @@ namespace {
 
 constexpr int64_t kItems = 16;             // enough to share among as many threads
 constexpr int64_t kMomentTile = 32;        // components of a tile without cross-products
-constexpr int64_t kMatrixTile = 256;       // and with them: a panel of it stays in the second-level cache
+constexpr int64_t kMatrixTile = 512;       // and with them: two panels of it stay in the shared cache
 constexpr int64_t kChunk = 4 * kMaxBlock;  // observations, below which a chunk is not worth its merge
 constexpr int64_t kSerial = 1 << 15;       // values, below which one thread is the fastest
 
@@ -45,6 +45,8 @@ struct Job {
             read_integer(*asked.task, asked.task->observation_storage) == kOzkStatsByObservation) {
             observations.component_stride = 1;
             observations.observation_stride = asked.dimension;
+            scheme.block = static_cast<int>(
+                std::clamp<int64_t>(kRowBlockValues / asked.dimension, kLeastRowBlock, kPanelBlock));
         }
     }
 
@@ -86,10 +88,10 @@ struct Job {
         double before = request.previous.total;
         for (int64_t chunk = 0; chunk < chunks; ++chunk) {
             const Moments& added = moments[chunk * stride];
-            const double weight = weights[chunk].total;
-            if (steps != nullptr) steps[chunk * stride] = scaled_step(total, before, added, weight);
-            merge(total, before, added, weight, scheme.central_order);
-            before += weight;
+            const Union both(before, weights[chunk].total);
+            if (steps != nullptr) steps[chunk * stride] = scaled_step(total, added, both);
+            merge(total, added, both, scheme.central_order);
+            before += weights[chunk].total;
         }
         return total;
     }
@@ -140,7 +142,7 @@ struct MomentJob : Job {
             // A matrix without other components than this one has its central sum for cross-product.
             const double deviation = std::sqrt(joined.central[0]);
             write_cross_product(request, components[k], components[k], joined.central[0], deviation,
-                                deviation, total);
+                                deviation, covariance_divisor(total));
             write_moments(request, components[k], joined, total);
         }
     }
@@ -152,7 +154,7 @@ int moment_item(int64_t item, int64_t, void* context) {
     int64_t components[kMomentTile];
     const int64_t count = job.select(tile, components);
     Moments here[kMomentTile];
-    Tile work = {components, count, job.chunks == 1 ? here : job.moments + item * kMomentTile, nullptr};
+    Tile work = {components, count, job.chunks == 1 ? here : job.moments + item * kMomentTile};
     const Weight weight = job.accumulate_chunk(chunk, job.scheme, &work, 1, nullptr, nullptr);
     if (job.chunks == 1) job.finish(components, count, here, &weight);
     if (tile == 0) job.chunk_weights[chunk] = weight;
@@ -182,78 +184,95 @@ struct MatrixJob : Job {
     int64_t* components;  // their numbers
     int64_t tiles, width;
     Moments* moments;  // of component k and chunk c at c * count + k
-    double* cross;     // upper triangles by columns: of chunk c, element (k, i), k <= i, at (c * count + i) *
-                       // count + k
-    double* steps;     // between the means of joined chunks, laid out as the moments
+    double* cross;  // lower triangles by columns: of chunk c, element i >= k at (c * count + k) * count + i
+    double* steps;  // between the means of joined chunks, laid out as the moments
     double *previous_deviations, *deviations;  // square roots of the diagonals before and after
     double* panels;                            // two for each thread
     int64_t thread_count;
     Weight total;
 
     int64_t pairs() const { return tiles * (tiles + 1) / 2; }
+    int64_t panel_size() const { return (width + width % 2) * kPanelRow; }
     int64_t tile_start(int64_t tile) const { return std::min(count, tile * width); }
-    int64_t tile_count(int64_t tile) const { return tile_start(tile + 1) - tile_start(tile); }
+    // A tile with one of the thread's two panels, and no moments. A panel by observation has room for a pair
+    // of components where the last one has no other.
+    Tile make_tile(int64_t tile, int64_t thread, int64_t panel) const {
+        const int64_t start = tile_start(tile), size = tile_start(tile + 1) - start;
+        double* const place = panels + (thread * 2 + panel) * panel_size();
+        if (observations.by_observation())
+            return {components + start, size, nullptr, place, 1, size + size % 2};
+        return {components + start, size, nullptr, place, kPanelRow, 1};
+    }
     double cross_product(int64_t i, int64_t k) const {
         double value = previous_cross_product(request, components[i], components[k], previous_deviations[i],
                                               previous_deviations[k]);
         for (int64_t c = 0; c < chunks; ++c)
-            value += cross[(c * count + i) * count + k] + steps[c * count + i] * steps[c * count + k];
+            value += cross[(c * count + k) * count + i] + steps[c * count + i] * steps[c * count + k];
         return value;
     }
 };
 
+// What a block adds to a tile of the matrix: the product of the deviations of its rows and columns, or of one
+// panel with itself.
 struct Product {
-    const double *left, *right;
-    int64_t left_count, right_count, leading;
+    const Tile *rows, *columns;
+    int64_t leading;
     double* result;
 };
 
-void add_product(void* context, int64_t columns) {
+// A panel is a matrix of one component a column, or of one observation a column.
+bool by_component(const Tile& tile) { return tile.observation_stride == 1; }
+const int64_t* leading(const Tile& tile) {
+    return by_component(tile) ? &tile.component_stride : &tile.observation_stride;
+}
+
+void add_product(void* context, int64_t observations) {
     const Product& p = *static_cast<const Product*>(context);
+    const Tile &rows = *p.rows, &columns = *p.columns;
     const double one = 1;
-    if (p.left == p.right) {
-        ozk_blas_xdsyrk("U", "T", &p.left_count, &columns, &one, p.left, &kPanelRow, &one, p.result,
-                        &p.leading, 1, 1);
+    if (p.rows == p.columns) {
+        ozk_blas_xdsyrk("L", by_component(rows) ? "T" : "N", &rows.count, &observations, &one, rows.panel,
+                        leading(rows), &one, p.result, &p.leading, 1, 1);
     } else {
-        ozk_blas_xdgemm("T", "N", &p.left_count, &p.right_count, &columns, &one, p.left, &kPanelRow, p.right,
-                        &kPanelRow, &one, p.result, &p.leading, 1, 1);
+        ozk_blas_xdgemm(by_component(rows) ? "T" : "N", by_component(columns) ? "N" : "T", &rows.count,
+                        &columns.count, &observations, &one, rows.panel, leading(rows), columns.panel,
+                        leading(columns), &one, p.result, &p.leading, 1, 1);
     }
 }
 
 int matrix_item(int64_t item, int64_t thread, void* context) {
     MatrixJob& job = *static_cast<MatrixJob*>(context);
     const int64_t chunk = item / job.pairs();
-    int64_t row = item % job.pairs(), column = 0;  // tiles of the upper triangle, row <= column
-    while (row > column) row -= ++column;
-    const int64_t top = job.tile_start(row), left = job.tile_start(column);
-    const int64_t height = job.tile_count(row), width = job.tile_count(column);
-    double* panel = job.panels + thread * 2 * job.width * kPanelRow;
-    double* second_panel = row == column ? panel : panel + job.width * kPanelRow;
-    double* result = job.cross + (chunk * job.count + left) * job.count + top;
-    for (int64_t i = 0; i < width; ++i) std::fill_n(result + i * job.count, height, 0.0);
-    Product product = {panel, second_panel, height, width, job.count, result};
+    int64_t column = item % job.pairs(), row = 0;  // tiles of the lower triangle, column <= row
+    while (column > row) column -= ++row;
+    Tile tiles[2] = {job.make_tile(column, thread, 0), job.make_tile(row, thread, 1)};
+    double* result =
+        job.cross + (chunk * job.count + job.tile_start(column)) * job.count + job.tile_start(row);
+    for (int64_t k = 0; k < tiles[0].count; ++k) std::fill_n(result + k * job.count, tiles[1].count, 0.0);
     if (row == column) {
-        Tile tile = {job.components + top, height, job.moments + chunk * job.count + top, panel};
-        const Weight weight = job.accumulate_chunk(chunk, job.scheme, &tile, 1, add_product, &product);
-        if (item % job.pairs() == 0) job.chunk_weights[chunk] = weight;
+        tiles[0].moments = job.moments + chunk * job.count + job.tile_start(row);
+        Product product = {&tiles[0], &tiles[0], job.count, result};
+        const Weight weight = job.accumulate_chunk(chunk, job.scheme, tiles, 1, add_product, &product);
+        if (row == 0) job.chunk_weights[chunk] = weight;
     } else {
         Moments unused[2][kMatrixTile];  // the tiles on the diagonal keep these
-        Tile pair[2] = {{job.components + top, height, unused[0], panel},
-                        {job.components + left, width, unused[1], second_panel}};
+        for (int k = 0; k < 2; ++k) tiles[k].moments = unused[k];
+        Product product = {&tiles[1], &tiles[0], job.count, result};
         Scheme scheme = job.scheme;
         scheme.raw_order = scheme.centre == Centre::kBlockMean ? 1 : 0;
         scheme.central_order = 2;
-        job.accumulate_chunk(chunk, scheme, pair, 2, add_product, &product);
+        job.accumulate_chunk(chunk, scheme, tiles, 2, add_product, &product);
     }
     return kOzkStatsOk;
 }
 
-int matrix_row_item(int64_t item, int64_t, void* context) {
+int matrix_column_item(int64_t item, int64_t, void* context) {
     const MatrixJob& job = *static_cast<const MatrixJob*>(context);
-    for (int64_t i = item; i < job.count; i += kItems)
-        for (int64_t k = 0; k <= i; ++k)
+    const double divisor = covariance_divisor(job.total);
+    for (int64_t k = item; k < job.count; k += kItems)
+        for (int64_t i = k; i < job.count; ++i)
             write_cross_product(job.request, job.components[i], job.components[k], job.cross_product(i, k),
-                                job.deviations[i], job.deviations[k], job.total);
+                                job.deviations[i], job.deviations[k], divisor);
     return kOzkStatsOk;
 }
 
@@ -268,13 +287,13 @@ int estimate_with_cross_products(const Request& request, const OzkThreading* thr
     job.thread_count = job.threads(items);
 
     const int64_t doubles =
-        job.thread_count * 2 * job.width * kPanelRow + job.chunks * selected * (selected + 1) + 2 * selected;
+        job.thread_count * 2 * job.panel_size() + job.chunks * selected * (selected + 1) + 2 * selected;
     const int64_t moments = job.chunks * selected;
     void* memory = ozk_serv_allocate(
         doubles * sizeof(double) + moments * sizeof(Moments) + selected * sizeof(int64_t), 128);
     if (memory == nullptr) return kOzkStatsErrorMemory;
     job.panels = static_cast<double*>(memory);
-    job.cross = job.panels + job.thread_count * 2 * job.width * kPanelRow;
+    job.cross = job.panels + job.thread_count * 2 * job.panel_size();
     job.steps = job.cross + job.chunks * selected * selected;
     job.previous_deviations = job.steps + job.chunks * selected;
     job.deviations = job.previous_deviations + selected;
@@ -294,7 +313,7 @@ int estimate_with_cross_products(const Request& request, const OzkThreading* thr
         job.deviations[k] = std::sqrt(job.cross_product(k, k));
         write_moments(request, component, joined, job.total);
     }
-    job.run(kItems, std::min(job.thread_count, kItems), &job, matrix_row_item);
+    job.run(kItems, std::min(job.thread_count, kItems), &job, matrix_column_item);
     ozk_serv_deallocate(memory);
     total = job.total;
     return kOzkStatsOk;

@@ -75,11 +75,14 @@ double previous_cross_product(const Request& request, int64_t i, int64_t k, doub
 // False when the arrays of the request do not tell what earlier calls found.
 bool can_continue(const Request& request);
 
-// Writes every estimate of one component, or of one pair i >= k with cross-product `value`, for total weight
-// `weight`.
+// What a cross-product is divided by in the covariance: W - V / W.
+double covariance_divisor(const Weight& weight);
+
+// Writes every estimate of one component, for total weight `weight`, or of one pair i >= k with cross-product
+// `value`.
 void write_moments(const Request& request, int64_t component, const Moments& moments, const Weight& weight);
 void write_cross_product(const Request& request, int64_t i, int64_t k, double value, double deviation_i,
-                         double deviation_k, const Weight& weight);
+                         double deviation_k, double divisor);
 
 // Covariance and correlation from the cross-product, moments from the sums.
 void convert(const Request& request);

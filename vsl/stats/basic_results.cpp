@@ -66,11 +66,6 @@ double previous_central_sum(const Request& request, int order, int64_t component
     return 0;
 }
 
-// W - V / W, in the form that is exactly 0 for a single observation.
-double covariance_divisor(const Weight& weight) {
-    return (weight.total * weight.total - weight.squares) / weight.total;
-}
-
 void write_derived(const Request& request, int64_t component, double mean, double c2, double c3, double c4) {
     if (request.asks(kOzkStatsKurtosis)) write(request, kOzkStatsKurtosis, component, c4 / (c2 * c2) - 3);
     if (request.asks(kOzkStatsSkewness))
@@ -79,6 +74,11 @@ void write_derived(const Request& request, int64_t component, double mean, doubl
 }
 
 }  // namespace
+
+// In the form that is exactly 0 for a single observation.
+double covariance_divisor(const Weight& weight) {
+    return (weight.total * weight.total - weight.squares) / weight.total;
+}
 
 bool can_continue(const Request& request) {
     if (request.convert || request.previous.total == 0) return true;
@@ -138,9 +138,9 @@ void write_moments(const Request& request, int64_t component, const Moments& mom
 }
 
 void write_cross_product(const Request& request, int64_t i, int64_t k, double value, double deviation_i,
-                         double deviation_k, const Weight& weight) {
+                         double deviation_k, double divisor) {
     if (request.asks(kOzkStatsCrossProduct)) request.cross_product.set(i, k, value);
-    if (request.asks(kOzkStatsCovariance)) request.covariance.set(i, k, value / covariance_divisor(weight));
+    if (request.asks(kOzkStatsCovariance)) request.covariance.set(i, k, value / divisor);
     if (request.asks(kOzkStatsCorrelation)) {
         double correlation = value / deviation_i / deviation_k;
         if (i == k) correlation = deviation_i / deviation_i;  // 1, or NaN without deviation
@@ -162,6 +162,7 @@ void convert(const Request& request) {
     const Matrix& cross_product = request.cross_product;
     Request matrices = request;  // what is written of each pair; the cross-product is only read
     matrices.estimates &= ~kOzkStatsCrossProduct;
+    const double divisor = covariance_divisor(weight);
     for (int64_t i = 0; i < request.dimension; ++i) {
         if (!request.selected(i)) continue;
         const auto from_sum = [&](uint64_t moment, uint64_t sum) {
@@ -182,7 +183,7 @@ void convert(const Request& request) {
         for (int64_t k = 0; k <= i; ++k) {
             if (!request.selected(k)) continue;
             write_cross_product(matrices, i, k, cross_product.get(i, k), deviation_i,
-                                std::sqrt(cross_product.get(k, k)), weight);
+                                std::sqrt(cross_product.get(k, k)), divisor);
         }
     }
 }

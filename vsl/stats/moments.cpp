@@ -1,10 +1,10 @@
 // Moments of a run of observations, block by block.
 //
 // Error of the block-mean scheme, u = 2^-53, b blocks of B observations: a central sum of order 2 is
-// relatively within (B/8 + 4 b + 10) u of the exact one, in the worst case and far less in practice, plus (u
-// m / s)^2 times a small constant for mean m and deviation s: the rounding of the block's mean is itself
-// corrected through the sum of the deviations (the corrected two-pass algorithm of Chan, Golub and LeVeque).
-// The running scheme has n in place of B/8 + 4 b, and n u m / s in the second term.
+// relatively within (B/8 + 4 b + 10) u of the exact one, B/4 for B/8 by observation, in the worst case and
+// far less in practice, plus (u m / s)^2 times a small constant for mean m and deviation s: the rounding of
+// the block's mean is itself corrected through the sum of the deviations (the corrected two-pass algorithm of
+// Chan, Golub and LeVeque). The running scheme has n in place of B/8 + 4 b, and n u m / s in the second term.
 
 #include "vsl/stats/moments.hpp"
 
@@ -12,7 +12,7 @@
 #include <cmath>
 
 #include "simd/vector.hpp"
-#include "vsl/stats/task.hpp"
+#include "vsl/stats/power_sums.hpp"
 
 namespace ozk::stats {
 
@@ -24,16 +24,23 @@ double mean_step(const Moments& a, const Moments& b) { return (b.origin - a.orig
 
 }  // namespace
 
-void merge(Moments& a, double weight_a, const Moments& b, double weight_b, int order) {
-    if (weight_b == 0) return;
-    if (weight_a == 0) {
+Union::Union(double total_a, double total_b) : weight_a(total_a), weight_b(total_b) {
+    const double total = total_a + total_b;
+    alpha = total_a / total;
+    beta = total_b / total;
+    between = total_a * beta;
+    root = std::sqrt(between);
+}
+
+void merge(Moments& a, const Moments& b, const Union& both, int order) {
+    if (both.weight_b == 0) return;
+    if (both.weight_a == 0) {
         a = b;
         return;
     }
-    const double weight = weight_a + weight_b;
-    const double alpha = weight_a / weight, beta = weight_b / weight;
+    const double alpha = both.alpha, beta = both.beta;
     const double delta = mean_step(a, b), delta2 = delta * delta;
-    const double between = delta2 * weight_a * beta;
+    const double between = delta2 * both.between;
     const auto& ca = a.central;
     const auto& cb = b.central;
     if (order >= 4)
@@ -48,21 +55,11 @@ void merge(Moments& a, double weight_a, const Moments& b, double weight_b, int o
     for (int k = 0; k < 4; ++k) a.raw[k] += b.raw[k];
 }
 
-double scaled_step(const Moments& a, double weight_a, const Moments& b, double weight_b) {
-    if (weight_a == 0 || weight_b == 0) return 0;
-    return std::sqrt(weight_a * (weight_b / (weight_a + weight_b))) * mean_step(a, b);
+double scaled_step(const Moments& a, const Moments& b, const Union& both) {
+    return both.weight_a == 0 || both.weight_b == 0 ? 0 : both.root * mean_step(a, b);
 }
 
 namespace {
-
-// The weights of a block and what follows from them.
-struct Block {
-    int64_t first;
-    int count;
-    const double* weights;  // null: all 1
-    const double* roots;    // of the weights; null: all 1
-    Weight weight;
-};
 
 // Factors of the running update for each observation of a block: with A the weight before, W = A + w the
 // weight after it, step = w / W and the factors of the powers of the deviation in the central sums of order
@@ -77,123 +74,64 @@ struct Scratch {
     RunningFactors factors;
 };
 
-enum class Powers { kRaw, kCentral, kCentralStored };
-
-// out[k - 1] = sum of w v^k for k = 1 to kOrder, where v is x, or else x - shift; kCentralStored also keeps
-// sqrt(w) v in row. The central sums come second in a block, so that they can ask for the next one meanwhile.
-template <int kOrder, bool kWeighted, Powers kPowers>
-void power_sums(const double* x, const Block& block, double shift, double* row, double* out) {
-    constexpr int kChains = kOrder <= 2 ? 4 : 2;  // independent additions, enough to hide their latency
-    constexpr bool kShifted = kPowers != Powers::kRaw, kStored = kPowers == Powers::kCentralStored;
-    const f64x2 shifts = simd::broadcast(shift);
-    const int count = block.count;
-    f64x2 sums[kOrder][kChains];
-    for (auto& chains : sums)
-        for (f64x2& chain : chains) chain = simd::broadcast(0.0);
-    int j = 0;
-    for (; j + 2 * kChains <= count; j += 2 * kChains) {
-        if constexpr (kShifted) __builtin_prefetch(x + count + j);
-        for (int c = 0; c < kChains; ++c) {
-            const int at = j + 2 * c;
-            f64x2 value = simd::load(x + at);
-            if constexpr (kShifted) value = value - shifts;
-            f64x2 term = value;
-            if constexpr (kWeighted) term = simd::load(block.weights + at) * value;
-            if constexpr (kStored)
-                simd::store(row + at, kWeighted ? simd::load(block.roots + at) * value : value);
-            sums[0][c] = sums[0][c] + term;
-            for (int k = 1; k < kOrder; ++k) {
-                term = term * value;
-                sums[k][c] = sums[k][c] + term;
+// A strip of one block about the block's mean or the given one, merged into `moments`.
+void add_block(const Scheme& scheme, const Strip& strip, const Block& block, const Union& both,
+               Moments* moments) {
+    const double weight = block.weight.total;
+    const bool own_mean = scheme.centre == Centre::kBlockMean;
+    Sums raw, d;  // sums of w x^r and of w (x - shift)^r
+    double shifts[kStrip] = {};
+    raw_sums(scheme.raw_order, strip, block, raw);
+    for (int k = 0; k < strip.width; ++k) shifts[k] = own_mean ? raw[0][k] / weight : moments[k].origin;
+    if (scheme.central_order >= 2) central_sums(scheme.central_order, strip, block, shifts, d);
+    for (int k = 0; k < strip.width; ++k) {
+        Moments added = {};
+        for (int r = 0; r < 4; ++r) added.raw[r] = raw[r][k];
+        double* const row = strip.rows[k];
+        double rest = 0, shift = shifts[k];
+        if (scheme.central_order >= 2) {
+            if (own_mean) rest = d[0][k] / weight;
+            const double rest2 = rest * rest;
+            added.central[0] = d[1][k] - rest2 * weight;
+            added.central[1] = d[2][k] - 3 * rest * d[1][k] + 2 * weight * rest2 * rest;
+            added.central[2] =
+                d[3][k] - 4 * rest * d[2][k] + 6 * rest2 * d[1][k] - 3 * weight * rest2 * rest2;
+            // Hardly ever is the rounding of the mean visible in the cross-products.
+            if (row != nullptr && rest2 * weight > 0x1p-54 * added.central[0])
+                for (int j = 0; j < block.count; ++j)
+                    row[j * strip.row_step] = (strip.x[k][j * strip.step] - shift - rest) *
+                                              (block.roots != nullptr ? block.roots[j] : 1);
+            // Distinct doubles differ by a unit of their last place, and the first mean is wrong by less than
+            // B of these: where less than 2^-40 of the sum remains, all values are equal, what remains is
+            // rounding, and the rounded mean is exact.
+            if (own_mean && added.central[0] < 0x1p-40 * d[1][k]) {
+                added.central[0] = added.central[1] = added.central[2] = 0;
+                shift += rest;
+                rest = 0;
+                for (int j = 0; j < block.count && row != nullptr; ++j) row[j * strip.row_step] = 0;
             }
         }
-    }
-    for (int k = 0; k < kOrder; ++k) {
-        out[k] = 0;
-        for (const f64x2 chain : sums[k]) out[k] += simd::low(chain) + simd::high(chain);
-    }
-    for (; j < count; ++j) {
-        const double value = kShifted ? x[j] - shift : x[j];
-        double term = kWeighted ? block.weights[j] * value : value;
-        if constexpr (kStored) row[j] = kWeighted ? block.roots[j] * value : value;
-        out[0] += term;
-        for (int k = 1; k < kOrder; ++k) out[k] += term *= value;
+        added.origin = shift;
+        added.offset = rest;
+        if (row != nullptr) row[block.count * strip.row_step] = scaled_step(moments[k], added, both);
+        merge(moments[k], added, both, scheme.central_order);
     }
 }
 
-using PowerSums = void (*)(const double* x, const Block& block, double shift, double* row, double* out);
-
-template <bool kWeighted, Powers kPowers>
-constexpr PowerSums kPowerSums[] = {nullptr, power_sums<1, kWeighted, kPowers>,
-                                    power_sums<2, kWeighted, kPowers>, power_sums<3, kWeighted, kPowers>,
-                                    power_sums<4, kWeighted, kPowers>};
-
-template <Powers kPowers>
-void sum_powers(int order, const double* x, const Block& block, double shift, double* row, double* out) {
-    const auto& sums = block.weights != nullptr ? kPowerSums<true, kPowers> : kPowerSums<false, kPowers>;
-    sums[order](x, block, shift, row, out);
-}
-
-void raw_sums(int order, const double* x, const Block& block, double* out) {
-    if (order > 0) sum_powers<Powers::kRaw>(order, x, block, 0, nullptr, out);
-}
-
-void central_sums(int order, const double* x, const Block& block, double shift, double* row, double* out) {
-    if (row != nullptr) {
-        sum_powers<Powers::kCentralStored>(order, x, block, shift, row, out);
-    } else {
-        sum_powers<Powers::kCentral>(order, x, block, shift, row, out);
-    }
-}
-
-// One component of one block about the block's mean or the given one, merged into `moments`, whose run so far
-// has weight `before`.
-void add_block(const Scheme& scheme, const double* x, const Block& block, double before, Moments& moments,
-               double* row) {
-    const double weight = block.weight.total;
-    Moments added = {};
-    double d[4] = {};  // sums of w (x - shift)^k
-    double rest = 0, shift = moments.origin;
-    const bool own_mean = scheme.centre == Centre::kBlockMean;
-    raw_sums(scheme.raw_order, x, block, added.raw);
-    if (own_mean) shift = added.raw[0] / weight;
-    if (scheme.central_order >= 2) {
-        central_sums(scheme.central_order, x, block, shift, row, d);
-        if (own_mean) rest = d[0] / weight;
-        const double rest2 = rest * rest;
-        added.central[0] = d[1] - rest2 * weight;
-        added.central[1] = d[2] - 3 * rest * d[1] + 2 * weight * rest2 * rest;
-        added.central[2] = d[3] - 4 * rest * d[2] + 6 * rest2 * d[1] - 3 * weight * rest2 * rest2;
-        // Hardly ever is the rounding of the mean visible in the cross-products.
-        if (row != nullptr && rest2 * weight > 0x1p-54 * added.central[0])
-            for (int j = 0; j < block.count; ++j)
-                row[j] = (x[j] - shift - rest) * (block.roots != nullptr ? block.roots[j] : 1);
-        // Distinct doubles differ by a unit of their last place, and the first mean is wrong by less than B
-        // of these: where less than 2^-40 of the sum remains, all values are equal, what remains is rounding,
-        // and the rounded mean is exact.
-        if (own_mean && added.central[0] < 0x1p-40 * d[1]) {
-            added.central[0] = added.central[1] = added.central[2] = 0;
-            shift += rest;
-            rest = 0;
-            if (row != nullptr) std::fill_n(row, block.count, 0.0);
-        }
-    }
-    added.origin = shift;
-    added.offset = rest;
-    if (row != nullptr) row[block.count] = scaled_step(moments, before, added, weight);
-    merge(moments, before, added, weight, scheme.central_order);
-}
-
-void set_running_factors(const Block& block, double before, RunningFactors& factors) {
+void set_running_factors(const Scheme& scheme, const Block& block, double before, bool roots,
+                         RunningFactors& factors) {
     for (int j = 0; j < block.count; ++j) {
         const double w = block.weights != nullptr ? block.weights[j] : 1;
         const double after = before + w;
-        const double step = w == 0 ? 0 : w / after, stay = w == 0 ? 1 : before / after;
+        const double step = w == 0 ? 0 : w / after;
         factors.step[j] = step;
         factors.second[j] = before * step;
-        factors.third[j] = before * step * (stay - step);
-        factors.fourth[j] = before * step * (stay * stay - stay * step + step * step);
-        factors.root[j] = std::sqrt(before * step);
+        if (roots) factors.root[j] = std::sqrt(before * step);
+        if (scheme.central_order > 2) {
+            const double stay = w == 0 ? 1 : before / after;
+            factors.third[j] = before * step * (stay - step);
+            factors.fourth[j] = before * step * (stay * stay - stay * step + step * step);
+        }
         before = after;
     }
 }
@@ -201,9 +139,10 @@ void set_running_factors(const Block& block, double before, RunningFactors& fact
 // The running update of 2 * kPairs components. Mean and sums are updated from the deviation about the mean
 // before the observation; the mean by m + (w/W) (x - m), which does not drift as (w/W) x + (A/W) m does when
 // the two factors round to a sum other than 1.
-template <int kOrder, int kPairs>
-void running_update(const double* const* x, int count, const RunningFactors& factors, Moments* const* moments,
-                    double* const* rows) {
+template <int kOrder, int kPairs, bool kAcross>
+void running_update(const Strip& strip, int count, const RunningFactors& factors, Moments* const* moments) {
+    const auto& x = strip.x;
+    const auto& rows = strip.rows;
     f64x2 origin[kPairs], offset[kPairs], c2[kPairs], c3[kPairs], c4[kPairs];
     for (int k = 0; k < kPairs; ++k) {
         const Moments &low = *moments[2 * k], &high = *moments[2 * k + 1];
@@ -215,9 +154,16 @@ void running_update(const double* const* x, int count, const RunningFactors& fac
     }
     const f64x2 three = simd::broadcast(3.0), four = simd::broadcast(4.0), six = simd::broadcast(6.0);
     for (int j = 0; j < count; ++j) {
+        if constexpr (kAcross) __builtin_prefetch(x[0] + (count + j) * strip.step);
         const f64x2 step = simd::broadcast(factors.step[j]), second = simd::broadcast(factors.second[j]);
         for (int k = 0; k < kPairs; ++k) {
-            const f64x2 delta = simd::pair(x[2 * k][j], x[2 * k + 1][j]) - origin[k] - offset[k];
+            f64x2 value;
+            if constexpr (kAcross) {
+                value = simd::load(x[0] + j * strip.step + 2 * k);
+            } else {
+                value = simd::pair(x[2 * k][j], x[2 * k + 1][j]);
+            }
+            const f64x2 delta = value - origin[k] - offset[k];
             const f64x2 move = step * delta, delta2 = delta * delta;
             if constexpr (kOrder >= 4)
                 c4[k] = c4[k] + simd::broadcast(factors.fourth[j]) * (delta2 * delta2) +
@@ -226,10 +172,14 @@ void running_update(const double* const* x, int count, const RunningFactors& fac
                 c3[k] = c3[k] + simd::broadcast(factors.third[j]) * (delta2 * delta) - three * move * c2[k];
             if constexpr (kOrder >= 2) c2[k] = c2[k] + second * delta2;
             offset[k] = offset[k] + move;
-            if (rows != nullptr) {
+            if (rows[0] != nullptr) {
                 const f64x2 scaled = simd::broadcast(factors.root[j]) * delta;
-                rows[2 * k][j] = simd::low(scaled);
-                rows[2 * k + 1][j] = simd::high(scaled);
+                if constexpr (kAcross) {
+                    simd::store(rows[0] + j * strip.row_step + 2 * k, scaled);
+                } else {
+                    rows[2 * k][j] = simd::low(scaled);
+                    rows[2 * k + 1][j] = simd::high(scaled);
+                }
             }
         }
     }
@@ -242,114 +192,123 @@ void running_update(const double* const* x, int count, const RunningFactors& fac
     }
 }
 
-using RunningUpdate = void (*)(const double* const*, int, const RunningFactors&, Moments* const*,
-                               double* const*);
+using RunningUpdate = void (*)(const Strip&, int, const RunningFactors&, Moments* const*);
 
-template <int kPairs>
-constexpr RunningUpdate kRunningUpdates[] = {nullptr, running_update<1, kPairs>, running_update<2, kPairs>,
-                                             running_update<3, kPairs>, running_update<4, kPairs>};
+template <int kPairs, bool kAcross>
+constexpr RunningUpdate kRunningUpdates[] = {
+    running_update<1, kPairs, kAcross>, running_update<2, kPairs, kAcross>,
+    running_update<3, kPairs, kAcross>, running_update<4, kPairs, kAcross>};
 
-// The components of a strip in one pass; x, moments and rows hold `count` entries each.
-void run_block(const Scheme& scheme, const double** x, const Block& block, int count, double before,
-               const RunningFactors& factors, Moments* moments, double** rows) {
+template <bool kAcross>
+RunningUpdate choose_update(int pairs, int order) {
+    const auto& updates = pairs == 1   ? kRunningUpdates<1, kAcross>
+                          : pairs == 2 ? kRunningUpdates<2, kAcross>
+                                       : kRunningUpdates<4, kAcross>;
+    return updates[order - 1];
+}
+
+// The components of a strip in one pass.
+void run_block(const Scheme& scheme, Strip strip, const Block& block, double before,
+               const RunningFactors& factors, Moments* moments) {
+    Sums raw;
+    raw_sums(scheme.raw_order, strip, block, raw);
     Moments* running[kStrip];
     Moments unused = {};
     int start = 0;  // the origin is the first value that counts
     while (factors.step[start] == 0 && start + 1 < block.count) ++start;
-    for (int k = 0; k < count; ++k) {
-        if (before == 0) moments[k].origin = x[k][start];
-        double raw[4] = {};
-        raw_sums(scheme.raw_order, x[k], block, raw);
-        for (int r = 0; r < 4; ++r) moments[k].raw[r] += raw[r];
+    for (int k = 0; k < strip.width; ++k) {
+        if (before == 0) moments[k].origin = strip.x[k][start * strip.step];
+        for (int r = 0; r < 4; ++r) moments[k].raw[r] += raw[r][k];
+        if (strip.rows[k] != nullptr) strip.rows[k][block.count * strip.row_step] = 0;
         running[k] = &moments[k];
     }
-    // A strip is filled up to a whole number of pairs by repeating its first component into nothing.
-    const int padded = count <= 2 ? 2 : kStrip;
+    // A strip is filled up to 1, 2 or 4 pairs by repeating its first component into nothing.
+    const int pairs = strip.width <= 2 ? 1 : strip.width <= 4 ? 2 : 4;
     double unused_row[kMaxBlock];
-    for (int k = count; k < padded; ++k) {
-        x[k] = x[0];
+    for (int k = strip.width; k < 2 * pairs; ++k) {
+        strip.x[k] = strip.x[0];
         running[k] = &unused;
-        if (rows != nullptr) rows[k] = unused_row;
+        strip.rows[k] = strip.rows[0] != nullptr ? unused_row : nullptr;
     }
-    const auto& updates = padded == 2 ? kRunningUpdates<1> : kRunningUpdates<kStrip / 2>;
-    updates[scheme.central_order](x, block.count, factors, running, rows);
-    for (int k = 0; k < count && rows != nullptr; ++k) rows[k][block.count] = 0;
+    const auto choose = strip.across() ? choose_update<true> : choose_update<false>;
+    choose(pairs, scheme.central_order)(strip, block.count, factors, running);
 }
 
-// Copies the block's values of a strip of components from observations `step` apart.
+// The block's values of a strip, as double: component after component or, across, observation after
+// observation.
 template <class Real>
-void gather(const Real* first, int64_t step, const int64_t* components, int count, int block, double* strip) {
-    for (int j = 0; j < block; ++j)
-        for (int k = 0; k < count; ++k) strip[k * kRow + j] = first[j * step + components[k]];
-}
-
-OZK_SIMD f64x2 load_pair(const double* p) { return simd::load(p); }
-OZK_SIMD f64x2 load_pair(const float* p) { return simd::pair(p[0], p[1]); }
-
-// The same for a whole strip of neighbours, a cache line of each run at a time.
-template <class Real>
-void transpose(const Real* first, int64_t step, const int64_t* components, int block, double* strip) {
-    constexpr int kLine = 8;
-    const Real* corner = first + components[0];
-    int j = 0;
-    for (; j + kLine <= block; j += kLine, corner += kLine * step) {
-        for (int k = 0; k < kStrip; k += 2) {
-            for (int r = 0; r < kLine; r += 2) {
-                const f64x2 here = load_pair(corner + r * step + k),
-                            next = load_pair(corner + (r + 1) * step + k);
-                simd::store(strip + k * kRow + j + r, simd::interleave_low(here, next));
-                simd::store(strip + (k + 1) * kRow + j + r, simd::interleave_high(here, next));
-            }
+void copy_strip(const Observations& observations, const int64_t* components, const Block& block, bool across,
+                int width, double* copy) {
+    const Real* first =
+        static_cast<const Real*>(observations.values) + block.first * observations.observation_stride;
+    if (across) {
+        for (int j = 0; j < block.count; ++j, first += observations.observation_stride) {
+            for (int k = 0; k < width; ++k) copy[j * kStrip + k] = first[components[k]];
+            if (width == 1) copy[j * kStrip + 1] = 0;
         }
-    }
-    gather(first + j * step, step, components, kStrip, block - j, strip + j);
-}
-
-template <class Real>
-void copy_rows(const Observations& observations, const int64_t* components, int count, const Block& block,
-               double* strip) {
-    const Real* values = static_cast<const Real*>(observations.values);
-    const int64_t step = observations.observation_stride;
-    const Real* first = values + block.first * step;
-    if (step == 1) {
-        for (int k = 0; k < count; ++k)
-            std::copy_n(first + components[k] * observations.component_stride, block.count, strip + k * kRow);
-    } else if (count == kStrip && components[kStrip - 1] == components[0] + kStrip - 1) {
-        transpose(first, step, components, block.count, strip);
     } else {
-        gather(first, step, components, count, block.count, strip);
+        for (int k = 0; k < width; ++k)
+            std::copy_n(first + components[k] * observations.component_stride, block.count, copy + k * kRow);
     }
 }
 
-// Points x[k] to the block's values of each component of a strip: the caller's array where it serves, else
-// scratch.
-void find_rows(const Observations& observations, const int64_t* components, int count, const Block& block,
-               double* strip, const double** x) {
-    if (!observations.single && observations.observation_stride == 1) {
-        const double* values = static_cast<const double*>(observations.values) + block.first;
-        for (int k = 0; k < count; ++k) x[k] = values + components[k] * observations.component_stride;
-        return;
+// As many of the tile's components from number k on as go together; their values in the caller's array where
+// that serves, else in scratch.
+Strip make_strip(const Observations& observations, const Scheme& scheme, const Tile& tile, int64_t k,
+                 const Block& block, double* copy) {
+    const bool across = observations.by_observation();
+    const int64_t* components = tile.components + k;
+    const int64_t left = tile.count - k;
+    Strip strip;
+    if (across) {
+        strip.width = left >= 8 ? 8 : left >= 4 ? 4 : left >= 2 ? 2 : 1;
+    } else {
+        // One after another they stay in the first-level cache between two passes.
+        strip.width = scheme.centre != Centre::kRunningMean ? 1
+                      : left >= kStrip                      ? kStrip
+                                                            : static_cast<int>(left);
+    }
+    for (int i = 0; i < strip.width; ++i)
+        strip.rows[i] = tile.panel != nullptr ? tile.panel + (k + i) * tile.component_stride : nullptr;
+    strip.row_step = tile.observation_stride;
+    const bool neighbours = strip.width > 1 && components[strip.width - 1] == components[0] + strip.width - 1;
+    if (!observations.single && (!across || neighbours)) {
+        const double* first =
+            static_cast<const double*>(observations.values) + block.first * observations.observation_stride;
+        for (int i = 0; i < strip.width; ++i)
+            strip.x[i] = first + components[i] * observations.component_stride;
+        strip.step = observations.observation_stride;
+        return strip;
     }
     if (observations.single) {
-        copy_rows<float>(observations, components, count, block, strip);
+        copy_strip<float>(observations, components, block, across, strip.width, copy);
     } else {
-        copy_rows<double>(observations, components, count, block, strip);
+        copy_strip<double>(observations, components, block, across, strip.width, copy);
     }
-    for (int k = 0; k < count; ++k) x[k] = strip + k * kRow;
+    for (int i = 0; i < strip.width; ++i) strip.x[i] = copy + i * (across ? 1 : kRow);
+    strip.step = across ? kStrip : 1;
+    return strip;
 }
 
 Block make_block(const Observations& observations, int64_t first, int count, bool roots, Scratch& scratch) {
-    Block block{first, count, nullptr, nullptr, {static_cast<double>(count), static_cast<double>(count)}};
-    if (observations.weights == nullptr) return block;
-    block.weight = {};
-    for (int j = 0; j < count; ++j) {
-        const double w = read_real(observations.weights, observations.single, first + j);
-        scratch.weights[j] = w;
-        if (roots) scratch.roots[j] = std::sqrt(w);
-        block.weight.add({w, w * w});
+    const Block unweighted{
+        first, count, nullptr, nullptr, {static_cast<double>(count), static_cast<double>(count)}};
+    if (observations.weights == nullptr) return unweighted;
+    Block block = unweighted;
+    if (observations.single) {
+        std::copy_n(static_cast<const float*>(observations.weights) + first, count, scratch.weights);
+        block.weights = scratch.weights;
+    } else {
+        block.weights = static_cast<const double*>(observations.weights) + first;
     }
-    block.weights = scratch.weights;
-    if (roots) block.roots = scratch.roots;
+    if (roots) {
+        for (int j = 0; j < count; ++j) scratch.roots[j] = std::sqrt(block.weights[j]);
+        block.roots = scratch.roots;
+    }
+    const Strip weights = {1, 1, 1, {block.weights}, {}};
+    Sums sums;
+    raw_sums(2, weights, unweighted, sums);
+    block.weight = {sums[0][0], sums[1][0]};
     return block;
 }
 
@@ -364,22 +323,17 @@ Weight accumulate(const Observations& observations, const Scheme& scheme, int64_
         const int count = static_cast<int>(last - first < scheme.block ? last - first : scheme.block);
         const Block block = make_block(observations, first, count, consume != nullptr && !running, scratch);
         if (block.weight.total == 0) continue;
-        if (running) set_running_factors(block, run.total, scratch.factors);
+        const Union both(run.total, block.weight.total);
+        if (running) set_running_factors(scheme, block, run.total, consume != nullptr, scratch.factors);
         for (Tile* tile = tiles; tile < tiles + tile_count; ++tile) {
-            for (int64_t k = 0; k < tile->count; k += kStrip) {
-                const int width = static_cast<int>(tile->count - k < kStrip ? tile->count - k : kStrip);
-                const double* x[kStrip];
-                double* rows[kStrip];
-                find_rows(observations, tile->components + k, width, block, scratch.strip, x);
-                for (int i = 0; i < width; ++i)
-                    rows[i] = tile->panel != nullptr ? tile->panel + (k + i) * kPanelRow : nullptr;
+            for (int64_t k = 0; k < tile->count;) {
+                const Strip strip = make_strip(observations, scheme, *tile, k, block, scratch.strip);
                 if (running) {
-                    run_block(scheme, x, block, width, run.total, scratch.factors, tile->moments + k,
-                              tile->panel != nullptr ? rows : nullptr);
+                    run_block(scheme, strip, block, run.total, scratch.factors, tile->moments + k);
                 } else {
-                    for (int i = 0; i < width; ++i)
-                        add_block(scheme, x[i], block, run.total, tile->moments[k + i], rows[i]);
+                    add_block(scheme, strip, block, both, tile->moments + k);
                 }
+                k += strip.width;
             }
         }
         if (consume != nullptr) consume(context, count + 1);

@@ -16,9 +16,14 @@ inline constexpr int kMaxBlock = 512;  // observations of one block: a component
 inline constexpr int kStrip = 8;       // components gathered together: a cache line of an observation
 // Distance of two components' runs in scratch: beyond the block, so that rows do not share a cache set.
 inline constexpr int64_t kRow = kMaxBlock + 8;
-// A panel's block, and the distance of its rows; the column past the block holds the correction of a merge.
+// Observations of a block of which panels are kept, by component, and the distance of two components' rows in
+// the panel, with room past the block for the correction of a merge.
 inline constexpr int kPanelBlock = 256;
 inline constexpr int64_t kPanelRow = kPanelBlock + 8;
+// Values of a block by observation: with the next one on its way and a panel they stay in the second-level
+// cache. Its observations are no more than kPanelBlock, for the bound of the error.
+inline constexpr int64_t kRowBlockValues = 1 << 14;
+inline constexpr int64_t kLeastRowBlock = 128;
 
 // About what the central sums of a block are taken.
 enum class Centre {
@@ -49,12 +54,22 @@ struct Moments {
     double mean() const { return origin + offset; }
 };
 
-// Adds run b to run a, central sums up to `order`; a run of total weight 0 is empty.
-void merge(Moments& a, double weight_a, const Moments& b, double weight_b, int order);
+// The union of run a with run b, by their total weights; a run of total weight 0 is empty.
+struct Union {
+    double weight_a, weight_b;
+    double alpha, beta;  // shares of the two runs
+    double between;      // the square of the step between the means counts with this weight
+    double root;         // of it
+
+    Union(double total_a, double total_b);
+};
+
+// Adds run b to run a, central sums up to `order`.
+void merge(Moments& a, const Moments& b, const Union& both, int order);
 
 // The step from the mean of run a to that of run b, scaled so that the product of two components' steps is
 // what their cross-product in the union of the runs exceeds those in the runs by.
-double scaled_step(const Moments& a, double weight_a, const Moments& b, double weight_b);
+double scaled_step(const Moments& a, const Moments& b, const Union& both);
 
 // The observation matrix and its weights, of either precision and storage.
 struct Observations {
@@ -63,6 +78,8 @@ struct Observations {
     bool single;          // values and weights are float
     int64_t component_stride;
     int64_t observation_stride;
+
+    bool by_observation() const { return observation_stride != 1; }  // and then component_stride is 1
 };
 
 // What to compute of every component.
@@ -70,21 +87,22 @@ struct Scheme {
     Centre centre;
     int raw_order;      // highest order of raw sums, 0 for none
     int central_order;  // highest order of central sums, 1 for the mean alone
-    int block;          // observations of a block, at most kMaxBlock, or kPanelBlock with panels
+    int block;          // observations of a block, at most kMaxBlock
 };
 
-// Some components, their moments, and a panel for their scaled deviations (null when those are not wanted):
-// row k of kPanelRow values for component k. The scalar products of the rows, summed over the blocks of a
-// run, are the run's cross-product matrix.
+// Some components, their moments, and a panel for their scaled deviations (null when those are not wanted),
+// which are stored as the observations are. The products of two components' deviations, summed over a run,
+// are the run's cross-product matrix.
 struct Tile {
     const int64_t* components;
     int64_t count;
     Moments* moments;
-    double* panel;
+    double* panel = nullptr;
+    int64_t component_stride = 0, observation_stride = 0;  // of the panel
 };
 
-// Called when the panels hold a block: `columns` of each row are set.
-using Consume = void (*)(void* context, int64_t columns);
+// Called when the panels hold a block, as `observations` deviations of each component.
+using Consume = void (*)(void* context, int64_t observations);
 
 // Adds observations [first, last) to the tiles' moments, block by block. `moments` must be zero, but for the
 // mean with kGivenMean. Returns the weight of the run. Needs no memory but 60 KB of stack.
