@@ -6,7 +6,7 @@ if(OZK_SANITIZE)
 endif()
 add_test(NAME api.InstalledTree
          COMMAND ${CMAKE_COMMAND} -DBUILD=${CMAKE_BINARY_DIR} -DWORK=${CMAKE_BINARY_DIR}/installed
-                 -DCXX=${CMAKE_CXX_COMPILER} -DCC=${OZK_C_COMPILER} -DFLAGS=${OZK_USER_FLAGS}
+                 -DCXX=${CMAKE_CXX_COMPILER} -DCC=${OZK_C_COMPILER} -DFLAGS=${OZK_USER_FLAGS} -DGENERATOR=${CMAKE_GENERATOR}
                  -P ${PROJECT_SOURCE_DIR}/tests/api/installed/test.cmake)
 set_tests_properties(api.InstalledTree PROPERTIES TIMEOUT 300)
 

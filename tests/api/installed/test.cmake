@@ -1,6 +1,6 @@
 # Installs into a fresh prefix, moves it, and builds and runs a user's programs against it: with the flags of
 # pkg-config, with find_package, and in C. Run as
-#   cmake -DBUILD=<build directory> -DWORK=<scratch> -DCXX=<compiler> -DCC=<compiler> -DFLAGS=<flags> -P test.cmake
+#   cmake -DBUILD=<build directory> -DWORK=<scratch> -DCXX=<compiler> -DCC=<compiler> -DFLAGS=<flags> -DGENERATOR=<of CMake> -P test.cmake
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 
@@ -49,7 +49,7 @@ expect("a vector function without kernels" "^1 -90005 ozk_d_exp: ${sentence}" "$
 expect("a stream without kernels" "\n2 -90005 ozk_stream_new: ${sentence}" "${output}")
 
 unset(ENV{LD_LIBRARY_PATH})
-run(ignored ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/project -DCMAKE_PREFIX_PATH=${WORK}/moved
+run(ignored ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/project -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${WORK}/moved
     -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_CXX_FLAGS=${FLAGS})
 run(ignored ${CMAKE_COMMAND} --build ${WORK}/project)
 run(output ${WORK}/project/five_lines)
