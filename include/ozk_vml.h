@@ -278,7 +278,7 @@ typedef struct OzkComplex16 {
  * dLn      +-0: pole, -infinity. x < 0: domain. HA 0.51, LA 1.3 ulp, EP 29 bits. Table by the reciprocal estimate,
  *          polynomial.
  * dSqrt    x < 0: domain. sqrt(-0) = -0. Every level 0.5 ulp: the square root instruction.
- * dSin     +-infinity: domain. sin(-x) = -sin(x) bit for bit. HA 0.513, LA 2.6, EP 28.0 bits. Any finite x:
+ * dSin     +-infinity: domain. sin(-x) = -sin(x) bit for bit. HA 0.513, LA 2.3, EP 28.0 bits. Any finite x:
  *          multiples of pi/64 from a table and polynomials; Payne and Hanek's reduction beyond 12800 (EP 3200).
  * dCos     +-infinity: domain. cos(-x) = cos(x) bit for bit. As dSin.
  * dSinCos  +-infinity: domain, both results NaN. The bits of dSin and dCos.

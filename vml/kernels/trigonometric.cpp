@@ -7,13 +7,15 @@
 // (1991), has the split of cos a.
 //
 // Error bounds, in ulp of the result, round to nearest:
-//   HA  T = 128: 0.51. cos a is a power of two, whose product with r is exact, and a rest; sin a + power r is
+//   HA  T = 128: 0.513. cos a is a power of two, whose product with r is exact, and a rest; sin a + power r is
 //       carried without error (Fast2Sum: sin a is 0 or larger than r), what is added to it is below 2^-7 of
 //       the result and wrong by 2^-60 of it. r in three parts, each product with N but the last exact up to
-//       the bound: 2^-119 absolute up to 2^11 and 2^-112 up to the bound, while no double comes closer to a
-//       multiple of pi/2 than 2^-60.5 and 2^-56.5.
-//   LA  T = 256: 2.5. r in three parts, the sum in one double each.
-//   EP  T = 128: 2^-28 relative. r in two parts: 2^-86.6 absolute.
+//       the bound, wrong by 2^-134 N at most.
+//   LA  T = 256: 2.5. r in three parts, wrong by 2^-127 N but for its last rounding; the sum in doubles.
+//   EP  T = 128: 2^-28 relative, the polynomials'. r in two parts, wrong by 2^-96 N but for its last rounding.
+// The double closest to a multiple of pi/2, for its size, is 0x1.6c6cbc45dc8dep+5, 2^-60.5 from one, where
+// |N| is 929 (T = 128); doubling it doubles N and the distance, and nothing else below 12800 comes closer to one
+// than 2^-54.
 //
 // Symmetric bit for bit, since rounding to nearest and the table are: sin(-x) = -sin(x), cos(-x) = cos(x).
 // Zeros keep their sign through the table's sin 0 = -0, from which the last operation subtracts: the
