@@ -14,7 +14,7 @@
 //   is 0 or
 //       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
 //       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
-//   LA  2.5. The table part is added last; polynomial of degree 5, 2^-52.5 of r.
+//   LA  1.9. The table part is added last; polynomial of degree 5, 2^-52.5 of r.
 //   EP  2^-31 relative: only the table's high parts, r rounded, degree 3.
 //
 // Special lanes: zero, negative, subnormal, infinite, NaN.
@@ -79,14 +79,14 @@ struct Ln {
     }
     OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
 
-    template <class V, class Index>
-    struct Prepared {
+    template <class V>
+    struct Reduced {
         V k, r;
-        Index offset;
+        decltype(as_i32(bits(V{}))) offset;  // of the table entries, in bytes
     };
 
     template <class V>
-    OZK_SIMD static auto prepare(V x) {
+    OZK_SIMD static Reduced<V> prepare(V x) {
         constexpr int64_t kMantissa = 0x000FFFFFFFFFFFFF;
         constexpr int64_t kScale = 0x3F50000000000000;  // m is kept as 2^-10 m, its reciprocal as 2^10 c
         constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
@@ -103,17 +103,16 @@ struct Ln {
         // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
         const auto offset = simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0});
         if constexpr (std::is_same_v<Level, LnFast>) {
-            return Prepared<V, std::remove_const_t<decltype(offset)>>{k, m * c - simd::broadcast(1.0),
-                                                                      offset};
+            return {k, m * c - simd::broadcast(1.0), offset};
         } else {
             const V m_high = as_f64(bits(m) & simd::broadcast(~int64_t{0xFFFFFFFF}));
             const V r = (m_high * c - simd::broadcast(1.0)) + (m - m_high) * c;
-            return Prepared<V, std::remove_const_t<decltype(offset)>>{k, r, offset};
+            return {k, r, offset};
         }
     }
 
-    template <class V, class Index>
-    OZK_SIMD static V finish(const Prepared<V, Index>& x) {
+    template <class V>
+    OZK_SIMD static V finish(const Reduced<V>& x) {
         const V r = x.r, k = x.k;
         const auto [table_high, table_low] = gather_pairs(&kLnPairs[0].high, x.offset);
         const V base = k * simd::broadcast(kLn2High) + table_high;
