@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -75,19 +76,25 @@ TEST(Catalogue, FillsEachSlotWithItsOwnKernelOrTheHighAccuracyOne) {
     EXPECT_EQ(ozk_vml_kernel_dExp_ctab[2], 6.902f);
 }
 
+std::string output_of(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    char line[1024];
+    while (pipe && std::fgets(line, sizeof line, pipe.get()) != nullptr) text += line;
+    return text;
+}
+
 // The kernel library's code, disassembled: instructions by function.
 const std::map<std::string, std::vector<std::string>>& disassembly() {
     static const auto code = [] {
         std::map<std::string, std::vector<std::string>> functions;
-        const std::string command = std::string("objdump -d --no-show-raw-insn -w ") + OZK_KERNEL_LIBRARY;
-        const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+        std::istringstream lines(
+            output_of(std::string("objdump -d --no-show-raw-insn -w ") + OZK_KERNEL_LIBRARY));
         std::vector<std::string>* current = nullptr;
-        char line[1024];
-        while (pipe && std::fgets(line, sizeof line, pipe.get()) != nullptr) {
-            const std::string text = line;
+        for (std::string text; std::getline(lines, text);) {
             const size_t name = text.find('<');
-            if (text.ends_with(">:\n")) {
-                current = &functions[text.substr(name + 1, text.size() - name - 4)];
+            if (text.ends_with(">:")) {
+                current = &functions[text.substr(name + 1, text.size() - name - 3)];
             } else if (current != nullptr && text.find('\t') != std::string::npos) {
                 current->push_back(text.substr(text.find('\t') + 1));
             }
@@ -132,6 +139,31 @@ TEST(Disassembly, HasNoInstructionBeyondSse42) {
         }
     }
     EXPECT_GT(instructions, 1000u);
+}
+
+TEST(Library, KeepsThirtyTwoBytesAThreadOnTheInitialExecModel) {
+    const std::string library = OZK_KERNEL_LIBRARY;
+    const std::string segments = output_of("readelf -lW " + library);
+    std::smatch tls;
+    ASSERT_TRUE(std::regex_search(segments, tls, std::regex("TLS +\\S+ \\S+ \\S+ \\S+ (0x[0-9a-f]+)")))
+        << segments;
+    EXPECT_EQ(std::stoul(tls[1], nullptr, 16), 32u);
+    EXPECT_NE(output_of("readelf -dW " + library).find("STATIC_TLS"), std::string::npos);
+    EXPECT_EQ(output_of("nm -D " + library).find("__tls_get_addr"), std::string::npos);
+}
+
+TEST(Library, NeedsOnlyTheCoreAndTheSystemAndLooksBesideItself) {
+    const std::string dynamic = output_of(std::string("readelf -dW ") + OZK_KERNEL_LIBRARY);
+    EXPECT_NE(dynamic.find("Library soname: [libozk_vml_mc3.so.2]"), std::string::npos);
+    EXPECT_NE(dynamic.find("Library runpath: [$ORIGIN]"), std::string::npos);
+    const std::regex needed("Shared library: \\[(.*)\\]");
+    for (std::sregex_iterator i(dynamic.begin(), dynamic.end(), needed), end; i != end; ++i) {
+        const std::string name = (*i)[1];
+        const bool sanitizer = name.starts_with("libasan") || name.starts_with("libubsan");
+        EXPECT_TRUE(sanitizer || name == "libozk_core.so.2" || name == "libc.so.6" || name == "libm.so.6" ||
+                    name == "libstdc++.so.6" || name == "libgcc_s.so.1" || name == "ld-linux-x86-64.so.2")
+            << name;
+    }
 }
 
 TEST(Library, KnowsItsNumber) { EXPECT_EQ(dll_cpu_version(), 5); }
