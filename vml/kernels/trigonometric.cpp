@@ -13,9 +13,9 @@
 //       the bound, wrong by 2^-134 N at most.
 //   LA  T = 256: 2.5. r in three parts, wrong by 2^-127 N but for its last rounding; the sum in doubles.
 //   EP  T = 128: 2^-28 relative, the polynomials'. r in two parts, wrong by 2^-96 N but for its last rounding.
-// The double closest to a multiple of pi/2, for its size, is 0x1.6c6cbc45dc8dep+5, 2^-60.5 from one, where
-// |N| is 929 (T = 128); doubling it doubles N and the distance, and nothing else below 12800 comes closer to one
-// than 2^-54.
+// No double from 2^e to 2^(e+1) comes closer to a multiple of pi/2 than 2^(e-65.5) for e = 5 to 13, the closest
+// being 2^(e-5) 0x1.6c6cbc45dc8dep+5, or than 2^-53.9 below 2^5: the remainder's relative error is below 2^-63 at
+// the HA level and 2^-56 at LA; at EP it is 2^-29 at most at the doubles nearest to the multiples below the bound.
 //
 // Symmetric bit for bit, since rounding to nearest and the table are: sin(-x) = -sin(x), cos(-x) = cos(x).
 // Zeros keep their sign through the table's sin 0 = -0, from which the last operation subtracts: the
