@@ -58,6 +58,7 @@ Family random_family();
 Family stats_family();
 Family splines_family();
 Family sort_family();
+Family fill_family();
 
 // The list of a family whose cases are cheap to make.
 template <std::vector<Case> (*kCases)()>

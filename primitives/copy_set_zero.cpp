@@ -1,10 +1,14 @@
 // Copy, fill with zero and fill with a value.
 //
-// Copy and zero are block operations of the C library, and so is set where all bytes of the value are equal.
-// Else set stores 16 bytes at a time, in long arrays with the processor's block store, which writes whole
-// cache lines.
+// Copy and zero are block operations of the C library, which chooses their instructions by the processor; so is
+// set for values of up to four bytes. Longer values are stored 16 bytes at a time; in long arrays with the
+// processor's block store, which writes whole cache lines, where it has the value's width, else as copies of the
+// first part, which stays in the first-level cache.
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
+#include <cwchar>
 
 #include "primitives/primitives.hpp"
 #include "simd/vector.hpp"
@@ -16,56 +20,54 @@ void owns_copy(const void* from, void* to, size_t bytes) { std::memmove(to, from
 
 void owns_zero(void* to, size_t bytes) { std::memset(to, 0, bytes); }
 
-// Where the block store has made up for its start.
+// Where the processor's block store beats stores of 16 bytes, where it beats the C library's wide stores, and where
+// copying beats stores of 16 bytes.
 constexpr size_t kBlockStoreFrom = size_t(2) << 10;
+constexpr size_t kWideBlockStoreFrom = size_t(4) << 20;
+constexpr size_t kCopyFrom = size_t(4) << 10;
 
-// A value repeated over 16 bytes.
-using Pattern = unsigned __int128;
-constexpr size_t kBlock = sizeof(Pattern);
+void owns_set(char* to, size_t bytes, uint8_t value) { std::memset(to, value, bytes); }
 
-template <class T>
-Pattern repeat(T value) {
-    UnsignedOf<sizeof(T)> bits;
-    std::memcpy(&bits, &value, sizeof value);
-    return ~Pattern(0) / UnsignedOf<sizeof(T)>(~UnsignedOf<sizeof(T)>(0)) * bits;
+void owns_set(char* to, size_t bytes, uint32_t value) {
+    size_t count = bytes / sizeof value;
+    if (bytes >= kWideBlockStoreFrom || reinterpret_cast<uintptr_t>(to) % sizeof(wchar_t) != 0)
+        asm volatile("rep stosl" : "+D"(to), "+c"(count) : "a"(value) : "memory");
+    else
+        std::wmemset(reinterpret_cast<wchar_t*>(to), static_cast<wchar_t>(value), count);
 }
 
-// The pattern that continues `pattern` after so many bytes of it.
-Pattern advance(Pattern pattern, size_t bytes) {
-    const size_t bits = 8 * (bytes % kBlock);
-    return pattern >> bits | pattern << (-bits % 128);
+void owns_set(char* to, size_t bytes, uint16_t value) {
+    if (reinterpret_cast<uintptr_t>(to) % sizeof(uint32_t) == sizeof value) {
+        std::memcpy(to, &value, sizeof value);
+        to += sizeof value;
+        bytes -= sizeof value;
+    }
+    owns_set(to, bytes, value * uint32_t(0x10001));
+    if (bytes % sizeof(uint32_t) != 0) std::memcpy(to + bytes - sizeof value, &value, sizeof value);
 }
 
-void block_store(void* to, size_t words, uint64_t word) {
-    asm volatile("rep stosq" : "+D"(to), "+c"(words) : "a"(word) : "memory");
-}
-
-// `bytes` is a multiple of the size of the value in `pattern`.
-void owns_set(char* to, size_t bytes, Pattern pattern) {
-    if (pattern == advance(pattern, 1)) {
-        std::memset(to, static_cast<unsigned char>(pattern), bytes);
-        return;
-    }
-    if (bytes < kBlock) {
-        std::memcpy(to, &pattern, bytes);
-        return;
-    }
-    // The first and the last block stand anywhere, those between them on multiples of 16. The array ends with
-    // a whole value, so that the last block is the first one again.
-    std::memcpy(to, &pattern, kBlock);
-    std::memcpy(to + bytes - kBlock, &pattern, kBlock);
-    const size_t before = -reinterpret_cast<uintptr_t>(to) % kBlock;
-    const Pattern inner = advance(pattern, before);
-    const auto low = uint64_t(inner), high = uint64_t(inner >> 64);
-    const size_t blocks = (bytes - before) / kBlock;
-    to += before;
-    if (bytes >= kBlockStoreFrom && low == high) {
-        block_store(to, 2 * blocks, low);
-        return;
-    }
-    const simd::i64x2 block = simd::pair(int64_t(low), int64_t(high));
+void store_blocks(char* to, size_t bytes, simd::i64x2 block) {
 #pragma GCC unroll 4
-    for (size_t i = 0; i < blocks; ++i) simd::store(reinterpret_cast<int64_t*>(to + i * kBlock), block);
+    for (size_t i = 0; i + sizeof block <= bytes; i += sizeof block) {
+        simd::store(reinterpret_cast<int64_t*>(to + i), block);
+    }
+}
+
+void owns_set(char* to, size_t bytes, uint64_t value) {
+    if (bytes >= kBlockStoreFrom) {
+        size_t words = bytes / sizeof value;
+        asm volatile("rep stosq" : "+D"(to), "+c"(words) : "a"(value) : "memory");
+        return;
+    }
+    store_blocks(to, bytes, simd::pair(int64_t(value), int64_t(value)));
+    std::memcpy(to + bytes - sizeof value, &value, sizeof value);
+}
+
+void owns_set(char* to, size_t bytes, unsigned __int128 value) {
+    const size_t first = std::min(bytes, kCopyFrom);
+    store_blocks(to, first, simd::pair(int64_t(value), int64_t(value >> 64)));
+    for (size_t done = first; done < bytes; done += first)
+        std::memcpy(to + done, to, std::min(first, bytes - done));
 }
 
 template <class T>
@@ -85,7 +87,8 @@ int32_t zero(T* destination, int32_t length) {
 template <class T>
 int32_t set(T* destination, int32_t length, T value) {
     if (const int32_t status = check(length, destination)) return status;
-    owns_set(reinterpret_cast<char*>(destination), size_t(length) * sizeof(T), repeat(value));
+    owns_set(reinterpret_cast<char*>(destination), size_t(length) * sizeof(T),
+             std::bit_cast<UnsignedOf<sizeof(T)>>(value));
     return kOzkPrimitivesOk;
 }
 

@@ -265,6 +265,13 @@ int32_t owns_sort(T* data, T* work, int32_t n, bool descend) {
     using Key = typename RadixKey<T>::Key;
     if (const int32_t status = check(n, data, work)) return status;
     const RadixKey<T> key_of(descend);
+    if (n == 2) {
+        Key first = key_of(data[0]), second = key_of(data[1]);
+        sort_pair(first, second);
+        data[0] = key_of.value(first);
+        data[1] = key_of.value(second);
+        return kOzkPrimitivesOk;
+    }
     const bool few = n == 3 || n == 4;  // sorted in less time than one mispredicted branch takes
     if (!few && sort_monotone<true>(data, n, key_of)) return kOzkPrimitivesOk;
     if (n <= Plan<sizeof(T)>::kMergeTo)

@@ -103,6 +103,21 @@ TEST(CopySetZero, SetKeepsValuesWhoseBytesPartlyAgree) {
         }
 }
 
+TEST(CopySetZero, SetFillsArraysOfManyMegabytes) {
+    for (const Member& member : kMembers) {
+        const int32_t n = int32_t(5000000 / member.width) + 1;
+        const size_t offset = member.alignment % 16;
+        const Bytes value = pattern(16, 201);
+        Bytes got(size_t(n) * member.width + offset + 1);
+        ASSERT_EQ(member.set(&got[offset], n, value.data()), kOzkPrimitivesOk);
+        size_t wrong = 0;
+        for (size_t i = 0; i + 1 < got.size() - offset; ++i)
+            wrong += got[offset + i] != value[i % member.width];
+        EXPECT_EQ(wrong, 0U) << member.type;
+        EXPECT_EQ(got.back(), 0) << member.type;
+    }
+}
+
 TEST(CopySetZero, CopyOfOverlappingArraysCopiesWhatTheSourceHeld) {
     for (const Member& member : kMembers)
         for (const int32_t n : {1, 3, 17, 100, 5000})
