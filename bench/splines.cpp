@@ -105,7 +105,7 @@ Case values(int64_t knots, bool sorted) {
 }
 
 std::vector<Case> cases() {
-    return {construction(1000),  construction(100'000), values(1000, true),
+    return {construction(1000),  construction(100'000), construction(1'000'000), values(1000, true),
             values(1000, false), values(100'000, true), values(100'000, false)};
 }
 

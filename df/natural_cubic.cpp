@@ -2,9 +2,13 @@
 //
 // Unknown are the slopes at the knots. The row of an inner knot says that the second derivative is continuous
 // there, the end rows state the end conditions (de Boor, "A Practical Guide to Splines", chapter IV). The
-// matrix depends on the partition alone: it is factored once.
+// matrix depends on the partition alone: it is factored once, in splines of many knots tile by tile.
+
+#include <algorithm>
 
 #include "df/construction.hpp"
+#include "df/natural_cubic_rows.hpp"
+#include "df/natural_cubic_tiles.hpp"
 #include "df/tridiagonal_spline.hpp"
 #include "ozk_df.h"
 
@@ -38,15 +42,15 @@ class NaturalCubic {
         const int64_t n = cells_;
         const auto secant = [&](int64_t i) { return (y[i + 1] - y[i]) / step(i); };
         T step_before = step(0), secant_before = secant(0);
-        b[0] = left_side(step_before, secant_before, n > 1 ? secant(1) : T(0));
+        b[0] = left_row(secant_before, n > 1 ? secant(1) : T(0)).side;
         for (int64_t i = 1; i < n; ++i) {
             const T h = step(i), s = secant(i);
             b[i] = T(3) * (h * secant_before + step_before * s);
-            if (i == n - 1) b[n] = right_side(step_before, h, secant_before, s);
+            if (i == n - 1) b[n] = right_row(s, secant_before).side;
             step_before = h;
             secant_before = s;
         }
-        if (n == 1) b[1] = right_side(T(0), step_before, T(0), secant_before);
+        if (n == 1) b[1] = right_row(secant_before, T(0)).side;
         if (periodic_) {
             const T h = step(0), s = secant(0);
             b[0] = T(3) * (h * secant_before + step_before * s);
@@ -85,29 +89,9 @@ class NaturalCubic {
             return;
         }
         for (int64_t i = 1; i < cells_; ++i) set_inner_row(i, i - 1);
-        switch (ends_.left) {
-            case EndCondition::kFirst:
-                system_.set_row(0, 0, 1, 0);
-                break;
-            case EndCondition::kNotAKnot:
-                system_.set_row(0, 0, step(1), step(0) + step(1));
-                break;
-            default:
-                system_.set_row(0, 0, 2, 1);
-                break;
-        }
-        const int64_t n = cells_;
-        switch (ends_.right) {
-            case EndCondition::kFirst:
-                system_.set_row(n, 0, 1, 0);
-                break;
-            case EndCondition::kNotAKnot:
-                system_.set_row(n, step(n - 2) + step(n - 1), step(n - 2), 0);
-                break;
-            default:
-                system_.set_row(n, 1, 2, 0);
-                break;
-        }
+        const EndRow<T> left = left_row(0, 0), right = right_row(0, 0);
+        system_.set_row(0, 0, left.diagonal, left.neighbour);
+        system_.set_row(cells_, right.neighbour, right.diagonal, 0);
     }
 
     // The row of knot i, which cell `before` and cell i meet at.
@@ -115,31 +99,13 @@ class NaturalCubic {
         system_.set_row(i, step(i), T(2) * (step(before) + step(i)), step(before));
     }
 
-    T left_side(T h0, T s0, T s1) const {
-        switch (ends_.left) {
-            case EndCondition::kFirst:
-                return ends_.left_value;
-            case EndCondition::kNotAKnot:
-                return not_a_knot_side(h0, step(1), s0, s1);
-            default:
-                return T(3) * s0 - T(0.5) * h0 * ends_.left_value;
-        }
+    EndRow<T> left_row(T s0, T s1) const {
+        return end_row(ends_.left, ends_.left_value, T(-1), step(0), step(std::min<int64_t>(1, cells_ - 1)),
+                       s0, s1);
     }
-
-    T right_side(T h_before, T h_last, T s_before, T s_last) const {
-        switch (ends_.right) {
-            case EndCondition::kFirst:
-                return ends_.right_value;
-            case EndCondition::kNotAKnot:
-                return not_a_knot_side(h_last, h_before, s_last, s_before);
-            default:
-                return T(3) * s_last + T(0.5) * h_last * ends_.right_value;
-        }
-    }
-
-    static T not_a_knot_side(T h_end, T h_inner, T s_end, T s_inner) {
-        const T sum = h_end + h_inner;
-        return ((h_end + T(2) * sum) * h_inner * s_end + h_end * h_end * s_inner) / sum;
+    EndRow<T> right_row(T s_last, T s_before) const {
+        return end_row(ends_.right, ends_.right_value, T(1), step(cells_ - 1),
+                       step(std::max<int64_t>(cells_ - 2, 0)), s_last, s_before);
     }
 
     template <class Values>
@@ -168,6 +134,8 @@ int natural_cubic(const DfTask* task, const OzkThreading* threading, const void*
     if (int status = check_cubic_boundary(*task)) return status;
     if (int status = check_arrays<T>(*task)) return status;
     return with_partition<T>(*task, [&](auto partition) -> int {
+        if (task->nx >= kTiledFrom)
+            return NaturalCubicTiles<T, decltype(partition)>(*task, partition).construct(threading);
         NaturalCubic<T, decltype(partition)> spline(partition, end_conditions<T>(*task));
         return construct_tridiagonal_spline<T>(*task, threading, spline);
     });

@@ -16,16 +16,24 @@ inline int64_t useful_threads(const OzkThreading* threading, int64_t items, int6
     return threading && most > 1 ? std::max<int64_t>(std::min(threading->thread_limit(), most), 1) : 1;
 }
 
-// Runs body(item) for each item; the first nonzero status, else 0. One thread is the calling one.
+// Runs body(item) or body(item, thread) for each item; the first nonzero status, else 0. One thread is the
+// calling one.
 template <class Body>
 int parallel_for(const OzkThreading* threading, int64_t items, int64_t threads, Body body) {
+    const auto run = [](Body& of, int64_t item, [[maybe_unused]] int64_t thread) -> int {
+        if constexpr (requires { of(item, thread); })
+            return of(item, thread);
+        else
+            return of(item);
+    };
     if (threads > 1) {
-        return threading->parallel_for(
-            items, threads, &body,
-            [](int64_t item, int64_t, void* context) -> int { return (*static_cast<Body*>(context))(item); });
+        return threading->parallel_for(items, threads, &body,
+                                       [](int64_t item, int64_t thread, void* context) -> int {
+                                           return decltype(run)()(*static_cast<Body*>(context), item, thread);
+                                       });
     }
     for (int64_t item = 0; item < items; ++item) {
-        if (int status = body(item)) return status;
+        if (int status = run(body, item, 0)) return status;
     }
     return 0;
 }

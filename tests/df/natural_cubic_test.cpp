@@ -18,7 +18,7 @@ TYPED_TEST(NaturalCubicSpline, HasItsDefiningPropertiesInEveryLayout) {
     constexpr int64_t ny = 3;
     const T ends[2] = {T(1.5), T(-0.75)};
     for (int64_t code : kCubicCodes) {
-        for (int64_t nx : {2, 3, 4, 5, 6, 17, 299, 300, 1000}) {
+        for (int64_t nx : {2, 3, 4, 5, 6, 17, 299, 300, 301, 1000, 4096, 4097, 9000}) {
             if (nx == 2 && code == kDfBoundaryNotAKnot) continue;
             const std::vector<T> rows = functions<T>(nx, ny, code == kDfBoundaryPeriodic);
             const std::vector<T> columns = by_columns(rows, nx, ny);
@@ -66,15 +66,52 @@ TYPED_TEST(NaturalCubicSpline, ReproducesCubicsThroughEveryEndConditionThatTheyM
 
 TYPED_TEST(NaturalCubicSpline, IsTheSameForAnyNumberOfThreads) {
     using T = TypeParam;
-    const std::vector<T> x = random_knots<T>(400, 5), y = functions<T>(400, 137, true);
-    for (int64_t code : {kDfBoundaryFree, kDfBoundaryPeriodic}) {
-        Task<T> one(400, x, kDfPartitionNonUniform, 137, y), many(400, x, kDfPartitionNonUniform, 137, y);
-        one.describe(kDfOrderCubic, kDfTypeNatural, code);
-        many.describe(kDfOrderCubic, kDfTypeNatural, code);
-        ASSERT_EQ(kDfOk, Df<T>::natural_cubic(one.handle, nullptr, nullptr));
-        ASSERT_EQ(kDfOk, Df<T>::natural_cubic(many.handle, ozk_serv_threading(), nullptr));
-        EXPECT_EQ(one.coefficients, many.coefficients);
+    for (const auto& [nx, ny] : {std::pair<int64_t, int64_t>{250, 200}, {400, 137}, {100000, 1}}) {
+        const std::vector<T> x = random_knots<T>(nx, 5), y = functions<T>(nx, ny, true);
+        for (int64_t code : {kDfBoundaryFree, kDfBoundaryPeriodic}) {
+            Task<T> one(nx, x, kDfPartitionNonUniform, ny, y), many(nx, x, kDfPartitionNonUniform, ny, y);
+            one.describe(kDfOrderCubic, kDfTypeNatural, code);
+            many.describe(kDfOrderCubic, kDfTypeNatural, code);
+            ASSERT_EQ(kDfOk, Df<T>::natural_cubic(one.handle, nullptr, nullptr));
+            ASSERT_EQ(kDfOk, Df<T>::natural_cubic(many.handle, ozk_serv_threading(), nullptr));
+            EXPECT_EQ(one.coefficients, many.coefficients);
+        }
     }
+}
+
+// The slopes of partitions whose steps jump by orders of magnitude, against elimination over all rows in long double.
+TYPED_TEST(NaturalCubicSpline, OfManyKnotsSolvesTheWholeSystem) {
+    using T = TypeParam;
+    constexpr int64_t nx = 20000;
+    std::mt19937_64 engine(9);
+    std::uniform_real_distribution<double> exponent(0, std::is_same_v<T, float> ? 2 : 6), value(-1, 1);
+    std::vector<T> x{0}, y;
+    for (int64_t i = 1; i < nx; ++i)
+        x.push_back(x.back() + static_cast<T>(std::exp2(std::round(exponent(engine)))));
+    for (int64_t i = 0; i < nx; ++i) y.push_back(static_cast<T>(value(engine)));
+    Task<T> task(nx, x, kDfPartitionNonUniform, 1, y);
+    task.describe(kDfOrderCubic, kDfTypeNatural, kDfBoundaryFree);
+    ASSERT_EQ(kDfOk, Df<T>::natural_cubic(task.handle, nullptr, nullptr));
+
+    using Exact = long double;
+    const auto h = [&](int64_t i) { return Exact(x[i + 1]) - Exact(x[i]); };
+    const auto s = [&](int64_t i) { return (Exact(y[i + 1]) - Exact(y[i])) / h(i); };
+    std::vector<Exact> p(nx), q(nx);
+    p[0] = 0.5L;
+    q[0] = 1.5L * s(0);
+    for (int64_t i = 1; i < nx; ++i) {
+        const bool last = i == nx - 1;
+        const Exact sub = last ? 1 : h(i), diagonal = last ? 2 : 2 * (h(i - 1) + h(i)),
+                    super = last ? 0 : h(i - 1);
+        const Exact side = last ? 3 * s(i - 1) : 3 * (h(i) * s(i - 1) + h(i - 1) * s(i));
+        const Exact pivot = diagonal - sub * p[i - 1];
+        p[i] = super / pivot;
+        q[i] = (side - sub * q[i - 1]) / pivot;
+    }
+    for (int64_t i = nx - 2; i >= 0; --i) q[i] -= p[i] * q[i + 1];
+    for (int64_t i = 0; i + 1 < nx; ++i)
+        ASSERT_NEAR(q[i], task.coefficients[4 * i + 1], 8 * kEpsilon<T>)
+            << "knot " << i;  // slopes are up to 4
 }
 
 TYPED_TEST(NaturalCubicSpline, ChecksInOrderAndWritesNothing) {
@@ -131,11 +168,13 @@ TYPED_TEST(NaturalCubicSpline, ChecksInOrderAndWritesNothing) {
     EXPECT_TRUE(task.untouched());
     EXPECT_EQ(kDfOk, construct());
 
-    const std::vector<T> coincident{0, 0, 0, 0, 0};
-    Task<T> singular(5, coincident, kDfPartitionNonUniform, 2, y);
-    singular.describe(kDfOrderCubic, kDfTypeNatural, kDfBoundaryFirstFirst, ends);
-    EXPECT_EQ(kDfErrorArgument, Df<T>::natural_cubic(singular.handle, nullptr, nullptr));
-    EXPECT_TRUE(singular.untouched());
+    for (const int64_t nx : {5, 5000}) {
+        const std::vector<T> coincident(nx), any(nx);
+        Task<T> singular(nx, coincident, kDfPartitionNonUniform, 1, any);
+        singular.describe(kDfOrderCubic, kDfTypeNatural, kDfBoundaryFirstFirst, ends);
+        EXPECT_EQ(kDfErrorArgument, Df<T>::natural_cubic(singular.handle, nullptr, nullptr));
+        EXPECT_TRUE(singular.untouched());
+    }
 }
 
 }  // namespace
