@@ -1,4 +1,5 @@
-/* Vector mathematics: mode, status, error callback, and every function of the catalogue.
+/* Vector mathematics: mode, status, error callback, and every function of the catalogue. What its kernels share, one
+ * number at a time: ozk_vml_scalars.h.
  *
  * A function _vml<p><Func> computes r[i] = f(a[i]) for i = 0 .. n - 1, <p> being the element type: s single,
  * d double, c single complex, z double complex. Counts and strides are 32-bit; strides count elements. n <= 0

@@ -47,4 +47,32 @@ class KernelControlWords {
     bool restore_mxcsr_ = false;
 };
 
+// Sets the x87 unit to 64-bit precision, rounding to nearest and all exceptions masked, what the functions of
+// ozk_vml_scalars.h need; the destructor gives the caller's word back and keeps the raised flags. For kernels that
+// call them, inside KernelControlWords.
+class ExtendedPrecision {
+  public:
+    ExtendedPrecision() : x87_(simd::read_x87_control()) {
+        const uint16_t wanted = static_cast<uint16_t>((x87_ & ~kRounding) | kMasks | kExtended);
+        if (x87_ != wanted) [[unlikely]] {
+            simd::write_x87_control(wanted);
+            restore_ = true;
+        }
+    }
+    ~ExtendedPrecision() {
+        if (restore_) [[unlikely]]
+            simd::write_x87_control(x87_);
+    }
+    ExtendedPrecision(const ExtendedPrecision&) = delete;
+    ExtendedPrecision& operator=(const ExtendedPrecision&) = delete;
+
+  private:
+    static constexpr uint16_t kMasks = 0x3F;
+    static constexpr uint16_t kExtended = 0x300;
+    static constexpr uint16_t kRounding = 0xC00;
+
+    uint16_t x87_;
+    bool restore_ = false;
+};
+
 }  // namespace ozk::vml

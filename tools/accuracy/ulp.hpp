@@ -30,8 +30,10 @@ template <class T>
 T round_to(mpfr_srcptr y) {
     if constexpr (sizeof(T) == 4)
         return mpfr_get_flt(y, MPFR_RNDN);
-    else
+    else if constexpr (sizeof(T) == 8)
         return mpfr_get_d(y, MPFR_RNDN);
+    else
+        return mpfr_get_ld(y, MPFR_RNDN);
 }
 
 // `scratch` has at least the precision of y plus that of T.
@@ -48,8 +50,11 @@ Judgement<T> judge(T r, mpfr_srcptr y, mpfr_ptr scratch) {
         if (!mpfr_zero_p(y) && mpfr_get_exp(y) > kOverflow) return {0, rounded};
         mpfr_set_si_2exp(scratch, r > 0 ? 1 : -1, kOverflow, MPFR_RNDN);
         mpfr_sub(scratch, scratch, y, MPFR_RNDN);
-    } else {
+    } else if constexpr (sizeof(T) <= 8) {
         mpfr_d_sub(scratch, static_cast<double>(r), y, MPFR_RNDN);
+    } else {
+        mpfr_set_ld(scratch, r, MPFR_RNDN);
+        mpfr_sub(scratch, scratch, y, MPFR_RNDN);
     }
     const int exponent = rounded == 0          ? limits::min_exponent - 1
                          : std::isinf(rounded) ? limits::max_exponent - 1

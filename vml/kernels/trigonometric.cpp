@@ -168,7 +168,7 @@ OZK_SIMD std::array<V, 2> sine_and_cosine_of(const Reduced<V>& x) {
 
 // The finite magnitude x, however large, less its nearest multiple of the step.
 ReducedHigh<f64x2> reduce_large(double x, int64_t origin) {
-    const TurnRemainder remainder = payne_hanek(x);
+    const TurnRemainder<double> remainder = payne_hanek(x);
     return {broadcast(kShifter + static_cast<double>(remainder.n + origin)), broadcast(remainder.r),
             broadcast(remainder.low)};
 }
