@@ -3,7 +3,7 @@
 // L'Ecuyer, "Good parameters and implementations for combined multiple recursive random number generators",
 // Oper. Res. 47 (1999).
 //
-// Long calls run eight lanes side by side, each on a segment of its own of the results: the lanes' first states
+// Long calls run four lanes side by side, each on a segment of its own of the results: the lanes' first states
 // come from the powers of the companion matrices, the last lane ends where the next block begins. The lanes hold
 // balanced residues, at most (m + 1) / 2 in size, as doubles: a step's sum of products is below 2^52.1 and its
 // quotient by m, rounded to nearest, leaves a balanced residue again, so that every operation but the estimate of
@@ -28,42 +28,44 @@ struct Triple {
 
 constexpr uint64_t low_word(uint64_t x) { return x & 0xFFFFFFFF; }
 
-// a x + b y + c z modulo a number next to 2^32, by which 2^32 is a small number: three sums of at most 2^47.
+// Arithmetic modulo a number kFold below 2^32, for which 2^32 is kFold.
 template <uint32_t kModulus>
-constexpr uint32_t dot(const uint32_t* a, uint32_t x, uint32_t y, uint32_t z) {
-    constexpr uint64_t kFold = (uint64_t{1} << 32) - kModulus;
-    const auto folded = [](uint64_t p) { return (p >> 32) * kFold + low_word(p); };
-    return static_cast<uint32_t>(
-        (folded(uint64_t{a[0]} * x) + folded(uint64_t{a[1]} * y) + folded(uint64_t{a[2]} * z)) % kModulus);
-}
+struct Modulo {
+    static constexpr uint64_t kFold = (uint64_t{1} << 32) - kModulus;
+
+    static constexpr uint64_t folded(uint64_t x) { return (x >> 32) * kFold + low_word(x); }
+
+    // Of x < 2^54: the first folding leaves less than 2^37, the second less than 2^32 + 2^20.
+    static constexpr uint32_t reduced(uint64_t x) {
+        x = folded(folded(x));
+        return static_cast<uint32_t>(x >= kModulus ? x - kModulus : x);
+    }
+
+    // a x + b y + c z
+    static constexpr uint32_t dot(const uint32_t* a, uint32_t x, uint32_t y, uint32_t z) {
+        const uint64_t first = uint64_t{a[0]} * x, second = uint64_t{a[1]} * y, third = uint64_t{a[2]} * z;
+        return reduced(((first >> 32) + (second >> 32) + (third >> 32)) * kFold + low_word(first) +
+                       low_word(second) + low_word(third));
+    }
+};
 
 template <uint32_t kModulus>
 constexpr Triple transform(const uint32_t* matrix, const Triple& t) {
-    return {{dot<kModulus>(matrix, t.x[0], t.x[1], t.x[2]), dot<kModulus>(matrix + 3, t.x[0], t.x[1], t.x[2]),
-             dot<kModulus>(matrix + 6, t.x[0], t.x[1], t.x[2])}};
+    return {{Modulo<kModulus>::dot(matrix, t.x[0], t.x[1], t.x[2]),
+             Modulo<kModulus>::dot(matrix + 3, t.x[0], t.x[1], t.x[2]),
+             Modulo<kModulus>::dot(matrix + 6, t.x[0], t.x[1], t.x[2])}};
 }
 
 // x(n) = kForward x(n - 3 + kPlace) - kBackward x(n - 3).
-template <uint32_t kModulus, int kPlace, uint32_t kForward, uint32_t kBackward>
+template <uint32_t kM, int kP, uint32_t kF, uint32_t kB>
 struct Recurrence {
-    static constexpr uint32_t kM = kModulus;
+    static constexpr uint32_t kModulus = kM, kForward = kF, kBackward = kB;
+    static constexpr int kPlace = kP;
 
     static uint32_t step(Triple& t) {
-        const uint32_t next = static_cast<uint32_t>(
-            (uint64_t{kForward} * t.x[kPlace] + uint64_t{kBackward} * (kModulus - t.x[0])) % kModulus);
+        const uint32_t next = Modulo<kModulus>::reduced(uint64_t{kForward} * t.x[kPlace] +
+                                                        uint64_t{kBackward} * (kModulus - t.x[0]));
         t = {{t.x[1], t.x[2], next}};
-        return next;
-    }
-
-    template <class Vector>
-    OZK_SIMD static Vector step(Vector (&x)[3]) {
-        using simd::broadcast;
-        const Vector p = x[kPlace] * broadcast(double{kForward}) - x[0] * broadcast(double{kBackward});
-        const Vector q = round_to_even(p * broadcast(1.0 / kModulus));
-        const Vector next = p - q * broadcast(double{kModulus});
-        x[0] = x[1];
-        x[1] = x[2];
-        x[2] = next;
         return next;
     }
 
@@ -84,8 +86,8 @@ constexpr void fill_powers(uint32_t (&powers)[kOzkVslMrg32k3aPowers][kMatrix]) {
         const uint32_t* const root = powers[k - 1];
         for (int row = 0; row < 3; ++row)
             for (int column = 0; column < 3; ++column)
-                powers[k][3 * row + column] =
-                    dot<Recurrence::kM>(root + 3 * row, root[column], root[3 + column], root[6 + column]);
+                powers[k][3 * row + column] = Modulo<Recurrence::kModulus>::dot(
+                    root + 3 * row, root[column], root[3 + column], root[6 + column]);
     }
 }
 
@@ -159,19 +161,24 @@ struct Mrg32k3a {
             const int32_t block = kLanes << level;
             for (; n >= block; n -= block, r += block) run_lanes(state, level, r, output);
         }
+        State rest = state;  // in registers
         for (; n > 0; --n, ++r) {
-            const uint32_t x = Recurrence1::step(state.first), y = Recurrence2::step(state.second);
-            *r = output(x >= y ? x - y : x - y + kModulus1);
+            const uint32_t x = Recurrence1::step(rest.first), y = Recurrence2::step(rest.second);
+            *r = output(x - y + (kModulus1 & (0u - (x < y))));  // no branch: it could not be foreseen
         }
+        state = rest;
         return kOzkVslSuccess;
     }
 
   private:
-    static constexpr int kLanes = 8;
-    using Vector = simd::wide<simd::f64x2, kLanes / 2>;
+    static constexpr int kLanes = 4;
+    static constexpr int kHalf = kLanes / 2;
+    // The lanes' first components, then their second ones: a step is one chain of operations, each of which
+    // is twice four independent ones.
+    using Vector = simd::wide<simd::f64x2, 2 * kHalf>;
     // Segments have 2^level words. Their starts are apart by less than a page, so that they do not compete for
     // the same places of the cache.
-    static constexpr int kLongest = 8, kShortest = 3;
+    static constexpr int kLongest = 9, kShortest = 3;
 
     static void seed(State& state, int32_t n, const uint32_t* words) {
         constexpr int32_t kSeeds = 6;
@@ -197,8 +204,11 @@ struct Mrg32k3a {
         }
     }
 
-    static double balanced(uint32_t x, uint32_t modulus) {
-        return x > modulus / 2 ? -static_cast<double>(modulus - x) : static_cast<double>(x);
+    // The balanced residues of two numbers.
+    static simd::f64x2 balanced(uint32_t low, uint32_t high, uint32_t modulus) {
+        const simd::f64x2 x = simd::pair(static_cast<double>(low), static_cast<double>(high));
+        const double m = modulus;
+        return x - ((simd::broadcast(m / 2) < x) & simd::broadcast(m));
     }
     static uint32_t residue(double x, uint32_t modulus) {
         return static_cast<uint32_t>(static_cast<int64_t>(x < 0 ? x + modulus : x));
@@ -216,6 +226,31 @@ struct Mrg32k3a {
         return x - y + and_not(max_unsigned(x, y) == x, simd::broadcast(static_cast<int32_t>(kModulus1)));
     }
 
+    // One number for either component.
+    OZK_SIMD static Vector both(double first, double second) {
+        Vector result;
+        for (int i = 0; i < kHalf; ++i) {
+            result.v[i] = simd::broadcast(first);
+            result.v[kHalf + i] = simd::broadcast(second);
+        }
+        return result;
+    }
+
+    OZK_SIMD static void advance(Vector (&x)[3]) {
+        using A = Recurrence1;
+        using B = Recurrence2;
+        Vector forward;
+        for (int i = 0; i < kHalf; ++i) {
+            forward.v[i] = x[A::kPlace].v[i];
+            forward.v[kHalf + i] = x[B::kPlace].v[kHalf + i];
+        }
+        const Vector p = forward * both(A::kForward, B::kForward) - x[0] * both(A::kBackward, B::kBackward);
+        const Vector q = round_to_even(p * both(1.0 / kModulus1, 1.0 / kModulus2));
+        x[0] = x[1];
+        x[1] = x[2];
+        x[2] = p - q * both(kModulus1, kModulus2);
+    }
+
     template <class Result, class Output>
     static void run_lanes(State& state, int level, Result* r, Output output) {
         State lanes[kLanes];
@@ -226,40 +261,32 @@ struct Mrg32k3a {
                                         transform<kModulus2>(power2(k), lanes[lane].second)};
             }
         }
-        Vector x[3], y[3];
+        Vector x[3];
         for (int age = 0; age < 3; ++age) {
-            for (int lane = 0; lane < kLanes; lane += 2) {
-                const State &low = lanes[lane], &high = lanes[lane + 1];
-                x[age].v[lane / 2] =
-                    simd::pair(balanced(low.first.x[age], kModulus1), balanced(high.first.x[age], kModulus1));
-                y[age].v[lane / 2] = simd::pair(balanced(low.second.x[age], kModulus2),
-                                                balanced(high.second.x[age], kModulus2));
+            for (int i = 0; i < kHalf; ++i) {
+                const State &low = lanes[2 * i], &high = lanes[2 * i + 1];
+                x[age].v[i] = balanced(low.first.x[age], high.first.x[age], kModulus1);
+                x[age].v[kHalf + i] = balanced(low.second.x[age], high.second.x[age], kModulus2);
             }
         }
         const int segment = 1 << level;
         for (int step = 0; step < segment; step += 4) {
-            simd::i32x4 low[4], high[4];  // four steps of lanes 0 to 3, and of the others
+            simd::i32x4 rows[4];
 #pragma GCC unroll 4
-            for (int i = 0; i < 4; ++i) {
-                const Vector a = Recurrence1::step(x), b = Recurrence2::step(y);
-                low[i] = combine(residues(a.v[0], a.v[1], kModulus1), residues(b.v[0], b.v[1], kModulus2));
-                high[i] = combine(residues(a.v[2], a.v[3], kModulus1), residues(b.v[2], b.v[3], kModulus2));
+            for (simd::i32x4& row : rows) {
+                advance(x);
+                const auto& v = x[2].v;
+                row = combine(residues(v[0], v[1], kModulus1), residues(v[2], v[3], kModulus2));
             }
-            transpose(low);
-            transpose(high);
+            transpose(rows);
 #pragma GCC unroll 4
-            for (int lane = 0; lane < 4; ++lane) {
-                output.put(r + lane * segment + step, low[lane]);
-                output.put(r + (lane + 4) * segment + step, high[lane]);
-            }
+            for (int lane = 0; lane < kLanes; ++lane) output.put(r + lane * segment + step, rows[lane]);
         }
         for (int age = 0; age < 3; ++age) {
-            state.first.x[age] = residue(high_lane(x[age]), kModulus1);
-            state.second.x[age] = residue(high_lane(y[age]), kModulus2);
+            state.first.x[age] = residue(simd::high(x[age].v[kHalf - 1]), kModulus1);
+            state.second.x[age] = residue(simd::high(x[age].v[2 * kHalf - 1]), kModulus2);
         }
     }
-
-    static double high_lane(const Vector& x) { return simd::high(x.v[kLanes / 2 - 1]); }
 };
 
 // x <- A^e x for any modulus, by squaring and multiplying.

@@ -67,7 +67,7 @@ struct Multiplicative : Modulus {
 
     // The outputs of so many passes; returns the next word.
     template <class Result, class Output>
-    static Word run(Word (&lanes)[kPass], Word step, int32_t passes, Result* r, Output output) {
+    OZK_SIMD static Word run(Word (&lanes)[kPass], Word step, int32_t passes, Result* r, Output output) {
         for (; passes > 0; --passes, r += kPass) {
             for (int i = 0; i < kPass; ++i) r[i] = output(lanes[i]);
             for (int i = 0; i < kPass; ++i) lanes[i] = Modulus::multiply(lanes[i], step);

@@ -102,8 +102,14 @@ struct R250 {
     static void follow(Word* words, int32_t n) {
         int32_t* const r = reinterpret_cast<int32_t*>(words);
         int32_t k = kWords;
-        for (; k + 4 <= n; k += 4) {
-            simd::store(r + k, simd::load(r + k - kWords) ^ simd::load(r + k - kNear));
+        // Up to an aligned place: results that straddle lines of the cache cost twice.
+        for (; k < n && reinterpret_cast<uintptr_t>(r + k) % 16 != 0; ++k)
+            r[k] = r[k - kWords] ^ r[k - kNear];
+        for (; k + 16 <= n; k += 16) {
+#pragma GCC unroll 4
+            for (int32_t i = k; i < k + 16; i += 4) {
+                simd::store(r + i, simd::load(r + i - kWords) ^ simd::load(r + i - kNear));
+            }
         }
         for (; k < n; ++k) r[k] = r[k - kWords] ^ r[k - kNear];
     }
