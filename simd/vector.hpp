@@ -47,6 +47,10 @@ OZK_SIMD f64x2 load(const double* p) { return {_mm_loadu_pd(p)}; }
 OZK_SIMD f32x4 load(const float* p) { return {_mm_loadu_ps(p)}; }
 OZK_SIMD i64x2 load(const int64_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
 OZK_SIMD i32x4 load(const int32_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+// At a place whose address is a multiple of 16.
+OZK_SIMD i32x4 load_aligned(const int32_t* p) {
+    return {_mm_load_si128(reinterpret_cast<const __m128i*>(p))};
+}
 OZK_SIMD void store(double* p, f64x2 a) { _mm_storeu_pd(p, a.v); }
 OZK_SIMD void store(float* p, f32x4 a) { _mm_storeu_ps(p, a.v); }
 OZK_SIMD void store(int64_t* p, i64x2 a) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v); }

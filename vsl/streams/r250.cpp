@@ -40,6 +40,7 @@ struct R250 {
         }
     }
 
+    // Long sequences of words are made in the results themselves.
     template <class Result, class Output>
     static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, Output output) {
         State& state = state_of<State>(stream);
@@ -98,20 +99,25 @@ struct R250 {
         }
     }
 
-    // The recurrence in the results, which hold the first kWords of n.
+    // The recurrence in the results, which hold the first kWords of n. Its fourth power, x(n) = x(n - 1000) xor
+    // x(n - 588), is as true as itself, and has all words of a vector in aligned places.
     static void follow(Word* words, int32_t n) {
         int32_t* const r = reinterpret_cast<int32_t*>(words);
+        const auto step = [&](int32_t k) { r[k] = r[k - kWords] ^ r[k - kNear]; };
+        const int32_t first = std::min(n, 4 * kWords);
         int32_t k = kWords;
-        // Up to an aligned place: results that straddle lines of the cache cost twice.
-        for (; k < n && reinterpret_cast<uintptr_t>(r + k) % 16 != 0; ++k)
-            r[k] = r[k - kWords] ^ r[k - kNear];
+        for (; k + 4 <= first; k += 4) {
+            simd::store(r + k, simd::load(r + k - kWords) ^ simd::load(r + k - kNear));
+        }
+        for (; k < n && (k < first || reinterpret_cast<uintptr_t>(r + k) % 16 != 0); ++k) step(k);
         for (; k + 16 <= n; k += 16) {
 #pragma GCC unroll 4
             for (int32_t i = k; i < k + 16; i += 4) {
-                simd::store(r + i, simd::load(r + i - kWords) ^ simd::load(r + i - kNear));
+                simd::store(r + i,
+                            simd::load_aligned(r + i - 4 * kWords) ^ simd::load_aligned(r + i - 4 * kNear));
             }
         }
-        for (; k < n; ++k) r[k] = r[k - kWords] ^ r[k - kNear];
+        for (; k < n; ++k) step(k);
     }
 
     // The state after n results of which it has seen the first kWords: result k stands at (i + k) mod kWords.
