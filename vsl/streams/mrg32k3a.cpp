@@ -56,45 +56,42 @@ constexpr Triple transform(const uint32_t* matrix, const Triple& t) {
              Modulo<kModulus>::dot(matrix + 6, t.x[0], t.x[1], t.x[2])}};
 }
 
-// x(n) = kForward x(n - 3 + kPlace) - kBackward x(n - 3).
-template <uint32_t kM, int kP, uint32_t kF, uint32_t kB>
+// x(n) = forward x(n - 3 + place) - backward x(n - 3) modulo the modulus.
 struct Recurrence {
-    static constexpr uint32_t kModulus = kM, kForward = kF, kBackward = kB;
-    static constexpr int kPlace = kP;
-
-    static uint32_t step(Triple& t) {
-        const uint32_t next = Modulo<kModulus>::reduced(uint64_t{kForward} * t.x[kPlace] +
-                                                        uint64_t{kBackward} * (kModulus - t.x[0]));
-        t = {{t.x[1], t.x[2], next}};
-        return next;
-    }
-
-    static constexpr void companion(uint32_t* matrix) {
-        matrix[1] = matrix[5] = 1;
-        matrix[6] = kModulus - kBackward;
-        matrix[6 + kPlace] = kForward;
-    }
+    uint32_t modulus;
+    int place;
+    uint32_t forward, backward;
 };
-using Recurrence1 = Recurrence<kModulus1, 1, 1403580, 810728>;
-using Recurrence2 = Recurrence<kModulus2, 2, 527612, 1370589>;
+constexpr Recurrence kFirst = {kModulus1, 1, 1403580, 810728};
+constexpr Recurrence kSecond = {kModulus2, 2, 527612, 1370589};
+
+template <Recurrence k>
+uint32_t step(Triple& t) {
+    const uint32_t next = Modulo<k.modulus>::reduced(uint64_t{k.forward} * t.x[k.place] +
+                                                     uint64_t{k.backward} * (k.modulus - t.x[0]));
+    t = {{t.x[1], t.x[2], next}};
+    return next;
+}
 
 // A^(2^k) for k = 0, 1, ... by repeated squaring.
-template <class Recurrence>
+template <Recurrence k>
 constexpr void fill_powers(uint32_t (&powers)[kOzkVslMrg32k3aPowers][kMatrix]) {
-    Recurrence::companion(powers[0]);
-    for (int k = 1; k < kOzkVslMrg32k3aPowers; ++k) {
-        const uint32_t* const root = powers[k - 1];
+    powers[0][1] = powers[0][5] = 1;
+    powers[0][6] = k.modulus - k.backward;
+    powers[0][6 + k.place] = k.forward;
+    for (int i = 1; i < kOzkVslMrg32k3aPowers; ++i) {
+        const uint32_t* const root = powers[i - 1];
         for (int row = 0; row < 3; ++row)
             for (int column = 0; column < 3; ++column)
-                powers[k][3 * row + column] = Modulo<Recurrence::kModulus>::dot(
-                    root + 3 * row, root[column], root[3 + column], root[6 + column]);
+                powers[i][3 * row + column] =
+                    Modulo<k.modulus>::dot(root + 3 * row, root[column], root[3 + column], root[6 + column]);
     }
 }
 
 constexpr OzkVslMrg32k3aTable make_table() {
     OzkVslMrg32k3aTable table = {};
-    fill_powers<Recurrence1>(table.first);
-    fill_powers<Recurrence2>(table.second);
+    fill_powers<kFirst>(table.first);
+    fill_powers<kSecond>(table.second);
     return table;
 }
 
@@ -120,7 +117,7 @@ void for_each_bit(int32_t n, const uint64_t* e, Found found) {
     }
 }
 
-int32_t table_words(int32_t n) { return std::min(n, kTableBits / kWordBits); }
+int32_t table_words(int32_t n) { return std::clamp(n, 0, kTableBits / kWordBits); }
 
 struct Mrg32k3a {
     using Word = uint32_t;
@@ -163,7 +160,7 @@ struct Mrg32k3a {
         }
         State rest = state;  // in registers
         for (; n > 0; --n, ++r) {
-            const uint32_t x = Recurrence1::step(rest.first), y = Recurrence2::step(rest.second);
+            const uint32_t x = step<kFirst>(rest.first), y = step<kSecond>(rest.second);
             *r = output(x - y + (kModulus1 & (0u - (x < y))));  // no branch: it could not be foreseen
         }
         state = rest;
@@ -173,11 +170,9 @@ struct Mrg32k3a {
   private:
     static constexpr int kLanes = 4;
     static constexpr int kHalf = kLanes / 2;
-    // The lanes' first components, then their second ones: a step is one chain of operations, each of which
-    // is twice four independent ones.
+    // The lanes' first components, then their second ones, so that the operations of both are neighbours.
     using Vector = simd::wide<simd::f64x2, 2 * kHalf>;
-    // Segments have 2^level words. Their starts are apart by less than a page, so that they do not compete for
-    // the same places of the cache.
+    // Segments have 2^level words. The longest make the lanes' first states cheap and still stay in the cache.
     static constexpr int kLongest = 9, kShortest = 3;
 
     static void seed(State& state, int32_t n, const uint32_t* words) {
@@ -237,14 +232,13 @@ struct Mrg32k3a {
     }
 
     OZK_SIMD static void advance(Vector (&x)[3]) {
-        using A = Recurrence1;
-        using B = Recurrence2;
         Vector forward;
         for (int i = 0; i < kHalf; ++i) {
-            forward.v[i] = x[A::kPlace].v[i];
-            forward.v[kHalf + i] = x[B::kPlace].v[kHalf + i];
+            forward.v[i] = x[kFirst.place].v[i];
+            forward.v[kHalf + i] = x[kSecond.place].v[kHalf + i];
         }
-        const Vector p = forward * both(A::kForward, B::kForward) - x[0] * both(A::kBackward, B::kBackward);
+        const Vector p =
+            forward * both(kFirst.forward, kSecond.forward) - x[0] * both(kFirst.backward, kSecond.backward);
         const Vector q = round_to_even(p * both(1.0 / kModulus1, 1.0 / kModulus2));
         x[0] = x[1];
         x[1] = x[2];

@@ -44,6 +44,8 @@ struct R250 {
     template <class Result, class Output>
     static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, Output output) {
         State& state = state_of<State>(stream);
+        state.i %= kWords;  // a state that was read from elsewhere may hold anything
+        state.j %= kWords;
         if constexpr (std::is_same_v<Output, Words<R250>>) {
             if (n >= 2 * kWords) {
                 advance(state, kWords, r, output);

@@ -1,4 +1,5 @@
-// Multiplicative congruential generators against exact integer arithmetic.
+// Seeding, leapfrog, skipping ahead and powers of the multiplicative congruential generators; their sequences see
+// recurrence_test.cpp.
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,7 @@ using Wide = unsigned __int128;
 struct Mcg31m1 {
     using Word = uint32_t;
     static constexpr uint32_t kIdentifier = kOzkVslMcg31m1;
-    static constexpr uint64_t kModulus = 0x7FFFFFFF, kMultiplier = 1132489760;
-    static constexpr double kUnit = 1.0 / kModulus;
+    static constexpr uint32_t kMultiplier = 1132489760;
     static Word power(uint64_t e) { return __vsliPowMod2P31M1(kMultiplier, e); }
     static constexpr uint64_t kOutput1000 = 1739502144, kOutput10000 = 378057968, kPowerOfHuge = 544240487;
 };
@@ -22,8 +22,7 @@ struct Mcg31m1 {
 struct Mcg59 {
     using Word = uint64_t;
     static constexpr uint32_t kIdentifier = kOzkVslMcg59;
-    static constexpr uint64_t kModulus = uint64_t{1} << 59, kMultiplier = 302875106592253;
-    static constexpr double kUnit = 0x1p-59;
+    static constexpr uint64_t kMultiplier = 302875106592253;
     static Word power(uint64_t e) { return __vsliPowMod2P59(kMultiplier, e); }
     static constexpr uint64_t kOutput1000 = 560455464919060725, kOutput10000 = 113423907277009813,
                               kPowerOfHuge = 266047032398913501;

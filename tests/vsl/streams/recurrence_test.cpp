@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfenv>
 #include <cmath>
 #include <deque>
 #include <numeric>
@@ -164,6 +165,31 @@ TYPED_TEST(Sequence, DoesNotDependOnHowItIsCutOrOnTheKindOfNumbersDrawn) {
         for (size_t i = 0; i < count; ++i, ++at) {
             const double a = -0.3f, scale = (0.7f - a) * TypeParam::kUnit;
             ASSERT_EQ(floats[i], static_cast<float>(TypeParam::number(expected[at]) * scale + a)) << at;
+        }
+    }
+}
+
+TYPED_TEST(Sequence, WordsDoNotDependOnTheRoundingMode) {
+    const Seed seed = this->seeds[2];
+    const auto expected = this->reference(seed, 3000);
+    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        const Stream stream = this->make(seed);
+        std::fesetround(mode);
+        const auto r = this->words(stream, expected.size());
+        std::fesetround(FE_TONEAREST);
+        EXPECT_EQ(r, expected) << mode;
+    }
+}
+
+TEST(R250Sequence, IndicesFromElsewhereDoNotLeadOutOfTheState) {
+    const Stream stream(kOzkVslR250, {1});
+    uint32_t* const state = const_cast<uint32_t*>(static_cast<const uint32_t*>(stream.state()));
+    std::vector<uint32_t> words(2000);
+    for (const uint32_t index : {250u, 0x80000000u, 0xFFFFFFFFu}) {
+        for (const int32_t n : {1, 2000}) {
+            state[250] = state[251] = index;
+            EXPECT_EQ(_vsliRngUniformBits(0, stream, n, words.data()), kOzkVslSuccess);
+            EXPECT_TRUE(state[250] < 250 && state[251] < 250);
         }
     }
 }
