@@ -86,7 +86,7 @@ Case word_case(const char* name, uint32_t generator, std::vector<Contender> same
 
 Case uniform_case(const char* name, uint32_t generator, std::vector<Contender> same_kind, int n = kNumbers) {
     using Unit = std::uniform_real_distribution<double>;
-    Case c{std::string(n == kLong ? "random/long uniform/" : "random/uniform/") + name, double(n),
+    Case c{std::string(n == kLong ? "random/doubles/" : "random/uniform/") + name, double(n),
            ours("_vsldRngUniform", kOzkVslUniformStandard, generator, n), std::move(same_kind)};
     c.peers.push_back(standard<std::mt19937_64>("mt19937_64", Unit(), n));
     c.peers.push_back(gsl<uniform>("taus2", gsl_rng_taus2, n));
