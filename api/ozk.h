@@ -248,6 +248,14 @@ OZK_API ozk_status ozk_generator_find(const char* name, uint32_t* generator);
 
 /* Creates a stream and seeds it with n 32-bit words (none: the generator's default). */
 OZK_API ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t* seed, ozk_stream** stream);
+/* Creates `count` streams from one seed for workers that draw at the same time, the best way that the generator
+ * offers: MCG31M1 and MCG59 give stream k numbers k, k + count, ...; of WH and MT2203 each has a parameter set of its
+ * own, from that of the identifier on; those of the others start so many numbers apart that no worker comes to the
+ * next one's: 2^127 of MRG32K3A, 2^63 of MT19937 and SFMT19937, 2^96 of ARS5 and PHILOX4X32X10; those of
+ * NONDETERMINISTIC are independent as they are. Refused for R250,
+ * SOBOL, NIEDERREITER, and for more streams than there are sets. */
+OZK_API ozk_status ozk_streams_new(uint32_t generator, int64_t n, const uint32_t* seed, int64_t count,
+                                   ozk_stream** streams);
 OZK_API ozk_status ozk_stream_copy(const ozk_stream* stream, ozk_stream** copy);
 /* Null is allowed. */
 OZK_API void ozk_stream_delete(ozk_stream* stream);

@@ -4,7 +4,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <string_view>
+#include <vector>
 
 #include "api/kernel.hpp"
 #include "ozk_vsl.h"
@@ -27,24 +29,35 @@ OZK_KERNEL(bits64, _vsliRngUniformBits64);
 constinit Kernel<int32_t(int32_t, OzkVslStream*, int32_t, double*, double, double)> double_gaussian{
     "_vsldRngGaussian"};
 
+// How streams for several workers are made from one seed.
+enum class Division {
+    kNone,      // there is only one
+    kLeapfrog,  // they take the numbers in turn
+    kBlocks,    // each starts 2^block_bits numbers after the one before
+    kSets,      // each has a parameter set of its own
+    kApart      // they have nothing in common anyway
+};
+
 struct Generator {
     std::string_view name;
     uint32_t identifier;
     uint32_t sets;  // of a family, else 0
+    Division division;
+    int block_bits = 0;
 };
-constexpr Generator kGenerators[] = {{"MCG31M1", kOzkVslMcg31m1, 0},
-                                     {"R250", kOzkVslR250, 0},
-                                     {"MRG32K3A", kOzkVslMrg32k3a, 0},
-                                     {"MCG59", kOzkVslMcg59, 0},
-                                     {"WH", kOzkVslWh, 273},
-                                     {"SOBOL", kOzkVslSobol, 0},
-                                     {"NIEDERREITER", kOzkVslNiederreiter, 0},
-                                     {"MT19937", kOzkVslMt19937, 0},
-                                     {"MT2203", kOzkVslMt2203, 6024},
-                                     {"SFMT19937", kOzkVslSfmt19937, 0},
-                                     {"NONDETERMINISTIC", kOzkVslNondeterministic, 0},
-                                     {"ARS5", kOzkVslArs5, 0},
-                                     {"PHILOX4X32X10", kOzkVslPhilox4x32x10, 0}};
+constexpr Generator kGenerators[] = {{"MCG31M1", kOzkVslMcg31m1, 0, Division::kLeapfrog},
+                                     {"R250", kOzkVslR250, 0, Division::kNone},
+                                     {"MRG32K3A", kOzkVslMrg32k3a, 0, Division::kBlocks, 127},
+                                     {"MCG59", kOzkVslMcg59, 0, Division::kLeapfrog},
+                                     {"WH", kOzkVslWh, 273, Division::kSets},
+                                     {"SOBOL", kOzkVslSobol, 0, Division::kNone},
+                                     {"NIEDERREITER", kOzkVslNiederreiter, 0, Division::kNone},
+                                     {"MT19937", kOzkVslMt19937, 0, Division::kBlocks, 63},
+                                     {"MT2203", kOzkVslMt2203, 6024, Division::kSets},
+                                     {"SFMT19937", kOzkVslSfmt19937, 0, Division::kBlocks, 63},
+                                     {"NONDETERMINISTIC", kOzkVslNondeterministic, 0, Division::kApart},
+                                     {"ARS5", kOzkVslArs5, 0, Division::kBlocks, 96},
+                                     {"PHILOX4X32X10", kOzkVslPhilox4x32x10, 0, Division::kBlocks, 96}};
 
 // Kernels count by 32 bits.
 constexpr int64_t kPiece = int64_t{1} << 30;
@@ -60,6 +73,49 @@ void require_stream(const void* stream) {
 int32_t small_count(int64_t n) {
     require(n >= 0 && n <= INT32_MAX, kOzkCodeSize, "The length is negative or above 2^31 - 1.");
     return static_cast<int32_t>(n);
+}
+
+ozk_stream* new_seeded(uint32_t generator, int64_t n, const uint32_t* seed) {
+    OzkVslStream* created = nullptr;
+    const int32_t status = new_stream(&created, generator, small_count(n), seed);
+    // A stream whose seed was not accepted exists.
+    if (status < 0 && created != nullptr) delete_stream(&created);
+    done(status);
+    return reinterpret_cast<ozk_stream*>(created);
+}
+
+// The row of an identifier; a generator that is registered at run time has none.
+const Generator* find_generator(uint32_t identifier) {
+    const auto* const row = std::find_if(
+        std::begin(kGenerators), std::end(kGenerators),
+        [=](const Generator& each) { return identifier - each.identifier < std::max(each.sets, 1u); });
+    return row == std::end(kGenerators) ? nullptr : row;
+}
+
+void skip_block(OzkVslStream* stream, int bits) {
+    constexpr int kWordBits = 64;
+    uint64_t count[3] = {};
+    count[bits / kWordBits] = uint64_t{1} << (bits % kWordBits);
+    done(bits < kWordBits ? skip_ahead(stream, count[0])
+                          : skip_ahead_words(stream, static_cast<int32_t>(std::size(count)), count));
+}
+
+// Stream k before it is moved to its place; `before` is stream k - 1.
+ozk_stream* worker_stream(const Generator& row, uint32_t generator, int64_t n, const uint32_t* seed,
+                          int64_t k, const ozk_stream* before) {
+    if (row.division == Division::kSets) return new_seeded(generator + static_cast<uint32_t>(k), n, seed);
+    if (row.division != Division::kBlocks || k == 0) return new_seeded(generator, n, seed);
+    OzkVslStream* copy = nullptr;
+    done(copy_stream(&copy, reinterpret_cast<const OzkVslStream*>(before)));
+    return reinterpret_cast<ozk_stream*>(copy);
+}
+
+void move_to_place(const Generator& row, ozk_stream* stream, int64_t k, int64_t count) {
+    if (row.division == Division::kLeapfrog) {
+        done(leapfrog(record(stream), static_cast<int32_t>(k), static_cast<int32_t>(count)));
+    } else if (row.division == Division::kBlocks && k > 0) {
+        skip_block(record(stream), row.block_bits);
+    }
 }
 
 // Draws n numbers by generate(results, count, of them), piece after piece.
@@ -118,12 +174,35 @@ ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t* seed, o
     return guarded(kOzkRandom, "ozk_stream_new", [&] {
         require(stream != nullptr, kOzkCodeNull, "The place for the stream is null: pass one.");
         require(seed != nullptr || n == 0, kOzkCodeNull, "The seed is null: pass n words.");
-        OzkVslStream* created = nullptr;
-        const int32_t status = new_stream(&created, generator, small_count(n), seed);
-        // A stream whose seed was not accepted exists.
-        if (status < 0 && created != nullptr) delete_stream(&created);
-        done(status);
-        *stream = reinterpret_cast<ozk_stream*>(created);
+        *stream = new_seeded(generator, n, seed);
+    });
+}
+
+ozk_status ozk_streams_new(uint32_t generator, int64_t n, const uint32_t* seed, int64_t count,
+                           ozk_stream** streams) {
+    return guarded(kOzkRandom, "ozk_streams_new", [&] {
+        require(count >= 0 && count <= INT32_MAX, kOzkCodeSize,
+                "The number of streams is negative or above 2^31 - 1.");
+        require(streams != nullptr || count == 0, kOzkCodeNull, "The array of streams is null: pass one.");
+        require(seed != nullptr || n == 0, kOzkCodeNull, "The seed is null: pass n words.");
+        const Generator* const row = find_generator(generator);
+        require(row != nullptr && row->division != Division::kNone, kOzkCodeArgument,
+                "The numbers of the generator cannot be divided: pass one that can be, such as MRG32K3A.");
+        require(row->division != Division::kSets || count <= row->sets - (generator - row->identifier),
+                kOzkCodeArgument,
+                "The family has fewer parameter sets: ask for fewer streams or pass MRG32K3A.");
+        struct Made {
+            std::vector<ozk_stream*> streams;
+            ~Made() { std::for_each(streams.begin(), streams.end(), ozk_stream_delete); }
+        } made;
+        made.streams.reserve(static_cast<size_t>(count));
+        for (int64_t k = 0; k < count; ++k) {
+            made.streams.push_back(
+                worker_stream(*row, generator, n, seed, k, k == 0 ? nullptr : made.streams.back()));
+            move_to_place(*row, made.streams.back(), k, count);
+        }
+        std::copy(made.streams.begin(), made.streams.end(), streams);
+        made.streams.clear();
     });
 }
 

@@ -32,3 +32,10 @@ add_executable(ozk_status tools/status.cpp)
 target_link_libraries(ozk_status PRIVATE ozk_options fmt::fmt ${CMAKE_DL_LIBS})
 target_compile_definitions(ozk_status PRIVATE OZK_KERNEL_LIBRARY="$<TARGET_FILE:ozk_vml_mc3>")
 add_dependencies(ozk_status ozk_vml_mc3)
+
+# Numbers of any generator on standard output, for test batteries.
+find_package(CLI11 REQUIRED)
+add_executable(ozk_random tools/random/ozk_random.cpp)
+set_target_properties(ozk_random PROPERTIES OUTPUT_NAME ozk-random)
+target_link_libraries(ozk_random PRIVATE ozk_options ozk_core CLI11::CLI11)
+add_dependencies(ozk_random ozk_vml_mc3)

@@ -84,6 +84,8 @@ enum OzkVslMethod {
 enum OzkVslLimits {
     kOzkVslRegistryRows = 512,      /* Rows of room in a generator table. */
     kOzkVslSharedDataEntries = 128, /* Entries of the shared data table. */
+    kOzkVslWhSets = 273,            /* Parameter sets of WH. */
+    kOzkVslMrg32k3aPowers = 193,    /* Matrices of a component in the table of MRG32K3A. */
     kOzkVslGaussianChunk = 2        /* Identifier of the chunk that holds the pending pair of uniforms. */
 };
 
@@ -130,6 +132,21 @@ typedef struct OzkVslBrngProperties {
 typedef struct OzkVslBrngTable {
     OzkVslBrngProperties rows[kOzkVslRegistryRows];
 } OzkVslBrngTable;
+
+/* Tables of parameters, see below. */
+typedef struct OzkVslMrg32k3aTable {
+    uint32_t first[kOzkVslMrg32k3aPowers][9];
+    uint32_t second[kOzkVslMrg32k3aPowers][9];
+} OzkVslMrg32k3aTable;
+typedef struct OzkVslWhModuli {
+    uint32_t sets[kOzkVslWhSets][4];
+} OzkVslWhModuli;
+typedef struct OzkVslWhMultipliers {
+    uint32_t sets[kOzkVslWhSets];
+} OzkVslWhMultipliers;
+typedef struct OzkVslWhReciprocals {
+    double sets[kOzkVslWhSets][4];
+} OzkVslWhReciprocals;
 
 /* An entry of the process-wide table of read-only data that chunks of several streams point to. */
 typedef struct OzkVslSharedData {
@@ -282,6 +299,28 @@ OZK_EXPORT uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t e);
 OZK_EXPORT uint64_t __vsliPowMod2P59(uint64_t a, uint64_t e);
 OZK_EXPORT uint32_t __vsliPowMod(uint32_t a, uint64_t e, uint32_t m);
 
+/* x <- a^e x mod m, for a vector x of 3 and a matrix a of 3 by 3 numbers, row after row, all below m: e is one
+ * word, or n words, least significant first. By squaring and multiplying. */
+OZK_EXPORT void __vsliVect3PowMod(const uint32_t* a, uint64_t e, uint32_t m, uint32_t* x);
+OZK_EXPORT void __vsliVect3PowArrayMod(const uint32_t* a, int32_t n, const uint64_t* e, uint32_t m,
+                                       uint32_t* x);
+
+/* The same for the matrices of the two components of MRG32K3A, by multiplying with the powers of the table
+ * below. Of e, words 0 to 2 count. */
+OZK_EXPORT void __vsliVect3PowArrayMod_M1(int32_t n, const uint64_t* e, uint32_t* x);
+OZK_EXPORT void __vsliVect3PowArrayMod_M2(int32_t n, const uint64_t* e, uint32_t* x);
+
+/* ---- Parameters of basic generators ----------------------------------------------------------------- */
+
+/* A^(2^k) of the matrices that advance the two components of MRG32K3A by one step, row after row. */
+extern OZK_EXPORT const OzkVslMrg32k3aTable _vsl_mrg32k3a_skipahead_table;
+
+/* The parameter sets of WH: moduli; multipliers, one a byte, the first in the lowest; reciprocals of the
+ * moduli. */
+extern OZK_EXPORT const OzkVslWhModuli _vsl_WH_M;
+extern OZK_EXPORT const OzkVslWhMultipliers _vsl_WH_A;
+extern OZK_EXPORT const OzkVslWhReciprocals _vsldWH_IM_Tab;
+
 /* ---- Basic generators ------------------------------------------------------------------------------- *
  * Each family has the four functions of its registry row. They always succeed once the stream exists, unless
  * a family's comment says otherwise. Results on [a, b) are x * ((b - a) * c) + a in double arithmetic, where
@@ -306,6 +345,31 @@ OZK_VSL_DECLARE_GENERATOR(MCG31M1)
  * upper half, modulo 2^59; 1 when that is 0 or there is none. Odd seeds have period 2^57; the low bits of a
  * word have short periods. Leapfrog, skip ahead. */
 OZK_VSL_DECLARE_GENERATOR(MCG59)
+
+/* Generalised feedback shift register x(n) = x(n - 250) xor x(n - 147) (Kirkpatrick and Stoll, "A very fast
+ * shift-register sequence random number generator", J. Comput. Phys. 40 (1981)). Words of 32 bits. Seed: 250
+ * words or more are the first 250 of the state as they are; fewer give a start value, word 0 (1 when that is 0
+ * or there is none), whose products with the powers of 69069 are the state, made linearly independent. Period
+ * 2^250 - 1 unless all words of the state are 0. Triples x(n), x(n - 147), x(n - 250) depend on each other:
+ * for results that do not mind. Neither leapfrog nor skip ahead. */
+OZK_VSL_DECLARE_GENERATOR(R250)
+
+/* Combined multiple recursive generator MRG32k3a (L'Ecuyer, "Good parameters and implementations for combined
+ * multiple recursive random number generators", Oper. Res. 47 (1999)). Words of 32 bits, 0 to 2^32 - 210; c is
+ * 1 / (2^32 - 209). Seed: up to six words, three of each component, oldest first; missing ones are 1; those
+ * not below the component's modulus lose it once; a component of three zeros becomes (1, 0, 0). Period about
+ * 2^191. Skip ahead, extended skip ahead. Generating raises the floating-point flag "inexact". */
+OZK_VSL_DECLARE_GENERATOR(MRG32K3A)
+
+/* Combined Wichmann-Hill generator: four multiplicative congruential generators x(q) <- a(q) x(q) mod m(q) of
+ * parameter set k, the identifier being kOzkVslWh + k (Wichmann and Hill, "An efficient and portable
+ * pseudo-random number generator", Applied Statistics 31 (1982); Maclaren, "The generation of multiple
+ * independent sequences of pseudorandom numbers", Applied Statistics 38 (1989)). Words of 16 bytes: the four
+ * components. Results on [a, b) are a + (b - a) u, where u is the fractional part of the sum of the x(q) times
+ * the reciprocals of the m(q), added as (first + third) + (second + fourth) in double arithmetic. Seed: word q
+ * modulo m(q), 1 when that is 0 or there is none. Period: the product of the m(q) - 1 over 8, about 2^93.
+ * Leapfrog, skip ahead. */
+OZK_VSL_DECLARE_GENERATOR(WH)
 
 /* ---- Uniform distributions -------------------------------------------------------------------------- *
  * Each returns the first negative status of the basic generator, else 0. Parameters are not checked. */

@@ -47,6 +47,10 @@ OZK_SIMD f64x2 load(const double* p) { return {_mm_loadu_pd(p)}; }
 OZK_SIMD f32x4 load(const float* p) { return {_mm_loadu_ps(p)}; }
 OZK_SIMD i64x2 load(const int64_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
 OZK_SIMD i32x4 load(const int32_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+// At a place whose address is a multiple of 16.
+OZK_SIMD i32x4 load_aligned(const int32_t* p) {
+    return {_mm_load_si128(reinterpret_cast<const __m128i*>(p))};
+}
 OZK_SIMD void store(double* p, f64x2 a) { _mm_storeu_pd(p, a.v); }
 OZK_SIMD void store(float* p, f32x4 a) { _mm_storeu_ps(p, a.v); }
 OZK_SIMD void store(int64_t* p, i64x2 a) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v); }
@@ -150,6 +154,10 @@ OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator-(i32x4 a, i32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 max(i32x4 a, i32x4 b) { return {_mm_max_epi32(a.v, b.v)}; }
+OZK_SIMD i32x4 min_unsigned(i32x4 a, i32x4 b) { return {_mm_min_epu32(a.v, b.v)}; }
+OZK_SIMD i32x4 max_unsigned(i32x4 a, i32x4 b) { return {_mm_max_epu32(a.v, b.v)}; }
+// The 64-bit products of lanes 0 and of lanes 2, unsigned.
+OZK_SIMD i64x2 multiply_even(i32x4 a, i32x4 b) { return {_mm_mul_epu32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -170,6 +178,8 @@ OZK_SIMD f64x2 operator^(f64x2 a, f64x2 b) { return {_mm_xor_pd(a.v, b.v)}; }
 OZK_SIMD f32x4 operator&(f32x4 a, f32x4 b) { return {_mm_and_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator|(f32x4 a, f32x4 b) { return {_mm_or_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator^(f32x4 a, f32x4 b) { return {_mm_xor_ps(a.v, b.v)}; }
+
+OZK_SIMD i32x4 and_not(i32x4 mask, i32x4 a) { return {_mm_andnot_si128(mask.v, a.v)}; }  // a where not mask
 
 template <int kCount>
 OZK_SIMD i64x2 shift_left(i64x2 a) {
@@ -209,6 +219,7 @@ OZK_SIMD f32x4 operator<=(f32x4 a, f32x4 b) { return {_mm_cmple_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator==(f32x4 a, f32x4 b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less(f32x4 a, f32x4 b) { return {_mm_cmpnlt_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less_or_equal(f32x4 a, f32x4 b) { return {_mm_cmpnle_ps(a.v, b.v)}; }
+OZK_SIMD i32x4 operator==(i32x4 a, i32x4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator>(i32x4 a, i32x4 b) { return {_mm_cmpgt_epi32(a.v, b.v)}; }
 OZK_SIMD i64x2 operator>(i64x2 a, i64x2 b) { return {_mm_cmpgt_epi64(a.v, b.v)}; }
 
@@ -249,6 +260,16 @@ OZK_SIMD f32x4 to_f32(f64x2 low, f64x2 high) {
 }
 // Lanes 0 and 1 of signed 32-bit integers as doubles.
 OZK_SIMD f64x2 low_to_f64(i32x4 a) { return {_mm_cvtepi32_pd(a.v)}; }
+// Lanes 0 and 1, lanes 2 and 3 of unsigned 32-bit integers as doubles: as low words under the high word of
+// 2^52, which is taken away.
+OZK_SIMD f64x2 low_unsigned_to_f64(i32x4 a) {
+    const __m128i words = _mm_unpacklo_epi32(a.v, _mm_set1_epi32(0x43300000));
+    return {_mm_sub_pd(_mm_castsi128_pd(words), _mm_set1_pd(0x1p52))};
+}
+OZK_SIMD f64x2 high_unsigned_to_f64(i32x4 a) {
+    const __m128i words = _mm_unpackhi_epi32(a.v, _mm_set1_epi32(0x43300000));
+    return {_mm_sub_pd(_mm_castsi128_pd(words), _mm_set1_pd(0x1p52))};
+}
 OZK_SIMD f32x4 to_f32(i32x4 a) { return {_mm_cvtepi32_ps(a.v)}; }
 OZK_SIMD i32x4 round_to_i32(f32x4 a) { return {_mm_cvtps_epi32(a.v)}; }
 OZK_SIMD i32x4 truncate_to_i32(f32x4 a) { return {_mm_cvttps_epi32(a.v)}; }
@@ -280,6 +301,18 @@ OZK_SIMD i32x4 even_lanes(i32x4 a, i32x4 b) {
 OZK_SIMD i32x4 odd_lanes(i32x4 a, i32x4 b) {
     return {_mm_castps_si128(
         _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(3, 1, 3, 1)))};
+}
+
+// Lanes 0 and 2 of `even`, 1 and 3 of `odd`.
+OZK_SIMD i32x4 blend(i32x4 even, i32x4 odd) { return {_mm_blend_epi16(even.v, odd.v, 0xCC)}; }
+// Rows become columns.
+OZK_SIMD void transpose(i32x4 (&rows)[4]) {
+    const __m128i a = _mm_unpacklo_epi32(rows[0].v, rows[1].v), b = _mm_unpacklo_epi32(rows[2].v, rows[3].v);
+    const __m128i c = _mm_unpackhi_epi32(rows[0].v, rows[1].v), d = _mm_unpackhi_epi32(rows[2].v, rows[3].v);
+    rows[0].v = _mm_unpacklo_epi64(a, b);
+    rows[1].v = _mm_unpackhi_epi64(a, b);
+    rows[2].v = _mm_unpacklo_epi64(c, d);
+    rows[3].v = _mm_unpackhi_epi64(c, d);
 }
 
 }  // namespace ozk::simd

@@ -74,18 +74,27 @@ class stream {
         detail::check(ozk_stream_skip_ahead_words(stream_, static_cast<int64_t>(count.size()), count.data()));
     }
 
-    // `count` streams that deal this one's numbers out by leapfrog: stream k gives numbers k, k + count, ...
-    std::vector<stream> streams(int64_t count) const {
-        std::vector<stream> dealt;
-        dealt.reserve(count < 0 ? 0 : static_cast<size_t>(count));
-        for (int64_t k = 0; k < count; ++k) {
-            dealt.push_back(*this);
-            dealt.back().leapfrog(k, count);
-        }
-        return dealt;
+    // Streams for `count` workers that draw at the same time, from one seed, by the best way that the generator
+    // offers: see ozk_streams_new. Throws error where it offers none.
+    static std::vector<stream> for_workers(const std::string& generator, int64_t count,
+                                           std::span<const uint32_t> seed) {
+        uint32_t identifier = 0;
+        detail::check(ozk_generator_find(generator.c_str(), &identifier));
+        std::vector<ozk_stream*> made(count < 0 ? 0 : static_cast<size_t>(count));
+        std::vector<stream> streams;
+        streams.reserve(made.size());
+        detail::check(
+            ozk_streams_new(identifier, static_cast<int64_t>(seed.size()), seed.data(), count, made.data()));
+        for (ozk_stream* each : made) streams.push_back(stream(each));
+        return streams;
+    }
+    static std::vector<stream> for_workers(const std::string& generator, int64_t count, uint32_t seed = 1) {
+        return for_workers(generator, count, std::span<const uint32_t>(&seed, 1));
     }
 
   private:
+    explicit stream(ozk_stream* created) : stream_(created) {}
+
     ozk_stream* stream_ = nullptr;
 };
 

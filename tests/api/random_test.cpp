@@ -41,16 +41,15 @@ TEST(Stream, GivesTheNumbersOfItsGeneratorHoweverTheyAreCut) {
     }
 }
 
-TEST(Stream, IsAValueThatCopiesMovesSkipsAndDealsItsNumbersOut) {
+TEST(Stream, IsAValueThatCopiesMovesSkipsAndLeapfrogs) {
     ozk::stream original("MCG59", 11);
     draw(original, 10);
     ozk::stream copy = original, skipped = original;
     const std::vector<double> expected = draw(original, kNumbers);
-    const std::vector<ozk::stream> none = copy.streams(0);
-    std::vector<ozk::stream> dealt = copy.streams(3);
-    EXPECT_TRUE(none.empty());
     for (size_t k = 0; k < 3; ++k) {
-        const std::vector<double> numbers = draw(dealt[k], kNumbers / 3);
+        ozk::stream dealt = copy;
+        dealt.leapfrog(static_cast<int64_t>(k), 3);
+        const std::vector<double> numbers = draw(dealt, kNumbers / 3);
         for (size_t i = 0; i < numbers.size(); ++i) EXPECT_EQ(numbers[i], expected[3 * i + k]);
     }
     EXPECT_EQ(draw(copy, kNumbers), expected);
@@ -59,6 +58,34 @@ TEST(Stream, IsAValueThatCopiesMovesSkipsAndDealsItsNumbersOut) {
     ozk::stream assigned("MCG31M1");
     assigned = moved;
     EXPECT_EQ(draw(assigned, 5), std::vector<double>(expected.begin() + 100, expected.begin() + 105));
+}
+
+TEST(Stream, ForWorkersDividesTheNumbersTheWayTheGeneratorOffers) {
+    constexpr size_t kWorkers = 3;
+    const uint32_t seed[] = {77, 5, 6};
+    const auto expect_starts = [&](const std::string& name, auto start_of) {
+        std::vector<ozk::stream> streams = ozk::stream::for_workers(name, kWorkers, seed);
+        ASSERT_EQ(streams.size(), kWorkers) << name;
+        for (size_t k = 0; k < kWorkers; ++k) {
+            ozk::stream expected = start_of(k);
+            EXPECT_EQ(draw(streams[k], 200), draw(expected, 200)) << name << " " << k;
+        }
+    };
+    for (const char* name : {"MCG31M1", "MCG59"}) {
+        expect_starts(name, [&](size_t k) {
+            ozk::stream stream(name, seed);
+            stream.leapfrog(static_cast<int64_t>(k), kWorkers);
+            return stream;
+        });
+    }
+    expect_starts("WH:20", [&](size_t k) { return ozk::stream("WH:" + std::to_string(20 + k), seed); });
+    expect_starts("MRG32K3A", [&](size_t k) {
+        ozk::stream stream("MRG32K3A", seed);
+        stream.skip_ahead(std::vector<uint64_t>{0, k << 63, k >> 1});
+        return stream;
+    });
+    EXPECT_TRUE(ozk::stream::for_workers("MRG32K3A", 0).empty());
+    EXPECT_EQ(ozk::stream::for_workers("WH:272", 1).size(), 1u);
 }
 
 TEST(Stream, StaysInTheIntervalOfEachType) {
@@ -96,6 +123,9 @@ TEST(Stream, RefusesWithoutWritingOrMoving) {
     refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, NAN, 1); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(3, 3); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(-1, 3); });
+    refused(kOzkCodeArgument, [] { ozk::stream::for_workers("R250", 2); });
+    refused(kOzkCodeArgument, [] { ozk::stream::for_workers("WH:271", 3); });
+    refused(kOzkCodeSize, [] { ozk::stream::for_workers("MCG59", -1); });
     refused(kOzkVslErrorNoSkipAheadEx, [&] { stream.skip_ahead(std::vector<uint64_t>{1, 1}); });
     EXPECT_EQ(ozk_status_code(ozk_d_uniform(nullptr, 1, numbers.data(), 0, 1)), kOzkCodeNull);
     EXPECT_EQ(numbers, std::vector<double>(10, 7));

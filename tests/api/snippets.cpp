@@ -61,7 +61,7 @@ TEST(Snippet, Streams) {
     std::vector<double> u(1000);
     stream.uniform(u, -1, 1);
 
-    std::vector<ozk::stream> workers = stream.streams(4);  // four streams that deal the numbers out
+    std::vector<ozk::stream> workers = ozk::stream::for_workers("MRG32K3A", 4, 2024);  // independent streams
     workers[0].uniform(u);
     // [end]
     EXPECT_EQ(workers.size(), 4u);

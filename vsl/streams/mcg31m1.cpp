@@ -23,6 +23,21 @@ struct Modulus31 {
         return std::min(sum, sum - kModulus);
     }
 
+    // Twice a multiplier: the product by it has floor(x y / 2^31) as its upper word, and twice the rest below.
+    struct Factor {
+        simd::i32x4 doubled;
+        explicit Factor(Word y) : doubled(simd::broadcast(static_cast<int32_t>(2 * y))) {}
+    };
+
+    OZK_SIMD static simd::i32x4 multiply(simd::i32x4 x, const Factor& y) {
+        const simd::i64x2 even = multiply_even(x, y.doubled);
+        const simd::i64x2 odd = multiply_even(as_i32(simd::shift_right<32>(as_i64(x))), y.doubled);
+        const simd::i32x4 upper = blend(as_i32(simd::shift_right<32>(even)), as_i32(odd));
+        const simd::i32x4 lower = blend(as_i32(even), as_i32(simd::shift_left<32>(odd)));
+        const simd::i32x4 sum = simd::shift_right<1>(lower) + upper;
+        return min_unsigned(sum, sum - simd::broadcast(static_cast<int32_t>(kModulus)));
+    }
+
     static double number(Word x) { return static_cast<int32_t>(x); }
 
     static Word seed(int32_t n, const uint32_t* words) {

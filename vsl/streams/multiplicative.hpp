@@ -3,7 +3,8 @@
 // Sixteen lanes run side by side, lane i at output i of a pass, each advancing by a^16: the products of a
 // pass don't wait for each other, and the sequence is that of one step at a time.
 //
-// A Modulus has Word, multiply(x, y), kMultiplier, kUnit, number(x) and seed(n, words).
+// A Modulus has Word, multiply(x, y), kMultiplier, kUnit, number(x) and seed(n, words). One whose products are
+// better made of vectors has, too: Factor, a multiplier prepared for them, and multiply(four words, Factor).
 #pragma once
 
 #include "vsl/streams/generator.hpp"
@@ -48,11 +49,10 @@ struct Multiplicative : Modulus {
         if (n >= kPass) {
             Word lanes[kPass];
             const Word step = spread(lanes, x, a);
-            for (; n >= kPass; n -= kPass, r += kPass) {
-                for (int i = 0; i < kPass; ++i) r[i] = output(lanes[i]);
-                for (int i = 0; i < kPass; ++i) lanes[i] = Modulus::multiply(lanes[i], step);
-            }
-            x = lanes[0];
+            const int32_t passes = n / kPass;
+            x = run(lanes, step, passes, r, output);
+            r += passes * kPass;
+            n -= passes * kPass;
         }
         for (; n > 0; --n, ++r) {
             *r = output(x);
@@ -64,6 +64,35 @@ struct Multiplicative : Modulus {
 
   private:
     static constexpr int kPass = 16;
+
+    // The outputs of so many passes; returns the next word.
+    template <class Result, class Output>
+    OZK_SIMD static Word run(Word (&lanes)[kPass], Word step, int32_t passes, Result* r, Output output) {
+        for (; passes > 0; --passes, r += kPass) {
+            for (int i = 0; i < kPass; ++i) r[i] = output(lanes[i]);
+            for (int i = 0; i < kPass; ++i) lanes[i] = Modulus::multiply(lanes[i], step);
+        }
+        return lanes[0];
+    }
+
+    template <class Result, class Output>
+    static Word run(Word (&lanes)[kPass], Word step, int32_t passes, Result* r,
+                    Output output) requires requires {
+        typename Modulus::Factor;
+    }
+    {
+        const typename Modulus::Factor factor(step);
+        simd::i32x4 x[kPass / 4];
+        for (int i = 0; i < kPass / 4; ++i) x[i] = simd::load(reinterpret_cast<int32_t*>(lanes + 4 * i));
+        for (; passes > 0; --passes, r += kPass) {
+#pragma GCC unroll 4
+            for (int i = 0; i < kPass / 4; ++i) {
+                output.put(r + 4 * i, x[i]);
+                x[i] = Modulus::multiply(x[i], factor);
+            }
+        }
+        return static_cast<Word>(simd::lane<0>(x[0]));
+    }
 
     // lanes[i] = x a^i; returns a^16.
     static Word spread(Word (&lanes)[kPass], Word x, Word a) {

@@ -21,10 +21,10 @@ struct Generator {
 constexpr Generator kGenerators[] = {
     // state size, seed count, includes zero, word size, bits, functions; parameter sets
     {{24, 1, 0, 4, 31, OZK_FUNCTIONS(MCG31M1)}, 1},
-    {{1024, 252, 1, 4, 32, OZK_NONE}, 1},  // R250
-    {{40, 6, 1, 4, 32, OZK_NONE}, 1},      // MRG32K3A
+    {{1024, 252, 1, 4, 32, OZK_FUNCTIONS(R250)}, 1},
+    {{40, 6, 1, 4, 32, OZK_FUNCTIONS(MRG32K3A)}, 1},
     {{32, 1, 0, 8, 59, OZK_FUNCTIONS(MCG59)}, 1},
-    {{48, 4, 1, 16, 24, OZK_NONE}, 273},      // WH
+    {{48, 4, 1, 16, 24, OZK_FUNCTIONS(WH)}, kOzkVslWhSets},
     {{11712, 2900, 0, 4, 32, OZK_NONE}, 1},   // Sobol
     {{84288, 21056, 0, 4, 32, OZK_NONE}, 1},  // Niederr
     {{2520, 625, 1, 4, 32, OZK_NONE}, 1},     // MT19937

@@ -1,4 +1,5 @@
-// Multiplicative congruential generators against exact integer arithmetic.
+// Seeding, leapfrog, skipping ahead and powers of the multiplicative congruential generators; their sequences see
+// recurrence_test.cpp.
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,7 @@ using Wide = unsigned __int128;
 struct Mcg31m1 {
     using Word = uint32_t;
     static constexpr uint32_t kIdentifier = kOzkVslMcg31m1;
-    static constexpr uint64_t kModulus = 0x7FFFFFFF, kMultiplier = 1132489760;
-    static constexpr double kUnit = 1.0 / kModulus;
+    static constexpr uint32_t kMultiplier = 1132489760;
     static Word power(uint64_t e) { return __vsliPowMod2P31M1(kMultiplier, e); }
     static constexpr uint64_t kOutput1000 = 1739502144, kOutput10000 = 378057968, kPowerOfHuge = 544240487;
 };
@@ -22,8 +22,7 @@ struct Mcg31m1 {
 struct Mcg59 {
     using Word = uint64_t;
     static constexpr uint32_t kIdentifier = kOzkVslMcg59;
-    static constexpr uint64_t kModulus = uint64_t{1} << 59, kMultiplier = 302875106592253;
-    static constexpr double kUnit = 0x1p-59;
+    static constexpr uint64_t kMultiplier = 302875106592253;
     static Word power(uint64_t e) { return __vsliPowMod2P59(kMultiplier, e); }
     static constexpr uint64_t kOutput1000 = 560455464919060725, kOutput10000 = 113423907277009813,
                               kPowerOfHuge = 266047032398913501;
@@ -50,15 +49,6 @@ class Congruential : public testing::Test {
         return r;
     }
 
-    static std::vector<Word> recurrence(uint64_t x, int n) {
-        std::vector<Word> r;
-        for (int i = 0; i < n; ++i) {
-            r.push_back(static_cast<Word>(x));
-            x = static_cast<uint64_t>(Wide{x} * Family::kMultiplier % Family::kModulus);
-        }
-        return r;
-    }
-
     void TearDown() override {
         for (OzkVslStream*& stream : streams) __vslDeleteStream(&stream);
     }
@@ -67,50 +57,18 @@ class Congruential : public testing::Test {
 using Families = testing::Types<Mcg31m1, Mcg59>;
 TYPED_TEST_SUITE(Congruential, Families);
 
-TYPED_TEST(Congruential, FollowsItsRecurrenceAtEveryLength) {
-    for (uint32_t seed : {1u, 2u, 777u, 0x7FFFFFFEu, 0x12345678u}) {
-        for (int n : {0, 1, 15, 16, 17, 31, 32, 33, 1000}) {
-            EXPECT_EQ(this->words(this->make({seed}), n), this->recurrence(seed, n)) << seed << " " << n;
-        }
-    }
+TYPED_TEST(Congruential, GivesItsThousandthAndTenThousandthNumber) {
     const auto r = this->words(this->make({1}), 10000);
     EXPECT_EQ(r[999], TypeParam::kOutput1000);
     EXPECT_EQ(r[9999], TypeParam::kOutput10000);
 }
 
-TYPED_TEST(Congruential, SequenceDoesNotDependOnHowItIsCutIntoCalls) {
-    const auto whole = this->words(this->make({99}), 500);
-    for (int first : {0, 1, 7, 16, 40, 255, 499}) {
-        OzkVslStream* stream = this->make({99});
-        auto r = this->words(stream, first);
-        const auto rest = this->words(stream, 500 - first);
-        r.insert(r.end(), rest.begin(), rest.end());
-        EXPECT_EQ(r, whole) << first;
-    }
-}
-
-TYPED_TEST(Congruential, FloatingOutputIsTheFormulaBitForBit) {
+TYPED_TEST(Congruential, NumbersStayInExtremeIntervals) {
     constexpr int n = 1003;
-    const auto words = this->words(this->make({4321}), n);
-    const std::pair<double, double> intervals[] = {
-        {0, 1}, {-1, 1}, {3, 10.5}, {-1e300, 1e300}, {5, 5 + 0x1p-50}};
-    for (const auto& [a, b] : intervals) {
+    for (const auto& [a, b] : {std::pair(-1e300, 1e300), std::pair(5.0, 5 + 0x1p-50)}) {
         std::vector<double> r(n);
         ASSERT_EQ(_vsldRngUniform(0, this->make({4321}), n, r.data(), a, b), kOzkVslSuccess);
-        for (size_t i = 0; i < n; ++i) {
-            const double scale = (b - a) * TypeParam::kUnit;
-            ASSERT_EQ(r[i], static_cast<double>(static_cast<int64_t>(words[i])) * scale + a) << i;
-            ASSERT_TRUE(a <= r[i] && r[i] <= b);
-        }
-    }
-    for (const auto& [a, b] : {std::pair{0.0f, 1.0f}, std::pair{-0.3f, 0.7f}}) {
-        std::vector<float> r(n);
-        ASSERT_EQ(_vslsRngUniform(0, this->make({4321}), n, r.data(), a, b), kOzkVslSuccess);
-        for (size_t i = 0; i < n; ++i) {
-            const double scale = (double{b} - double{a}) * TypeParam::kUnit;
-            const double exact = static_cast<double>(static_cast<int64_t>(words[i])) * scale + double{a};
-            ASSERT_EQ(r[i], static_cast<float>(exact)) << i;
-        }
+        for (const double x : r) ASSERT_TRUE(a <= x && x <= b);
     }
 }
 
