@@ -4,16 +4,16 @@
 // b^x = 2^k 2^(j/512) 2^((z - N)/512); 2^(j/512) from a table, the rest by a polynomial of degree 2, and one rounding to
 // single. Nothing overflows or underflows before that rounding, which makes the same arithmetic good for subnormal
 // results and settles what overflows.
-// Error bound: 0.5001 ulp. Polynomial 2^-36.2 relative, everything else below 2^-46. An exact result, of an integer
+// Error bound: 0.5002 ulp. Polynomial 2^-36.1 relative, everything else below 2^-46. An exact result, of an integer
 // x among others, is rounded to itself.
-// exp(x) - 1 = s p - (1 - s) with s = 2^(N/512) and p = 2^((z - N)/512) - 1 of degree 3, 2^-41 relative: s is 1 where x
+// exp(x) - 1 = s p - (1 - s) with s = 2^(N/512) and p = 2^((z - N)/512) - 1 of degree 3, 2^-38.1 relative: s is 1 where x
 // is near 0, and 1 - s is at least 2^-10.6 elsewhere.
 // Tang, "Table-driven implementation of the exponential function in IEEE floating-point arithmetic", ACM TOMS 15
 // (1989).
 //
 // Lower levels of exp(x), in single precision: 2^k times a polynomial.
 //   LA  x - k ln2 in two parts, degree 5: 2^-23.1 relative, 1/2 ulp for each of the last two sums.
-//   EP  z = x log2(e), 2^(z - k) of degree 3: 2^-12.7 relative; the rounding of z adds 2^-18.
+//   EP  z = x log2(e), 2^(z - k) of degree 3: 2^-13.2 relative; the rounding of z adds 2^-18.
 //
 // Special lanes: |x| at or above the least one with a subnormal result; for exp(x) - 1, with an infinite one.
 
