@@ -1,5 +1,5 @@
-// Single-precision functions against the C library's double-precision ones, at all 2^32 arguments with OZK_TEST_LONG=1 in
-// the environment, else at evenly spaced ones.
+// Single-precision functions against the C library's double-precision ones, at all 2^32 arguments with OZK_TEST_LONG=1
+// in the environment, else at evenly spaced ones.
 #pragma once
 
 #include <algorithm>

@@ -1,13 +1,13 @@
 // exp(x), 2^x, 10^x and exp(x) - 1, single precision.
 //
 // High accuracy, b^x for each base b, in double precision: z = x 512 log2(b), N = round(z), N = 512 k + j, so that
-// b^x = 2^k 2^(j/512) 2^((z - N)/512); 2^(j/512) from a table, the rest by a polynomial of degree 2, and one rounding to
-// single. Nothing overflows or underflows before that rounding, which makes the same arithmetic good for subnormal
+// b^x = 2^k 2^(j/512) 2^((z - N)/512); 2^(j/512) from a table, the rest by a polynomial of degree 2, and one
+// rounding to single. Nothing overflows or underflows before that rounding, which makes the same arithmetic good for subnormal
 // results and settles what overflows.
-// Error bound: 0.5002 ulp. Polynomial 2^-36.1 relative, everything else below 2^-46. An exact result, of an integer
+// Error bound: 0.5003 ulp. Polynomial 2^-36.1 relative, everything else below 2^-46. An exact result, of an integer
 // x among others, is rounded to itself.
-// exp(x) - 1 = s p - (1 - s) with s = 2^(N/512) and p = 2^((z - N)/512) - 1 of degree 3, 2^-38.1 relative: s is 1 where x
-// is near 0, and 1 - s is at least 2^-10.6 elsewhere.
+// exp(x) - 1 = s p - (1 - s) with s = 2^(N/512) and p = 2^((z - N)/512) - 1 of degree 3, 2^-38.1 relative: s is 1 where
+// x is near 0, and 1 - s is at least 2^-10.6 elsewhere.
 // Tang, "Table-driven implementation of the exponential function in IEEE floating-point arithmetic", ACM TOMS 15
 // (1989).
 //
