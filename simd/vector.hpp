@@ -97,6 +97,17 @@ OZK_SIMD f64x2 gather(const double* table, i64x2 index) {
     return {
         _mm_loadh_pd(_mm_load_sd(table + _mm_cvtsi128_si64(index.v)), table + _mm_extract_epi64(index.v, 1))};
 }
+// The entries that the four lanes of `index`, below 2^31, name: those of lanes 0 and 1, those of lanes 2 and 3.
+template <class V>
+struct halves {
+    V low, high;
+};
+OZK_SIMD halves<f64x2> gather(const double* table, i32x4 index) {
+    const uint64_t low = static_cast<uint64_t>(_mm_cvtsi128_si64(index.v));
+    const uint64_t high = static_cast<uint64_t>(_mm_extract_epi64(index.v, 1));
+    return {{_mm_loadh_pd(_mm_load_sd(table + static_cast<uint32_t>(low)), table + (low >> 32))},
+            {_mm_loadh_pd(_mm_load_sd(table + static_cast<uint32_t>(high)), table + (high >> 32))}};
+}
 // The pairs of a table of pairs that the two lanes of `index` name: first members, second members.
 struct f64x2_pair {
     f64x2 first, second;
@@ -290,6 +301,11 @@ OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
+// Lanes 2 and 3 in the places of lanes 0 and 1.
+OZK_SIMD f32x4 high_half(f32x4 a) { return {_mm_movehl_ps(a.v, a.v)}; }
+OZK_SIMD i32x4 high_half(i32x4 a) { return {_mm_unpackhi_epi64(a.v, a.v)}; }
+// Lanes 0 and 1 as the high words of 64-bit integers whose low words are 0.
+OZK_SIMD i64x2 low_to_high_words(i32x4 a) { return {_mm_unpacklo_epi32(_mm_setzero_si128(), a.v)}; }
 // Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
 OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
 OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }

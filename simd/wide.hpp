@@ -88,6 +88,9 @@ OZK_WIDE_FUNCTION(round_to_i32)
 OZK_WIDE_FUNCTION(truncate_to_i32)
 OZK_WIDE_FUNCTION(reciprocal_estimate)
 OZK_WIDE_FUNCTION(reciprocal_sqrt_estimate)
+OZK_WIDE_FUNCTION(even_lanes)
+OZK_WIDE_FUNCTION(high_half)
+OZK_WIDE_FUNCTION(low_to_high_words)
 OZK_WIDE_FUNCTION(interleave_low)
 OZK_WIDE_FUNCTION(interleave_high)
 
@@ -102,10 +105,25 @@ template <int kCount, class V, int K>
 OZK_SIMD auto shift_right(const wide<V, K>& a) {
     return map([](auto x) OZK_SIMD_LAMBDA { return shift_right<kCount>(x); }, a);
 }
+template <int kCount, class V, int K>
+OZK_SIMD auto shift_right_signed(const wide<V, K>& a) {
+    return map([](auto x) OZK_SIMD_LAMBDA { return shift_right_signed<kCount>(x); }, a);
+}
 
 template <int K>
 OZK_SIMD auto gather(const double* table, const wide<i64x2, K>& index) {
     return map([table](auto x) OZK_SIMD_LAMBDA { return gather(table, x); }, index);
+}
+template <int K>
+OZK_SIMD halves<wide<f64x2, K>> gather(const double* table, const wide<i32x4, K>& index) {
+    halves<wide<f64x2, K>> result;
+#pragma GCC unroll 8
+    for (int k = 0; k < K; ++k) {
+        const auto [low, high] = gather(table, index.v[k]);
+        result.low.v[k] = low;
+        result.high.v[k] = high;
+    }
+    return result;
 }
 template <int K>
 struct wide_pair {

@@ -10,6 +10,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "ozk_vml.h"
@@ -20,13 +21,19 @@ inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 inline uint64_t bits_of(double x) { return std::bit_cast<uint64_t>(x); }
+inline uint32_t bits_of(float x) { return std::bit_cast<uint32_t>(x); }
 
-using Unary = void (*)(int32_t, const double*, double*);
-using UnaryStrided = void (*)(int32_t, const double*, int32_t, double*, int32_t);
+template <class T>
+using UnaryOf = void (*)(int32_t, const T*, T*);
+template <class T>
+using UnaryStridedOf = void (*)(int32_t, const T*, int32_t, T*, int32_t);
+using Unary = UnaryOf<double>;
+using UnaryStrided = UnaryStridedOf<double>;
 using Exact = int (*)(mpfr_t, const mpfr_t, mpfr_rnd_t);
 
-inline double call(Unary f, double x) {
-    double r;
+template <class T>
+T call(UnaryOf<T> f, std::type_identity_t<T> x) {
+    T r;
     f(1, &x, &r);
     return r;
 }
@@ -80,9 +87,10 @@ class FreshState : public testing::Test {
     }
 
     // The status that f(x) leaves, with the result.
-    static std::pair<double, int> with_status(Unary f, double x) {
+    template <class T>
+    static std::pair<T, int> with_status(UnaryOf<T> f, std::type_identity_t<T> x) {
         _vmlClearErrStatus();
-        const double r = call(f, x);
+        const T r = call(f, x);
         return {r, _vmlGetErrStatus()};
     }
 };

@@ -40,6 +40,7 @@ class Arguments {
     // Every number of the format, in order of its bits; only for one-argument functions of 32-bit numbers.
     static Arguments exhaustive(const Oracle& oracle);
 
+    bool are_all() const { return every_number_; }
     int64_t blocks() const;
 
     // Writes block `block` to a (and b, where the function has a second argument); returns its length.

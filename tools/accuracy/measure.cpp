@@ -29,6 +29,7 @@ class Worker {
           arguments_(arguments),
           subjects_(subjects),
           found_(subjects.size()),
+          right_(subjects.size()),
           results_(subjects.size() * 2 * kBlock) {}
 
     void run(int64_t block) {
@@ -36,6 +37,7 @@ class Worker {
         for (size_t s = 0; s < subjects_.size(); ++s)
             subjects_[s].call(n, a_, b_, result(s, 0), result(s, 1));
         for (int i = 0; i < n; ++i) {
+            if (settled_in_double(i)) continue;
             set(xa_, a_[i]);
             set(xb_, b_[i]);
             const mpfr_ptr y[2] = {y_, y2_};
@@ -62,6 +64,28 @@ class Worker {
             mpfr_set_d(x, value, MPFR_RNDN);
     }
 
+    // Whether the double value decides all there is to know about argument i of an exhaustive run: what is
+    // correctly rounded, and that no error is a new worst one.
+    bool settled_in_double(int i) {
+        if constexpr (sizeof(T) == 4) {
+            constexpr double kSlack = 0x1p-20;  // of the errors
+            if (!arguments_.are_all() || oracle_.in_double == nullptr) return false;
+            const double y = oracle_.in_double(static_cast<double>(a_[i]));
+            Judgement<T> judgement;
+            for (size_t s = 0; s < subjects_.size(); ++s) {
+                if (!judge_nearly(result(s, 0)[i], y, judgement)) return false;
+                if (judgement.ulp * (1 + kSlack) + kSlack > found_[s].worst.ulp) return false;
+                right_[s] = judgement.ulp == 0 || result(s, 0)[i] == judgement.rounded;
+            }
+            for (size_t s = 0; s < subjects_.size(); ++s) {
+                ++found_[s].count;
+                found_[s].correctly_rounded += right_[s];
+            }
+            return true;
+        }
+        return false;
+    }
+
     void keep(size_t subject, T computed, mpfr_srcptr exact, int64_t index, int i) {
         Accuracy& found = found_[subject];
         const Judgement<T> judgement = judge(computed, exact, scratch_);
@@ -80,6 +104,7 @@ class Worker {
     const Arguments<T>& arguments_;
     const std::vector<Subject<T>>& subjects_;
     std::vector<Accuracy> found_;
+    std::vector<char> right_;  // settled_in_double's
     std::vector<T> results_;
     T a_[kBlock]{}, b_[kBlock]{};
     Real xa_{std::numeric_limits<T>::digits}, xb_{std::numeric_limits<T>::digits};

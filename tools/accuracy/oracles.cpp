@@ -331,24 +331,24 @@ const std::vector<Oracle> kOracles = {
     // Exponential family: breakpoints of tables with up to 2^11 entries are multiples of ln 2 / 2^12.
     {.function = "Exp", .shape = kUnary, .exact = unary<mpfr_exp>, .dense_low = -60, .dense_high = 10,
      .points = {709.782712893384, -708.3964185322641, -745.1332191019411, 88.72283935546875,
-     -87.3365478515625, -103.97207641601562}, .step = ln2 / 128},
+     -87.3365478515625, -103.97207641601562}, .step = ln2 / 128, .in_double = std::exp},
     {.function = "Exp2", .shape = kUnary, .exact = unary<mpfr_exp2>, .dense_low = -60, .dense_high = 11,
-     .points = {1024, -1022, -1075, 128, -126, -149, -150}, .step = 1. / 128},
+     .points = {1024, -1022, -1075, 128, -126, -149, -150}, .step = 1. / 128, .in_double = std::exp2},
     {.function = "Exp10", .shape = kUnary, .exact = unary<mpfr_exp10>, .dense_low = -60, .dense_high = 9,
      .points = {308.25471555991669, -307.65265556858878, -323.60724533877976, 38.531840419103, -37.929780,
-     -45.154499}, .step = kLog10Of2 / 128},
+     -45.154499}, .step = kLog10Of2 / 128, .in_double = ::exp10},
     {.function = "Expm1", .shape = kUnary, .exact = unary<mpfr_expm1>, .dense_low = -60, .dense_high = 10,
-     .points = {709.782712893384, 88.72283935546875, -37.4299, -17.3287}, .step = ln2 / 128},
+     .points = {709.782712893384, 88.72283935546875, -37.4299, -17.3287}, .step = ln2 / 128, .in_double = std::expm1},
 
     // Logarithms: near one, and at the breakpoints of tables indexed by the leading bits of the significand.
     {.function = "Ln", .shape = kUnary, .exact = unary<mpfr_log>, .domain = kPositive, .usual = {0.01, 20},
-     .dense_low = -8, .dense_high = 8, .step = 1. / 256},
+     .dense_low = -8, .dense_high = 8, .step = 1. / 256, .in_double = std::log},
     {.function = "Log2", .shape = kUnary, .exact = unary<mpfr_log2>, .domain = kPositive,
-     .usual = {0.01, 20}, .dense_low = -8, .dense_high = 8, .step = 1. / 256},
+     .usual = {0.01, 20}, .dense_low = -8, .dense_high = 8, .step = 1. / 256, .in_double = std::log2},
     {.function = "Log10", .shape = kUnary, .exact = unary<mpfr_log10>, .domain = kPositive,
-     .usual = {0.01, 20}, .dense_low = -8, .dense_high = 8, .step = 1. / 256},
+     .usual = {0.01, 20}, .dense_low = -8, .dense_high = 8, .step = 1. / 256, .in_double = std::log10},
     {.function = "Log1p", .shape = kUnary, .exact = unary<mpfr_log1p>, .domain = {-1, kInfinity},
-     .usual = {-0.999, 20}, .dense_low = -60, .dense_high = 8, .points = {-1}, .step = 1. / 256},
+     .usual = {-0.999, 20}, .dense_low = -60, .dense_high = 8, .points = {-1}, .step = 1. / 256, .in_double = std::log1p},
     {.function = "Logb", .shape = kUnary, .exact = unary<binary_exponent>},
 
     // Powers and roots.

@@ -13,7 +13,9 @@
 #include <mpfr.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace ozk::accuracy {
@@ -61,6 +63,25 @@ Judgement<T> judge(T r, mpfr_srcptr y, mpfr_ptr scratch) {
                                                : std::max(std::ilogb(rounded), limits::min_exponent - 1);
     mpfr_mul_2si(scratch, scratch, limits::digits - 1 - exponent, MPFR_RNDN);
     return {std::fabs(mpfr_get_d(scratch, MPFR_RNDA)), rounded};
+}
+
+// The same from a double y whose relative error is below 2^-48; false where y leaves open what it is, as to the
+// rounding or about an infinite result. The error in ulp is right to 2^-23.
+inline bool judge_nearly(float r, double y, Judgement<float>& judgement) {
+    constexpr double kSlack = 0x1p-48, kLargest = 0x1p128 - 0x1p104;
+    if (!(std::fabs(y) <= kLargest)) {
+        const bool agreed =
+            std::isnan(y) ? std::isnan(r) : std::fabs(y) >= 0x1p129 && std::isinf(r) && r * y > 0;
+        judgement = {0, r};
+        return agreed;
+    }
+    const float rounded = static_cast<float>(y);
+    if (!std::isfinite(r) || static_cast<float>(y * (1 - kSlack)) != static_cast<float>(y * (1 + kSlack)))
+        return false;
+    const auto field = std::max<uint32_t>(std::bit_cast<uint32_t>(rounded) >> 23 & 0xFF, 1);
+    const double ulp = std::bit_cast<double>(uint64_t{field + 1023 - 127 - 23} << 52);
+    judgement = {std::fabs(static_cast<double>(r) - y) / ulp, rounded};
+    return true;
 }
 
 }  // namespace ozk::accuracy

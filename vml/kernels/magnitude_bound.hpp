@@ -1,11 +1,11 @@
-// Special lanes of operations on doubles whose block path is good for all magnitudes below a bound.
+// Special lanes of operations whose block path is good for all magnitudes below a bound.
 #pragma once
 
 #include "simd/wide.hpp"
 
 namespace ozk::vml {
 
-// An operation derives from this. The bound is a double's high word, the low word being 0; a lane at or above
+// An operation on doubles derives from this. The bound is a double's high word, the low word being 0; a lane at or above
 // it is special, which takes in infinities and NaN.
 template <int32_t kBoundHighWord>
 struct MagnitudeBound {
@@ -21,6 +21,19 @@ struct MagnitudeBound {
         return simd::mask_of_high_words(outside(as_i32(bits(x))));
     }
     OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
+};
+
+// An operation on singles derives from this. The bound is a single's bits; a lane at or above it is special.
+template <int32_t kBoundBits>
+struct SingleMagnitudeBound {
+    using Argument = float;
+    using Result = float;
+    using Vector = simd::f32x4;
+    static constexpr float kOrdinary = 0.0f;
+
+    OZK_SIMD static simd::f32x4 special(simd::f32x4 x) {
+        return as_f32(bits(abs(x)) > simd::broadcast(kBoundBits - 1));
+    }
 };
 
 }  // namespace ozk::vml

@@ -53,6 +53,40 @@ TEST(Ulp, AtOverflowCountsInfinityAsTheNextPowerOfTwo) {
     EXPECT_EQ(ulps(-std::numeric_limits<double>::infinity(), kMax), kInfinity);
 }
 
+// By exact values: every double is one.
+TEST(Ulp, ComesOutTheSameFromDoublesWhereTheyDecide) {
+    Real exact(256), scratch(320);
+    constexpr float kLargest = std::numeric_limits<float>::max(),
+                    kInf = std::numeric_limits<float>::infinity();
+    int decided = 0;
+    for (uint64_t i = 1; i <= 20000; ++i) {
+        const double y =
+            std::ldexp(1 + static_cast<double>(mix(i) >> 12) * 0x1p-52, static_cast<int>(i % 290) - 155);
+        mpfr_set_d(exact, y, MPFR_RNDN);
+        const float near = static_cast<float>(y);
+        for (const float r :
+             {near, std::nextafter(near, 0.0f), std::nextafter(near, kInf), 0.0f, kLargest, kInf}) {
+            Judgement<float> nearly;
+            if (!judge_nearly(r, y, nearly)) continue;
+            ++decided;
+            const auto right = judge(r, exact, scratch);
+            ASSERT_NEAR(nearly.ulp, right.ulp, 1e-6 * (1 + right.ulp)) << std::hexfloat << r << " " << y;
+            ASSERT_TRUE(nearly.rounded == right.rounded || nearly.ulp == 0) << std::hexfloat << r << " " << y;
+        }
+    }
+    EXPECT_GT(decided, 80000);
+    // halfway cases, wrong infinities and NaN are left to the exact value
+    Judgement<float> nearly;
+    EXPECT_FALSE(judge_nearly(1.0f, 1 + 0x1p-24, nearly));
+    EXPECT_FALSE(judge_nearly(1.0f, 1 + 0x1p-24 + 0x1p-50, nearly));
+    EXPECT_FALSE(judge_nearly(kInf, 1, nearly));
+    EXPECT_FALSE(judge_nearly(-kInf, 1e300, nearly));
+    EXPECT_FALSE(judge_nearly(1.0f, kInfinity, nearly));
+    EXPECT_FALSE(judge_nearly(std::nanf(""), 1, nearly));
+    EXPECT_FALSE(judge_nearly(1.0f, std::nan(""), nearly));
+    EXPECT_TRUE(judge_nearly(std::nanf(""), std::nan(""), nearly));
+}
+
 TEST(Ulp, WantsNanAndInfinityWhereTheExactValueIsOne) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(ulps(nan, nan), 0);

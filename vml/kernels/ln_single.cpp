@@ -1,0 +1,297 @@
+// ln(x), log2(x), log10(x) and ln(1 + x), single precision.
+//
+// High accuracy, in double precision: x = 2^k z, z from 0.7 to 1.4; c from a table by the leading bits of z, close to
+// 1/z, so that r = z c - 1 is at most 2^-9, and ln(x) = k ln2 - ln(c) + log1p(r), a polynomial of degree 3; times
+// 1 / ln(b) for the other bases b, and one rounding to single. c is 1 next to z = 1.
+// Error bound: 0.52 ulp; the largest error found is 0.508. Polynomial 2^-30.9 relative at the ends of its interval, which counts where the result is
+// as small as r; 2^-44 of a result beyond 1/2. Exact results, those of powers of the base, are rounded to
+// themselves.
+// ln(1 + x): k and c by 1 + x in single precision, whose rounding only moves the choice by an ulp; with
+// a = 2^-k c, r = x a - (1 - a), which is x where x is near 0.
+// Tang, "Table-driven implementation of the logarithm function in IEEE floating-point arithmetic", ACM TOMS 16
+// (1990).
+//
+// Lower levels, in single precision, with z from sqrt(1/2) to sqrt(2) and r = z - 1, exact:
+//   LA  degree 9, 2^-24.9 relative; k log_b(2) rounded, which next to k = -1 adds up to 1 ulp.
+//   EP  degree 5, 2^-14.2 relative.
+//
+// Special lanes: zero, negative, subnormal, infinite, NaN; for ln(1 + x), x <= -1, x >= 2^126, NaN.
+
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include "vml/frame.hpp"
+
+namespace ozk::vml {
+namespace {
+
+using simd::broadcast;
+
+struct LnSingleEntry {
+    double c, ln_c;
+};
+
+#include "vml/kernels/ln_single_tables.inc"
+
+struct BaseE {
+    static constexpr double kScale = 1;  // 1 / ln(b)
+};
+struct Base2 {
+    static constexpr double kScale = 0x1.71547652b82fep+0;
+};
+struct Base10 {
+    static constexpr double kScale = 0x1.bcb7b1526e50ep-2;
+};
+
+constexpr int32_t kExponent = -1 << 23;  // sign and exponent of a single
+
+// Ordinary are the singles from the least normal one to the last below the bound: their bits less those of the
+// former, as an offset binary number, are below the span.
+template <int32_t kBoundBits>
+OZK_SIMD simd::f32x4 outside_normal(simd::f32x4 x) {
+    constexpr int32_t kOffset = 0x7F800000;  // -0x00800000 - 0x80000000
+    constexpr int32_t kLast = static_cast<int32_t>(static_cast<uint32_t>(kBoundBits - 1) + uint32_t{kOffset});
+    return as_f32(bits(x) + broadcast(kOffset) > broadcast(kLast));
+}
+
+// What the functions have in common: arguments, special lanes and the scalar path, where x is ln's argument ...
+template <class Base>
+struct OfPositive {
+    using Argument = float;
+    using Result = float;
+    using Vector = simd::f32x4;
+    static constexpr float kOrdinary = 1.0f;
+    static constexpr int kWide = 2;
+
+    OZK_SIMD static simd::f32x4 special(simd::f32x4 x) { return outside_normal<0x7F800000>(x); }
+    static int scalar(float x, float& result);
+};
+// ... and where 1 + x is.
+struct OfOnePlus {
+    using Argument = float;
+    using Result = float;
+    using Vector = simd::f32x4;
+    static constexpr float kOrdinary = 0.0f;
+    static constexpr int kWide = 2;
+
+    OZK_SIMD static simd::f32x4 special(simd::f32x4 x) {
+        return outside_normal<0x7E800000>(broadcast(1.0f) + x);
+    }
+    static int scalar(float x, float& result);
+};
+
+// ---- High accuracy ------------------------------------------------------------------------------------
+
+// The exponent k 2^23 and the offset of the table entry, in bytes, of normal positive singles.
+template <class I>
+struct Place {
+    I exponent, offset;
+};
+template <class V>
+OZK_SIMD auto place(V x) {
+    constexpr int32_t kLeast = 0x3F332000;  // 0.6997: bits of the least significand z
+    const auto steps = bits(x) - broadcast(kLeast);
+    return Place<decltype(bits(x))>{steps & broadcast(kExponent),
+                                    simd::shift_right<11>(steps) & broadcast(int32_t{0xFF0})};
+}
+
+// k ln2 - ln(c) + log1p(r), in the base. The difference keeps the sign of a result of 0.
+template <class Base, class V, class I>
+OZK_SIMD V logarithm(I exponent, V ln_c, V r) {
+    constexpr double kMinusLn2 = -0x1.62e42fefa39efp-24;  // for an exponent field
+    const V p = broadcast(kHighC2) + r * broadcast(kHighC3);
+    const V y = (r + (r * r) * p) - (low_to_f64(exponent) * broadcast(kMinusLn2) + ln_c);
+    if constexpr (Base::kScale == 1) {
+        return y;
+    } else {
+        return y * broadcast(Base::kScale);
+    }
+}
+
+template <class Base>
+struct LnHigh : OfPositive<Base> {
+    template <class V>
+    OZK_SIMD static auto prepare(V x) {
+        const auto [exponent, offset] = place(x);
+        struct State {
+            V z;
+            decltype(bits(x)) exponent, offset;
+        };
+        return State{as_f32(bits(x) - exponent), exponent, offset};
+    }
+    template <class S>
+    OZK_SIMD static auto finish(const S& x, int32_t lift = 0) {
+        const auto exponent = x.exponent - broadcast(lift << 23);
+        const auto half = [](auto z, auto k, auto offset) OZK_SIMD_LAMBDA {
+            const auto [c, ln_c] = gather_pairs(&kLnSingle[0].c, offset);
+            return logarithm<Base>(k, ln_c, low_to_f64(z) * c - broadcast(1.0));
+        };
+        return to_f32(half(x.z, exponent, x.offset),
+                      half(high_half(x.z), high_half(exponent), high_half(x.offset)));
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+};
+
+template <class Base>
+[[gnu::cold]] int OfPositive<Base>::scalar(float x, float& result) {
+    constexpr int kLift = 24;  // brings subnormal arguments into the normal range
+    if (x == 0) {
+        result = -std::numeric_limits<float>::infinity();
+        return kVmlSingularity;
+    }
+    if (std::isless(x, 0.0f)) {
+        result = std::numeric_limits<float>::quiet_NaN();
+        return kVmlDomain;
+    }
+    if (std::isnan(x) || std::isinf(x)) {
+        result = x + x;
+        return kVmlOk;
+    }
+    float lane[4];
+    simd::store(lane, LnHigh<Base>::finish(LnHigh<Base>::prepare(broadcast(x * 0x1p24f)), kLift));
+    result = lane[0];
+    return kVmlOk;
+}
+
+struct Log1pHigh : OfOnePlus {
+    template <class V>
+    OZK_SIMD static auto prepare(V x) {
+        const auto [exponent, offset] = place(broadcast(1.0f) + x);
+        struct State {
+            V x;
+            decltype(bits(x)) exponent, offset;
+        };
+        return State{x, exponent, offset};
+    }
+    template <class S>
+    OZK_SIMD static auto finish(const S& s) {
+        const auto half = [](auto x, auto exponent, auto offset) OZK_SIMD_LAMBDA {
+            const auto [c, ln_c] = gather_pairs(&kLnSingle[0].c, offset);
+            const auto a = as_f64(bits(c) - low_to_high_words(simd::shift_right_signed<3>(exponent)));
+            const auto r = low_to_f64(x) * a - (broadcast(1.0) - a);
+            return logarithm<BaseE>(exponent, ln_c, r);
+        };
+        return to_f32(half(s.x, s.exponent, s.offset),
+                      half(high_half(s.x), high_half(s.exponent), high_half(s.offset)));
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+};
+
+[[gnu::cold]] int OfOnePlus::scalar(float x, float& result) {
+    if (x == -1) {
+        result = -std::numeric_limits<float>::infinity();
+        return kVmlSingularity;
+    }
+    if (std::isless(x, -1.0f)) {
+        result = std::numeric_limits<float>::quiet_NaN();
+        return kVmlDomain;
+    }
+    if (std::isnan(x) || std::isinf(x)) {
+        result = x + x;
+        return kVmlOk;
+    }
+    float lane[4];
+    simd::store(lane, LnHigh<BaseE>::compute(broadcast(x)));  // at least 2^126: 1 changes nothing
+    result = lane[0];
+    return kVmlOk;
+}
+
+// ---- Lower levels -------------------------------------------------------------------------------------
+
+// -k 2^23, of normal positive singles 2^k (1 + r).
+template <class V>
+OZK_SIMD auto minus_exponent(V x) {
+    constexpr int32_t kRootTwo = 0x3FB504F3;  // bits of sqrt(2)
+    return (broadcast(kRootTwo) - bits(x)) & broadcast(kExponent);
+}
+
+// log_b(2) 2^-23: the factor of an exponent field.
+template <class Base>
+constexpr float kLog2 = static_cast<float>(Base::kScale * 0x1.62e42fefa39efp-24);
+
+// log_b(2^k (1 + r)) from -k 2^23 and r. The difference keeps the sign of a result of 0.
+struct Low {
+    template <class Base, class V>
+    OZK_SIMD static V logarithm(V minus_k, V r) {
+        const V r2 = r * r;
+        const V p34 = broadcast(kLowC3) + r * broadcast(kLowC4);
+        const V p56 = broadcast(kLowC5) + r * broadcast(kLowC6);
+        const V p79 = (broadcast(kLowC7) + r * broadcast(kLowC8)) + r2 * broadcast(kLowC9);
+        const V p = (p34 + r2 * p56) + (r2 * r2) * p79;
+        const V y = r + ((r * r2) * p - r2 * broadcast(0.5f));
+        const V s = Base::kScale == 1 ? y : y * broadcast(static_cast<float>(Base::kScale));
+        return s - minus_k * broadcast(kLog2<Base>);
+    }
+};
+struct Fast {
+    template <class Base, class V>
+    OZK_SIMD static V logarithm(V minus_k, V r) {
+        const V r2 = r * r;
+        const V p = (broadcast(kFastC1) + r * broadcast(kFastC2)) +
+                    r2 * ((broadcast(kFastC3) + r * broadcast(kFastC4)) + r2 * broadcast(kFastC5));
+        const V s = Base::kScale == 1 ? r : r * broadcast(static_cast<float>(Base::kScale));
+        return s * p - minus_k * broadcast(kLog2<Base>);
+    }
+};
+
+template <class V>
+struct Reduced {
+    V minus_k, r;
+};
+
+template <class Level, class Base>
+struct LnSingle : OfPositive<Base> {
+    template <class V>
+    OZK_SIMD static Reduced<V> prepare(V x) {
+        const auto exponent = minus_exponent(x);
+        return {to_f32(exponent), as_f32(bits(x) + exponent) - broadcast(1.0f)};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Reduced<V>& x) {
+        return Level::template logarithm<Base>(x.minus_k, x.r);
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+};
+
+template <class Level>
+struct Log1pSingle : OfOnePlus {
+    // r = 2^-k x + (2^-k - 1), exact but where k > 24 and 2^-k does not matter.
+    template <class V>
+    OZK_SIMD static Reduced<V> prepare(V x) {
+        const auto exponent = minus_exponent(broadcast(1.0f) + x);
+        const V scale = as_f32(bits(broadcast(1.0f)) + exponent);
+        return {to_f32(exponent), x * scale - (broadcast(1.0f) - scale)};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Reduced<V>& x) {
+        return Level::template logarithm<BaseE>(x.minus_k, x.r);
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+};
+
+}  // namespace
+}  // namespace ozk::vml
+
+OZK_VML_KERNEL(s, Ln, H8LAynn, unary, ozk::vml::LnSingle<ozk::vml::Low, ozk::vml::BaseE>)
+OZK_VML_KERNEL(s, Ln, EXHAynn, unary, ozk::vml::LnHigh<ozk::vml::BaseE>)
+OZK_VML_KERNEL(s, Ln, H8EPnnn, unary, ozk::vml::LnSingle<ozk::vml::Fast, ozk::vml::BaseE>)
+OZK_VML_KERNEL(s, Log2, EXHAynn, unary, ozk::vml::LnHigh<ozk::vml::Base2>)
+OZK_VML_KERNEL(s, Log10, H8LAynn, unary, ozk::vml::LnSingle<ozk::vml::Low, ozk::vml::Base10>)
+OZK_VML_KERNEL(s, Log10, EXHAynn, unary, ozk::vml::LnHigh<ozk::vml::Base10>)
+OZK_VML_KERNEL(s, Log10, H8EPnnn, unary, ozk::vml::LnSingle<ozk::vml::Fast, ozk::vml::Base10>)
+OZK_VML_KERNEL(s, Log1p, H8LAynn, unary, ozk::vml::Log1pSingle<ozk::vml::Low>)
+OZK_VML_KERNEL(s, Log1p, EXHAynn, unary, ozk::vml::Log1pHigh)
+OZK_VML_KERNEL(s, Log1p, H8EPnnn, unary, ozk::vml::Log1pSingle<ozk::vml::Fast>)
