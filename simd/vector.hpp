@@ -88,6 +88,20 @@ OZK_SIMD void store_first(float* p, int64_t step, int count, f32x4 a) {
     for (int i = 0; i < count; ++i) p[i * step] = lane[i];
 }
 
+// The same for a vector type that the caller names; elements of more than one vector type have overloads.
+template <class V, class T>
+OZK_SIMD V load_as(const T* p) {
+    return load(p);
+}
+template <class V, class T>
+OZK_SIMD V load_strided_as(const T* p, int64_t step) {
+    return load_strided(p, step);
+}
+template <class V, class T>
+OZK_SIMD V load_first_as(const T* p, int64_t step, int count) {
+    return load_first(p, step, count);
+}
+
 // The entries of a table that the two lanes of `index` name.
 OZK_SIMD f64x2 gather(const double* table, i64x2 index) {
     return {
@@ -150,6 +164,7 @@ OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator-(i32x4 a, i32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 max(i32x4 a, i32x4 b) { return {_mm_max_epi32(a.v, b.v)}; }
+OZK_SIMD i32x4 min_unsigned(i32x4 a, i32x4 b) { return {_mm_min_epu32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -209,6 +224,7 @@ OZK_SIMD f32x4 operator<=(f32x4 a, f32x4 b) { return {_mm_cmple_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator==(f32x4 a, f32x4 b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less(f32x4 a, f32x4 b) { return {_mm_cmpnlt_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less_or_equal(f32x4 a, f32x4 b) { return {_mm_cmpnle_ps(a.v, b.v)}; }
+OZK_SIMD i32x4 operator==(i32x4 a, i32x4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator>(i32x4 a, i32x4 b) { return {_mm_cmpgt_epi32(a.v, b.v)}; }
 OZK_SIMD i64x2 operator>(i64x2 a, i64x2 b) { return {_mm_cmpgt_epi64(a.v, b.v)}; }
 
@@ -269,10 +285,17 @@ OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
+// Neighbours exchanged (a1 a0 a3 a2), halves exchanged (a2 a3 a0 a1).
+OZK_SIMD i32x4 swap_neighbours(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(2, 3, 0, 1))}; }
+OZK_SIMD i32x4 swap_halves(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(1, 0, 3, 2))}; }
 // Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
 OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
 OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }
+OZK_SIMD f32x4 interleave_low(f32x4 a, f32x4 b) { return {_mm_unpacklo_ps(a.v, b.v)}; }   // a0 b0 a1 b1
+OZK_SIMD f32x4 interleave_high(f32x4 a, f32x4 b) { return {_mm_unpackhi_ps(a.v, b.v)}; }  // a2 b2 a3 b3
 // Even lanes of two vectors (a0 a2 b0 b2), odd lanes (a1 a3 b1 b3).
+OZK_SIMD f32x4 even_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0))}; }
+OZK_SIMD f32x4 odd_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1))}; }
 OZK_SIMD i32x4 even_lanes(i32x4 a, i32x4 b) {
     return {_mm_castps_si128(
         _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(2, 0, 2, 0)))};
