@@ -149,6 +149,11 @@ OZK_SIMD void store_lanes(OzkComplex16* p, Place place, int, int, interleaved<f6
     store(&p[place(0)].re, a.v);
 }
 template <class Place>
+OZK_SIMD void store_lanes(OzkComplex16* p, Place place, int, int, const interleaved<f64x4>& a) {
+    store(&p[place(0)].re, a.v.v[0]);
+    store(&p[place(1)].re, a.v.v[1]);
+}
+template <class Place>
 OZK_SIMD void store_lanes(OzkComplex16* p, Place place, int lane, int count, const c64x2& a) {
     store(&p[place(lane)].re, interleave_low(a.re, a.im));
     if (lane + 1 < count) store(&p[place(lane + 1)].re, interleave_high(a.re, a.im));

@@ -148,6 +148,7 @@ OZK_SIMD f64x2 operator-(f64x2 a, f64x2 b) { return {_mm_sub_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator*(f64x2 a, f64x2 b) { return {_mm_mul_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator/(f64x2 a, f64x2 b) { return {_mm_div_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 sqrt(f64x2 a) { return {_mm_sqrt_pd(a.v)}; }
+OZK_SIMD f64x2 subtract_add(f64x2 a, f64x2 b) { return {_mm_addsub_pd(a.v, b.v)}; }  // a0 - b0, a1 + b1
 OZK_SIMD f64x2 min(f64x2 a, f64x2 b) { return {_mm_min_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
@@ -293,6 +294,9 @@ OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
 OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }
 OZK_SIMD f32x4 interleave_low(f32x4 a, f32x4 b) { return {_mm_unpacklo_ps(a.v, b.v)}; }   // a0 b0 a1 b1
 OZK_SIMD f32x4 interleave_high(f32x4 a, f32x4 b) { return {_mm_unpackhi_ps(a.v, b.v)}; }  // a2 b2 a3 b3
+OZK_SIMD f64x2 repeat_low(f64x2 a) { return {_mm_unpacklo_pd(a.v, a.v)}; }                // a0 a0
+OZK_SIMD f64x2 repeat_high(f64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }               // a1 a1
+OZK_SIMD f64x2 swap_lanes(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }              // a1 a0
 // Even lanes of two vectors (a0 a2 b0 b2), odd lanes (a1 a3 b1 b3).
 OZK_SIMD f32x4 even_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0))}; }
 OZK_SIMD f32x4 odd_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1))}; }

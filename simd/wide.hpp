@@ -90,6 +90,10 @@ OZK_WIDE_FUNCTION(reciprocal_estimate)
 OZK_WIDE_FUNCTION(reciprocal_sqrt_estimate)
 OZK_WIDE_FUNCTION(interleave_low)
 OZK_WIDE_FUNCTION(interleave_high)
+OZK_WIDE_FUNCTION(subtract_add)
+OZK_WIDE_FUNCTION(repeat_low)
+OZK_WIDE_FUNCTION(repeat_high)
+OZK_WIDE_FUNCTION(swap_lanes)
 
 #undef OZK_WIDE_OPERATOR
 #undef OZK_WIDE_FUNCTION

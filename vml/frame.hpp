@@ -78,6 +78,11 @@ struct BlockVector {
     using type = typename Op::Vector;
 };
 template <class Op>
+requires requires { typename Op::Block; }
+struct BlockVector<Op> {
+    using type = typename Op::Block;
+};
+template <class Op>
 requires requires { Op::kWide; }
 struct BlockVector<Op> {
     using type = typename simd::WideOf<typename Op::Vector, Op::kWide>::type;
@@ -302,8 +307,12 @@ template <class Op, class Access>
     for (; i < n; i += kLanes) {
         const int count = n - i < kLanes ? static_cast<int>(n - i) : kLanes;
         Vectors<Op> x;
-        for (size_t k = 0; k < x.size(); ++k) {
-            x[k] = simd::load_first_as<Vector>(call.a[k] + i * call.inca[k], call.inca[k], count);
+        if (count == kLanes) {
+            x = load_arguments<Access, Vector>(call, i);
+        } else {
+            for (size_t k = 0; k < x.size(); ++k) {
+                x[k] = simd::load_first_as<Vector>(call.a[k] + i * call.inca[k], call.inca[k], count);
+            }
         }
         if constexpr (HasSpecialLanes<Op>) {
             if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
@@ -312,8 +321,12 @@ template <class Op, class Access>
             }
         }
         const auto y = compute<Op, Vector>(x, call);
-        for (size_t k = 0; k < y.size(); ++k) {
-            simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+        if (count == kLanes) {
+            store_results<Access>(call, i, y);
+        } else {
+            for (size_t k = 0; k < y.size(); ++k) {
+                simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+            }
         }
     }
 }

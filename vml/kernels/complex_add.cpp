@@ -12,31 +12,41 @@ struct Components {
     using Argument = typename ComplexTypes<T>::Element;
     using Result = Argument;
     using Vector = typename ComplexTypes<T>::Interleaved;
+    using Block = typename ComplexTypes<T>::Checked;  // two elements, so that all of a block are unrolled
 };
 
 template <class T>
 struct Add : Components<T> {
-    using typename Components<T>::Vector;
     static constexpr int kArguments = 2;
-    OZK_SIMD static Vector compute(Vector a, Vector b) { return {a.v + b.v}; }
+    template <class V>
+    OZK_SIMD static V compute(const V& a, const V& b) {
+        return {a.v + b.v};
+    }
 };
 
 template <class T>
 struct Sub : Components<T> {
-    using typename Components<T>::Vector;
     static constexpr int kArguments = 2;
-    OZK_SIMD static Vector compute(Vector a, Vector b) { return {a.v - b.v}; }
+    template <class V>
+    OZK_SIMD static V compute(const V& a, const V& b) {
+        return {a.v - b.v};
+    }
 };
 
-OZK_SIMD simd::f64x2 conjugate(simd::f64x2 z) { return z ^ simd::pair(0.0, -0.0); }
+template <class V>
+OZK_SIMD V conjugate(const V& z) {
+    return z ^ simd::pair(0.0, -0.0);
+}
 OZK_SIMD simd::f32x4 conjugate(simd::f32x4 z) {
     return z ^ as_f32(as_i32(simd::broadcast(int64_t{INT64_MIN})));
 }
 
 template <class T>
 struct Conj : Components<T> {
-    using typename Components<T>::Vector;
-    OZK_SIMD static Vector compute(Vector a) { return {conjugate(a.v)}; }
+    template <class V>
+    OZK_SIMD static V compute(const V& a) {
+        return {conjugate(a.v)};
+    }
 };
 
 }  // namespace

@@ -69,14 +69,13 @@ int divide_scalar(OzkComplex16 a, OzkComplex16 b, OzkComplex16& result) {
     return a.re == 0 && a.im == 0 ? kVmlDomain : kVmlSingularity;
 }
 
-template <class V>
-OZK_SIMD complex<V> plain_quotient(const complex<V>& a, const complex<V>& b) {
-    const V inverse = broadcast(1.0) / (b.re * b.re + b.im * b.im);
+OZK_SIMD complex<simd::f64x4> plain_quotient(const complex<simd::f64x4>& a, const complex<simd::f64x4>& b) {
+    const simd::f64x4 inverse = broadcast(1.0) / (b.re * b.re + b.im * b.im);
     return {(a.re * b.re + a.im * b.im) * inverse, (a.im * b.re - a.re * b.im) * inverse};
 }
 
-// Quotients of ordinary components stay within 2^896, and above 2^-1003 with every bit of a numerator cancelled.
-struct DoubleRange : DivisorRange<double, -224, 224, -224> {
+template <int kLow, int kHigh, int kLeast>
+struct DoubleRange : DivisorRange<double, kLow, kHigh, kLeast> {
     using Result = OzkComplex16;
     static constexpr int kArguments = 2;
     static int scalar(OzkComplex16 a, OzkComplex16 b, OzkComplex16& result) {
@@ -84,7 +83,8 @@ struct DoubleRange : DivisorRange<double, -224, 224, -224> {
     }
 };
 
-struct DivideHigh : DoubleRange {
+// Quotients of ordinary components stay within 2^896, and above 2^-1003 with every bit of a numerator cancelled.
+struct DivideHigh : DoubleRange<-224, 224, -224> {
     template <class V>
     OZK_SIMD static complex<V> compute(const complex<V>& a, const complex<V>& b) {
         const Factor<V> a_re(a.re), a_im(a.im), b_re(b.re), b_im(b.im);
@@ -97,9 +97,12 @@ struct DivideHigh : DoubleRange {
     }
 };
 
-struct DivideFast : DoubleRange {
+// a (conj(b) / |b|^2), so that no product is smaller than the quotient's own terms. These stay within 2^1002.
+struct DivideFast : DoubleRange<kAnyLow, 500, -500> {
     OZK_SIMD static simd::c64x2 compute(const simd::c64x2& a, const simd::c64x2& b) {
-        return plain_quotient(a, b);
+        const f64x2 inverse = broadcast(1.0) / (b.re * b.re + b.im * b.im);
+        const f64x2 re = b.re * inverse, im = b.im * inverse;
+        return {a.re * re + a.im * im, a.im * re - a.re * im};
     }
 };
 
