@@ -54,6 +54,7 @@ struct Family {
 };
 
 Family vml_family();
+Family complex_family();
 Family random_family();
 Family stats_family();
 Family splines_family();

@@ -295,6 +295,34 @@ typedef struct OzkComplex16 {
  * dSinCos  +-infinity: domain, both results NaN. The bits of dSin and dCos.
  * dErfInv  |x| > 1: domain; +-1: pole, +-infinity. Odd bit for bit. HA 0.72 (0.79 next to subnormal results), EP
  *          27.8 bits. Polynomials in |x| below 1/2 and in 1 - |x| above, eight for each power of two.
+ *
+ * Complex functions. Errors of each component in ulp of the component, HA; EP: of the whole, relative to its magnitude.
+ * Nothing overflows or underflows on the way to a result that doesn't. Infinities and NaN as C Annex G has them. A
+ * result is an overflow where a component is infinite and no argument's is.
+ *
+ * zAdd, zSub, zConj, cAdd, cSub, cConj
+ *          Component by component, 0.5 ulp at every level; nothing is reported.
+ * zMul, zMulByConj, cMul, cMulByConj
+ *          a b, a conj(b). Overflow. z HA 0.76 (0.501 where nothing underflows), c HA 0.501, also where a component
+ *          cancels; EP z 2^-51, c 2^-22. Dekker's products; c HA: double precision.
+ * zDiv, cDiv
+ *          a / b. b = 0: pole, infinite, domain for a = 0; overflow. z HA 0.76 (0.501 where nothing underflows), c HA
+ *          0.501, also where a component cancels; EP z 2^-50. a conj(b) and |b|^2 by Dekker's products, one division.
+ * zAbs, cAbs
+ *          Overflow; infinite with an infinite component. HA 0.501, EP z 2^-51. Run the x87 unit in extended precision.
+ * zArg, cArg
+ *          atan2(im, re), from -pi to pi, also of zeros and infinities; nothing is reported. HA 0.501, LA c 2.4 ulp, EP c
+ *          2^-14. A table of multiples of 1/64 and a polynomial of the rest; c: a polynomial.
+ * zSqrt, cSqrt
+ *          The root with nonnegative real part, cut along the negative real axis, where the sign of im chooses the side;
+ *          nothing is reported. z HA 0.76 (0.501 where nothing underflows), c HA 0.501, LA c 2.4 ulp.
+ *
+ * sPackI, sPackV, sPackM, sUnpackI, sUnpackV, sUnpackM and the same for d, c, z
+ *          y[i] = a[i inca], a[ia[i]], the a[i] with a nonzero ma[i] one after the other; y[i incy], y[iy[i]] = a[i], the
+ *          y[i] with a nonzero my[i] = the elements of a, one after the other. Width 1: n and increments are 32-bit, the
+ *          upper halves of their registers are ignored, and indices and mask elements are int32_t; any other width: 64-bit
+ *          and int64_t. Counts below 1 do nothing. y must not overlap a or the indices. Bits are copied: no special values,
+ *          no flags, the mode is not read. No element is read or written that the definition doesn't name.
  */
 
 /* ---- Error entry points ----------------------------------------------------------------------------- *

@@ -6,8 +6,8 @@
  *
  * The functions of `long double`, and what is said of their errors, need the x87 unit at 64-bit precision and
  * rounding to nearest, as the system starts each thread; at another setting they return, but with a larger error.
- * A kernel that calls them under its caller's control words first sets its own (ExtendedPrecision,
- * vml/control_words.hpp).
+ * A kernel that calls them under its caller's control words first sets its own (kExtendedPrecision,
+ * vml/frame.hpp).
  */
 #ifndef OZK_VML_SCALARS_H
 #define OZK_VML_SCALARS_H

@@ -92,6 +92,20 @@ OZK_SIMD void store_first(float* p, int64_t step, int count, f32x4 a) {
     for (int i = 0; i < count; ++i) p[i * step] = lane[i];
 }
 
+// The same for a vector type that the caller names; elements of more than one vector type have overloads.
+template <class V, class T>
+OZK_SIMD V load_as(const T* p) {
+    return load(p);
+}
+template <class V, class T>
+OZK_SIMD V load_strided_as(const T* p, int64_t step) {
+    return load_strided(p, step);
+}
+template <class V, class T>
+OZK_SIMD V load_first_as(const T* p, int64_t step, int count) {
+    return load_first(p, step, count);
+}
+
 // The entries of a table that the two lanes of `index` name.
 OZK_SIMD f64x2 gather(const double* table, i64x2 index) {
     return {
@@ -149,6 +163,7 @@ OZK_SIMD f64x2 operator-(f64x2 a, f64x2 b) { return {_mm_sub_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator*(f64x2 a, f64x2 b) { return {_mm_mul_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 operator/(f64x2 a, f64x2 b) { return {_mm_div_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 sqrt(f64x2 a) { return {_mm_sqrt_pd(a.v)}; }
+OZK_SIMD f64x2 subtract_add(f64x2 a, f64x2 b) { return {_mm_addsub_pd(a.v, b.v)}; }  // a0 - b0, a1 + b1
 OZK_SIMD f64x2 min(f64x2 a, f64x2 b) { return {_mm_min_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
@@ -306,10 +321,20 @@ OZK_SIMD f32x4 high_half(f32x4 a) { return {_mm_movehl_ps(a.v, a.v)}; }
 OZK_SIMD i32x4 high_half(i32x4 a) { return {_mm_unpackhi_epi64(a.v, a.v)}; }
 // Lanes 0 and 1 as the high words of 64-bit integers whose low words are 0.
 OZK_SIMD i64x2 low_to_high_words(i32x4 a) { return {_mm_unpacklo_epi32(_mm_setzero_si128(), a.v)}; }
+// Neighbours exchanged (a1 a0 a3 a2), halves exchanged (a2 a3 a0 a1).
+OZK_SIMD i32x4 swap_neighbours(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(2, 3, 0, 1))}; }
+OZK_SIMD i32x4 swap_halves(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(1, 0, 3, 2))}; }
 // Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
 OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
 OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }
+OZK_SIMD f32x4 interleave_low(f32x4 a, f32x4 b) { return {_mm_unpacklo_ps(a.v, b.v)}; }   // a0 b0 a1 b1
+OZK_SIMD f32x4 interleave_high(f32x4 a, f32x4 b) { return {_mm_unpackhi_ps(a.v, b.v)}; }  // a2 b2 a3 b3
+OZK_SIMD f64x2 repeat_low(f64x2 a) { return {_mm_unpacklo_pd(a.v, a.v)}; }                // a0 a0
+OZK_SIMD f64x2 repeat_high(f64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }               // a1 a1
+OZK_SIMD f64x2 swap_lanes(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }              // a1 a0
 // Even lanes of two vectors (a0 a2 b0 b2), odd lanes (a1 a3 b1 b3).
+OZK_SIMD f32x4 even_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0))}; }
+OZK_SIMD f32x4 odd_lanes(f32x4 a, f32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1))}; }
 OZK_SIMD i32x4 even_lanes(i32x4 a, i32x4 b) {
     return {_mm_castps_si128(
         _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(2, 0, 2, 0)))};

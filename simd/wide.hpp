@@ -93,6 +93,10 @@ OZK_WIDE_FUNCTION(high_half)
 OZK_WIDE_FUNCTION(low_to_high_words)
 OZK_WIDE_FUNCTION(interleave_low)
 OZK_WIDE_FUNCTION(interleave_high)
+OZK_WIDE_FUNCTION(subtract_add)
+OZK_WIDE_FUNCTION(repeat_low)
+OZK_WIDE_FUNCTION(repeat_high)
+OZK_WIDE_FUNCTION(swap_lanes)
 
 #undef OZK_WIDE_OPERATOR
 #undef OZK_WIDE_FUNCTION
@@ -153,8 +157,14 @@ OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>&
 
 using f64x4 = wide<f64x2, 2>;
 
+// Four singles as doubles, and back.
+OZK_SIMD f64x4 widen(f32x4 x) { return {{low_to_f64(x), high_to_f64(x)}}; }
+OZK_SIMD f32x4 narrow(const f64x4& x) { return to_f32(x.v[0], x.v[1]); }
+
 // The high words of four doubles.
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
+// Their low words.
+OZK_SIMD i32x4 low_words(const f64x4& x) { return even_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
 // A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.
 OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
 

@@ -6,16 +6,23 @@
 
 namespace ozk::vml {
 
+// What the x87 control word has to have for the run.
+struct X87Fields {
+    uint16_t mask, value;
+};
+inline constexpr X87Fields kX87Masked = {0x003F, 0x003F};
+inline constexpr X87Fields kX87Extended = {0x0F3F, 0x033F};  // 64-bit precision, to nearest, all masked
+
 // Masks every exception and sets rounding to nearest and the mode's denormal handling; the destructor gives
 // the caller's words back and keeps the exception flags that the kernel raised. Nothing is loaded where the
 // caller's words already are what the kernel wants.
 class KernelControlWords {
   public:
-    KernelControlWords() : x87_(simd::read_x87_control()), mxcsr_(simd::read_mxcsr()) {
-        if ((x87_ & kX87Masks) != kX87Masks) [[unlikely]] {
-            simd::clear_x87_exceptions();  // first: loading a control word delivers what is pending and
-                                           // unmasked
-            simd::write_x87_control(x87_ | kX87Masks);
+    explicit KernelControlWords(X87Fields x87) : x87_(simd::read_x87_control()), mxcsr_(simd::read_mxcsr()) {
+        if ((x87_ & x87.mask) != x87.value) [[unlikely]] {
+            // First: loading a control word delivers what is pending and unmasked.
+            if ((x87_ & kX87Masks) != kX87Masks) simd::clear_x87_exceptions();
+            simd::write_x87_control(static_cast<uint16_t>((x87_ & ~x87.mask) | x87.value));
             restore_x87_ = true;
         }
         const bool flush = (current_mode() & kVmlDenormalMask) == kVmlDenormalFlush;
@@ -45,34 +52,6 @@ class KernelControlWords {
     uint32_t mxcsr_;
     bool restore_x87_ = false;
     bool restore_mxcsr_ = false;
-};
-
-// Sets the x87 unit to 64-bit precision, rounding to nearest and all exceptions masked, what the functions of
-// ozk_vml_scalars.h need; the destructor gives the caller's word back and keeps the raised flags. For kernels that
-// call them, inside KernelControlWords.
-class ExtendedPrecision {
-  public:
-    ExtendedPrecision() : x87_(simd::read_x87_control()) {
-        const uint16_t wanted = static_cast<uint16_t>((x87_ & ~kRounding) | kMasks | kExtended);
-        if (x87_ != wanted) [[unlikely]] {
-            simd::write_x87_control(wanted);
-            restore_ = true;
-        }
-    }
-    ~ExtendedPrecision() {
-        if (restore_) [[unlikely]]
-            simd::write_x87_control(x87_);
-    }
-    ExtendedPrecision(const ExtendedPrecision&) = delete;
-    ExtendedPrecision& operator=(const ExtendedPrecision&) = delete;
-
-  private:
-    static constexpr uint16_t kMasks = 0x3F;
-    static constexpr uint16_t kExtended = 0x300;
-    static constexpr uint16_t kRounding = 0xC00;
-
-    uint16_t x87_;
-    bool restore_ = false;
 };
 
 }  // namespace ozk::vml

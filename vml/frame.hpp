@@ -13,6 +13,9 @@
 //   kWide                         (optional) how many vectors compute() takes in step: then it is a template
 //   that
 //                                 also takes simd::wide<Vector, kWide>
+//   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
+//                                 mask needn't tell the lanes, only whether there is one
+//   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
 //   prepare(x), finish(state)     (optional, one argument) compute() in two halves of about equal length
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
@@ -24,7 +27,7 @@
 #include <array>
 #include <type_traits>
 
-#include "simd/wide.hpp"
+#include "simd/complex.hpp"
 #include "vml/control_words.hpp"
 #include "vml/errors.hpp"
 
@@ -75,9 +78,14 @@ struct BlockVector {
     using type = typename Op::Vector;
 };
 template <class Op>
+requires requires { typename Op::Block; }
+struct BlockVector<Op> {
+    using type = typename Op::Block;
+};
+template <class Op>
 requires requires { Op::kWide; }
 struct BlockVector<Op> {
-    using type = simd::wide<typename Op::Vector, Op::kWide>;
+    using type = typename simd::WideOf<typename Op::Vector, Op::kWide>::type;
 };
 
 // Calls f with the vectors or elements of `x`, the scalars if there are any, and `more`.
@@ -112,6 +120,11 @@ requires requires(simd::f64x4 x) { Op::special(x); }
 struct CheckedVector<Op> {
     using type = simd::f64x4;
 };
+template <class Op>
+requires requires { typename Op::Checked; }
+struct CheckedVector<Op> {
+    using type = typename Op::Checked;
+};
 
 template <class Op, class V>
 [[gnu::always_inline]] inline auto special_lanes(const Vectors<Op, V>& x, const Call<Op>& call) {
@@ -133,7 +146,7 @@ template <class Op, class V>
 struct Unit {
     template <class V, class T>
     [[gnu::always_inline]] static V load(const T* p, int32_t, int64_t i) {
-        return simd::load(p + i);
+        return simd::load_as<V>(p + i);
     }
     template <class T, class V>
     [[gnu::always_inline]] static void store(T* p, int32_t, int64_t i, V v) {
@@ -143,7 +156,7 @@ struct Unit {
 struct Strided {
     template <class V, class T>
     [[gnu::always_inline]] static V load(const T* p, int32_t step, int64_t i) {
-        return simd::load_strided(p + i * step, step);
+        return simd::load_strided_as<V>(p + i * step, step);
     }
     template <class T, class V>
     [[gnu::always_inline]] static void store(T* p, int32_t step, int64_t i, V v) {
@@ -212,7 +225,7 @@ template <class Op>
 
     for (int j = 0; j < count; j += kLanes) {
         Vectors<Op> v;
-        for (size_t k = 0; k < kArguments; ++k) v[k] = simd::load(&x[k][j]);
+        for (size_t k = 0; k < kArguments; ++k) v[k] = simd::load_as<Vector>(&x[k][j]);
         const auto mask = special_lanes<Op, Vector>(v, call);
         for (size_t k = 0; k < kArguments; ++k) {
             v[k] = simd::select(mask, simd::broadcast(Op::kOrdinary), v[k]);
@@ -294,8 +307,12 @@ template <class Op, class Access>
     for (; i < n; i += kLanes) {
         const int count = n - i < kLanes ? static_cast<int>(n - i) : kLanes;
         Vectors<Op> x;
-        for (size_t k = 0; k < x.size(); ++k) {
-            x[k] = simd::load_first(call.a[k] + i * call.inca[k], call.inca[k], count);
+        if (count == kLanes) {
+            x = load_arguments<Access, Vector>(call, i);
+        } else {
+            for (size_t k = 0; k < x.size(); ++k) {
+                x[k] = simd::load_first_as<Vector>(call.a[k] + i * call.inca[k], call.inca[k], count);
+            }
         }
         if constexpr (HasSpecialLanes<Op>) {
             if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
@@ -304,8 +321,12 @@ template <class Op, class Access>
             }
         }
         const auto y = compute<Op, Vector>(x, call);
-        for (size_t k = 0; k < y.size(); ++k) {
-            simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+        if (count == kLanes) {
+            store_results<Access>(call, i, y);
+        } else {
+            for (size_t k = 0; k < y.size(); ++k) {
+                simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+            }
         }
     }
 }
@@ -314,7 +335,7 @@ template <class Op, class Access>
 template <class Op, class Access>
 inline void run_kernel(int32_t n, const Call<Op>& call) {
     if (n <= 0) return;
-    const KernelControlWords words;
+    const KernelControlWords words(requires { Op::kExtendedPrecision; } ? kX87Extended : kX87Masked);
     run<Op, Access>(n, call);
 }
 
@@ -331,11 +352,17 @@ constexpr int slot_of(const char* implementation) {
 #define OZK_VML_KERNEL(p, function, implementation, shape, ...) \
     OZK_VML_KERNEL_##shape(p, function, implementation, "v" #p #function, __VA_ARGS__)
 
-#define OZK_VML_KERNEL_unary(p, function, implementation, name, ...)                                       \
-    void ozk_vml_kernel_##p##function##_##implementation OZK_VML_ARGUMENTS_unary(p) {                      \
+#define OZK_VML_KERNEL_unary(p, function, implementation, name, ...) \
+    OZK_VML_KERNEL_ONE_ARGUMENT(unary, p, function, implementation, name, __VA_ARGS__)
+#define OZK_VML_KERNEL_to_real(p, function, implementation, name, ...) \
+    OZK_VML_KERNEL_ONE_ARGUMENT(to_real, p, function, implementation, name, __VA_ARGS__)
+#define OZK_VML_KERNEL_to_complex(p, function, implementation, name, ...) \
+    OZK_VML_KERNEL_ONE_ARGUMENT(to_complex, p, function, implementation, name, __VA_ARGS__)
+#define OZK_VML_KERNEL_ONE_ARGUMENT(shape, p, function, implementation, name, ...)                         \
+    void ozk_vml_kernel_##p##function##_##implementation OZK_VML_ARGUMENTS_##shape(p) {                    \
         ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Unit>(n, {name, {a}, {r}, {1}, {1}, {}});              \
     }                                                                                                      \
-    void ozk_vml_kernel_##p##function##I_##implementation OZK_VML_ARGUMENTS_unary_strided(p) {             \
+    void ozk_vml_kernel_##p##function##I_##implementation OZK_VML_ARGUMENTS_##shape##_strided(p) {         \
         if (inca == 1 && incr == 1) {                                                                      \
             return ozk_vml_kernel_##p##function##_ttab[ozk::vml::slot_of(#implementation)](n, a, r);       \
         }                                                                                                  \

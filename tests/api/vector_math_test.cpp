@@ -9,6 +9,7 @@
 #include <bit>
 #include <cerrno>
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <random>
 #include <thread>
@@ -402,6 +403,66 @@ TEST(Status, HasAFamilyACodeAndASentence) {
     EXPECT_STREQ(ozk_error_text(kOzkOk), "Done.");
     EXPECT_STREQ(ozk_error_text(INT32_MIN), "This is no status.");
     EXPECT_EQ(ozk_status_family(kOzkPole), 0);
+}
+
+// ---- Complex elements, and moving elements ------------------------------------------------------------
+
+using Complex = std::complex<double>;
+
+TEST_F(VectorMath, TakesSpansOfComplexNumbersAndGivesRealOrComplexResults) {
+    std::vector<Complex> a(kLong), b(kLong);
+    std::mt19937_64 random(11);
+    std::uniform_real_distribution<double> uniform(-5, 5);
+    for (size_t i = 0; i < kLong; ++i) {
+        a[i] = {uniform(random), uniform(random)};
+        b[i] = {uniform(random), uniform(random)};
+    }
+    a[2 * kPiece + 3] = {1, 1};
+    b[2 * kPiece + 3] = 0;
+    std::vector<ozk::special_value> specials;
+    const auto quotient = ozk::div(std::span<const Complex>(a), std::span<const Complex>(b), specials);
+    ASSERT_EQ(specials.size(), 1u);
+    EXPECT_EQ(specials[0].index, static_cast<int64_t>(2 * kPiece + 3));
+    EXPECT_EQ(specials[0].code, kOzkPole);
+    EXPECT_EQ(specials[0].argument[0].im, 1);
+    const auto product = ozk::mul(std::span<const Complex>(a), std::span<const Complex>(b));
+    const auto magnitude = ozk::abs(std::span<const Complex>(a)),
+               angle = ozk::arg(std::span<const Complex>(a));
+    std::vector<Complex> every_second(kLong / 2);
+    const std::vector<Complex> even(a.begin(), a.begin() + 2 * (kLong / 2));
+    ozk::conj(ozk::strided<const Complex>(even, 2), ozk::strided(every_second, 1));
+    for (size_t i = 0; i < kLong; ++i) {
+        ASSERT_LE(std::abs(product[i] - a[i] * b[i]), 1e-14 * std::abs(product[i]));
+        if (b[i] != 0.0) {
+            ASSERT_LE(std::abs(quotient[i] - a[i] / b[i]), 1e-14 * std::abs(quotient[i]));
+        }
+        ASSERT_LE(std::abs(std::polar(magnitude[i], angle[i]) - a[i]), 1e-14 * magnitude[i]);
+    }
+    for (size_t i = 0; i < every_second.size(); ++i) ASSERT_EQ(every_second[i], std::conj(a[2 * i]));
+}
+
+TEST_F(VectorMath, PacksByIncrementIndexAndMaskAndRefusesWhatDoesNotFit) {
+    const std::vector<Complex> x = {1, 2, 3, 4, 5, {6, 7}};
+    const std::vector<int64_t> index = {5, 0, 2}, outside = {0, 6, 1}, mask = {0, 1, 1, 0, 0, 1};
+    const std::span<const Complex> in(x);
+    std::vector<Complex> y(3), back(6, -1.0);
+    ozk::pack_i(in, 2, std::span(y));
+    EXPECT_EQ(y, (std::vector<Complex>{1, 3, 5}));
+    ozk::pack_m(in, mask, std::span(y));
+    EXPECT_EQ(y, (std::vector<Complex>{2, 3, {6, 7}}));
+    ozk::unpack_m(std::span<const Complex>(y), std::span(back), mask);
+    EXPECT_EQ(back, (std::vector<Complex>{-1, 2, 3, -1, -1, {6, 7}}));
+    ozk::pack_v(in, index, std::span(y));
+    EXPECT_EQ(y, (std::vector<Complex>{{6, 7}, 1, 3}));
+    ozk::unpack_v(std::span<const Complex>(y), std::span(back), index);
+    EXPECT_EQ(back, (std::vector<Complex>{1, 2, 3, -1, -1, {6, 7}}));
+    ozk::unpack_i(std::span<const Complex>(y), std::span(back), 2);
+    EXPECT_EQ(back, (std::vector<Complex>{{6, 7}, 2, 1, -1, 3, {6, 7}}));
+    const auto before = y;
+    EXPECT_THROW(ozk::pack_v(in, outside, std::span(y)), ozk::error);
+    EXPECT_THROW(ozk::pack_i(in, 3, std::span(y)), ozk::error);
+    EXPECT_THROW(ozk::pack_m(in, mask, std::span(y).first(2)), ozk::error);
+    EXPECT_EQ(y, before);
 }
 
 }  // namespace

@@ -393,7 +393,7 @@ TEST(ExtendedPrecision, MakesUpForTheCallersControlWord) {
     const uint16_t own = simd::read_x87_control();
     simd::write_x87_control(0x0E7F);  // 53 bits, towards zero, all masked
     {
-        const ExtendedPrecision precision;
+        const KernelControlWords words(kX87Extended);
         EXPECT_EQ(ozk_vml_kernel_expl_scalar(0.7L), expected);
     }
     const uint16_t after = simd::read_x87_control();

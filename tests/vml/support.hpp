@@ -38,6 +38,16 @@ T call(UnaryOf<T> f, std::type_identity_t<T> x) {
     return r;
 }
 
+// |computed - value| in units of the last place of the value rounded to a format of `digits` bits whose smallest
+// subnormal is 2^least; the value is overwritten.
+inline double ulp_distance(mpfr_ptr value, double computed, int digits = 53, int least = -1074) {
+    int exponent;
+    std::frexp(mpfr_get_d(value, MPFR_RNDN), &exponent);
+    mpfr_sub_d(value, value, computed, MPFR_RNDN);
+    mpfr_mul_2si(value, value, std::min(digits - exponent, -least), MPFR_RNDN);
+    return std::abs(mpfr_get_d(value, MPFR_RNDN));
+}
+
 // |computed - f(x)| in units of the last place of f(x) rounded to double, subnormals included.
 inline double ulp_error(Exact exact, double x, double computed) {
     mpfr_t argument, value;
@@ -45,11 +55,7 @@ inline double ulp_error(Exact exact, double x, double computed) {
     mpfr_init2(value, 160);
     mpfr_set_d(argument, x, MPFR_RNDN);
     exact(value, argument, MPFR_RNDN);
-    int exponent;
-    std::frexp(mpfr_get_d(value, MPFR_RNDN), &exponent);
-    mpfr_sub_d(value, value, computed, MPFR_RNDN);
-    mpfr_mul_2si(value, value, std::min(53 - exponent, 1074), MPFR_RNDN);
-    const double error = std::abs(mpfr_get_d(value, MPFR_RNDN));
+    const double error = ulp_distance(value, computed);
     mpfr_clears(argument, value, static_cast<mpfr_ptr>(nullptr));
     return error;
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "ozk_vml.h"
+#include "tools/accuracy/complex.hpp"
 
 namespace ozk::accuracy {
 namespace {
@@ -87,16 +88,18 @@ std::vector<Subject<T>> kernels(const Oracle& oracle) {
 
 std::vector<std::string> unmeasured() {
     struct Row {
-        std::string_view type, function, state;
+        std::string_view type, function, shape, state;
     };
     static constexpr Row kCatalogue[] = {
-#define OZK_FN(type, function, shape, la, ha, ep, state, ...) {#type, #function, #state},
+#define OZK_FN(type, function, shape, la, ha, ep, state, ...) {#type, #function, #shape, #state},
 #include "vml/catalogue.def"
 #undef OZK_FN
     };
     std::vector<std::string> names;
-    for (const auto& [type, function, state] : kCatalogue)
-        if (state == "built" && (type == "c" || type == "z" || !find_oracle(function)))
+    for (const auto& [type, function, shape, state] : kCatalogue)
+        if (state == "built" && !shape.starts_with("pack") && !shape.starts_with("unpack") &&
+            !(type == "c" || type == "z" ? find_complex_oracle(function) != nullptr
+                                         : find_oracle(function) != nullptr))
             names.push_back(std::string(type) + std::string(function));
     return names;
 }

@@ -26,8 +26,7 @@ void* exported(const char* name);
 template <class T>
 std::vector<Subject<T>> kernels(const Oracle& oracle);
 
-// The built functions of the catalogue, type letter first, that have no row of oracles: complex ones among
-// them.
+// The built functions of the catalogue that compute, type letter first, that have no row of oracles.
 std::vector<std::string> unmeasured();
 
 }  // namespace ozk::accuracy

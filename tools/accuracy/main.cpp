@@ -8,6 +8,7 @@
 #include <iostream>
 #include <thread>
 
+#include "tools/accuracy/complex.hpp"
 #include "tools/accuracy/kernels.hpp"
 #include "tools/accuracy/report.hpp"
 
@@ -16,7 +17,7 @@ namespace {
 using namespace ozk::accuracy;
 
 struct Options {
-    std::string function, level, types = "ds", markdown, page, hard = OZK_HARD_CASES;
+    std::string function, level, types = "dszc", markdown, page, hard = OZK_HARD_CASES;
     int64_t samples = 400000;
     uint64_t seed = 1;
     int threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
@@ -58,6 +59,26 @@ void measure_function(const Oracle& oracle, const Options& options, Table& table
     }
 }
 
+template <class T>
+void measure_complex_function(const ComplexOracle& oracle, const Options& options, Table& table) {
+    const char* const type = sizeof(T) == 4 ? "single complex" : "double complex";
+    show_progress(fmt::format("{} {}", oracle.function, type), 0);
+    constexpr int64_t kCost = 4;
+    for (const ComplexError& e : measure_complex<T>(oracle, options.samples / kCost, options.seed)) {
+        if (!options.level.empty() && e.level != options.level) continue;
+        std::string at = fmt::format("{:a} {:+a}i", e.worst[0], e.worst[1]);
+        if (oracle.arguments == 2) at += fmt::format(", {:a} {:+a}i", e.worst[2], e.worst[3]);
+        table.row({std::string(oracle.function), type, e.level, shown_ulp(e.component), shown_ulp(e.norm), at,
+                   fmt::format("{}", e.count)});
+    }
+}
+
+// Whether the command line asks for the function.
+bool wanted(const Options& options, std::string_view function) {
+    return options.function.starts_with('=') ? function == options.function.substr(1)
+                                             : function.find(options.function) != std::string_view::npos;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,8 +88,12 @@ int main(int argc, char** argv) {
     app.add_option("function", options.function,
                    "only functions whose name contains this; '=Exp' means exactly Exp");
     app.add_option("--level", options.level, "LA, HA or EP")->check(CLI::IsMember({"LA", "HA", "EP"}));
-    app.add_option("--type", options.types, "d (double), s (single) or both")
-        ->check(CLI::IsMember({"d", "s", "ds", "sd"}))
+    app.add_option("--type", options.types,
+                   "d (double), s (single), z (double complex), c (single complex), or some of them")
+        ->check([](const std::string& types) {
+            return types.find_first_not_of("dszc") == std::string::npos ? ""
+                                                                        : "only the letters d, s, z and c";
+        })
         ->capture_default_str();
     app.add_option("--samples", options.samples, "arguments for each function and type; slow ones get fewer")
         ->check(CLI::PositiveNumber)
@@ -88,42 +113,53 @@ int main(int argc, char** argv) {
     const auto start = std::chrono::steady_clock::now();
     Table table({"function", "type", "level", ">max ulp", "at argument", "computed", "exact",
                  ">% correctly rounded", ">results"});
+    Table complex_table(
+        {"function", "type", "level", ">max ulp, component", ">max error, norm", "at argument", ">results"});
     try {
         for (const Oracle& oracle : oracles()) {
-            const bool exact_name = options.function.starts_with('=');
-            if (exact_name ? oracle.function != options.function.substr(1)
-                           : oracle.function.find(options.function) == std::string_view::npos)
-                continue;
+            if (!wanted(options, oracle.function)) continue;
             const bool one_argument = oracle.shape == Shape::kUnary || oracle.shape == Shape::kTwoResults;
             if (options.exhaustive && !one_argument) continue;
             if (options.types.find('d') != std::string::npos && !options.exhaustive)
                 measure_function<double>(oracle, options, table);
             if (options.types.find('s') != std::string::npos) measure_function<float>(oracle, options, table);
         }
+        for (const ComplexOracle& oracle : complex_oracles()) {
+            if (options.exhaustive || !wanted(options, oracle.function)) continue;
+            if (options.types.find('z') != std::string::npos)
+                measure_complex_function<double>(oracle, options, complex_table);
+            if (options.types.find('c') != std::string::npos)
+                measure_complex_function<float>(oracle, options, complex_table);
+        }
     } catch (const std::exception& error) {
         fmt::print(stderr, "ozk_accuracy: {}\n", error.what());
         return 1;
     }
     end_progress();
-    if (table.empty()) {
+    if (table.empty() && complex_table.empty()) {
         fmt::print(stderr, "ozk_accuracy: the library has no function and level that match\n");
         return 1;
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    fmt::print("{}\n", table.text());
+    if (!table.empty()) fmt::print("{}\n", table.text());
+    if (!complex_table.empty()) fmt::print("{}\n", complex_table.text());
     if (const auto rest = unmeasured(); options.function.empty() && !rest.empty())
         fmt::print(stderr, "built, but not measured here: {}\n", fmt::join(rest, " "));
     fmt::print(stderr, "{:.1f} s on {} threads\n", seconds.count(), options.threads);
-    if (!options.markdown.empty() && !(std::ofstream(options.markdown) << table.text())) {
+    if (!options.markdown.empty() && !(std::ofstream(options.markdown) << table.text() << '\n'
+                                                                       << complex_table.text())) {
         fmt::print(stderr, "ozk_accuracy: {}: cannot be written\n", options.markdown);
         return 1;
     }
     if (!options.page.empty()) {
         const std::string text = fmt::format("{} samples, seed {}{}.\n\n{}", options.samples, options.seed,
                                              options.exhaustive ? ", exhaustive" : "", table.text());
-        if (const std::string error = update_page(options.page, "accuracy", text); !error.empty()) {
-            fmt::print(stderr, "ozk_accuracy: {}\n", error);
-            return 1;
+        for (const auto& [name, section] :
+             {std::pair("accuracy", text), std::pair("complex", complex_table.text())}) {
+            if (const std::string error = update_page(options.page, name, section); !error.empty()) {
+                fmt::print(stderr, "ozk_accuracy: {}\n", error);
+                return 1;
+            }
         }
     }
     return 0;
