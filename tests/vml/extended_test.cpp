@@ -13,7 +13,6 @@
 
 #include "ozk_vml_scalars.h"
 #include "tools/accuracy/ulp.hpp"
-#include "vml/control_words.hpp"
 #include "vml/extended/format.hpp"
 
 namespace ozk::vml::extended {
@@ -386,19 +385,6 @@ TEST(CoreTables, HoldWhatTheirDescriptionSays) {
     }
     EXPECT_EQ(ozk_vml_core_double_rcp_table_256[0], 1);
     EXPECT_EQ(ozk_vml_core_double_rcp_table_256[255], 0.5);
-}
-
-TEST(ExtendedPrecision, MakesUpForTheCallersControlWord) {
-    const long double expected = ozk_vml_kernel_expl_scalar(0.7L);
-    const uint16_t own = simd::read_x87_control();
-    simd::write_x87_control(0x0E7F);  // 53 bits, towards zero, all masked
-    {
-        const KernelControlWords words(kX87Extended);
-        EXPECT_EQ(ozk_vml_kernel_expl_scalar(0.7L), expected);
-    }
-    const uint16_t after = simd::read_x87_control();
-    simd::write_x87_control(own);
-    EXPECT_EQ(after, 0x0E7F);
 }
 
 TEST(SharedData, IsExportedReadOnlyAtItsSize) {
