@@ -1,4 +1,4 @@
-// Random numbers: 1,000 at a time, from each basic generator and of each method, against the standard library
+// Random numbers: 1,000 at a time (raw words: 100,000), from each basic generator and of each method, against the standard library
 // and GSL.
 
 #include <gsl/gsl_randist.h>
@@ -69,6 +69,43 @@ Case uniform_case(const char* name, uint32_t generator, std::vector<Contender> s
     return c;
 }
 
+// Raw 32-bit words, 100,000 at a time.
+constexpr int kManyWords = 100000;
+using ManyWords = std::array<uint32_t, kManyWords>;
+
+template <class Next>
+Contender words_one_by_one(std::string name, Next next) {
+    return {std::move(name), [next, r = std::make_shared<ManyWords>()]() mutable {
+                for (uint32_t& word : *r) word = static_cast<uint32_t>(next());
+                keep(r->data());
+            }};
+}
+
+std::vector<Contender> our_words(uint32_t generator) {
+    const auto create = kernel<decltype(__vslNewStreamEx)>("__vslNewStreamEx");
+    const auto remove = kernel<decltype(__vslDeleteStream)>("__vslDeleteStream");
+    const auto draw = kernel<decltype(_vsliRngUniformBits)>("_vsliRngUniformBits");
+    OzkVslStream* made = nullptr;
+    if (!create || !remove || !draw || create(&made, generator, 1, &kSeed) != kOzkVslSuccess) return {};
+    const std::shared_ptr<OzkVslStream> stream(made, [remove](OzkVslStream* s) { remove(&s); });
+    return {{"ours", [=, r = std::make_shared<ManyWords>()] {
+                 draw(0, stream.get(), kManyWords, r->data());
+                 keep(r->data());
+             }}};
+}
+
+Case bits_case(const char* name, uint32_t generator) {
+    const auto gsl_words = [](const char* peer, const gsl_rng_type* type) {
+        const std::shared_ptr<gsl_rng> state(gsl_rng_alloc(type), gsl_rng_free);
+        return words_one_by_one(peer, [state] { return gsl_rng_get(state.get()); });
+    };
+    return {std::string("random/bits/") + name,
+            kManyWords,
+            our_words(generator),
+            {words_one_by_one("std mt19937", std::mt19937(kSeed)), gsl_words("GSL mt19937", gsl_rng_mt19937),
+             gsl_words("GSL taus2", gsl_rng_taus2)}};
+}
+
 Case gaussian_case(const char* name, int32_t method) {
     return {std::string("random/gaussian/") + name,
             kNumbers,
@@ -98,6 +135,9 @@ std::vector<Case> cases() {
         uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne()),
         uniform_case("ARS5", kOzkVslArs5, {}),
         uniform_case("PHILOX4X32X10", kOzkVslPhilox4x32x10, {}),
+        bits_case("MT19937", kOzkVslMt19937),
+        bits_case("MT2203", kOzkVslMt2203),
+        bits_case("SFMT19937", kOzkVslSfmt19937),
         gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller),
         gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs),
         gaussian_case("inverse", kOzkVslGaussianInverse),
