@@ -104,9 +104,13 @@ Case gaussian_case(const char* name, int32_t method) {
 
 std::vector<Case> cases() {
     using Unit = std::uniform_real_distribution<double>;
-    const auto mersenne = [] {
-        return std::vector{standard<std::mt19937>("mt19937", Unit()),
-                           gsl<uniform>("mt19937", gsl_rng_mt19937)};
+    const auto mersenne = [](int n) {
+        return std::vector{standard<std::mt19937>("mt19937", Unit(), n),
+                           gsl<uniform>("mt19937", gsl_rng_mt19937, n)};
+    };
+    const auto mersenne_words = [] {
+        return std::vector{one_by_one("std mt19937", kLong, std::mt19937(kSeed)),
+                           gsl<word>("mt19937", gsl_rng_mt19937, kLong)};
     };
     return {
         word_case("MCG31M1", kOzkVslMcg31m1,
@@ -117,11 +121,17 @@ std::vector<Case> cases() {
         word_case("WH", kOzkVslWh, {}),
         word_case("MRG32K3A", kOzkVslMrg32k3a,
                   {gsl<word>("cmrg", gsl_rng_cmrg, kLong), gsl<word>("mrg", gsl_rng_mrg, kLong)}),
+        word_case("MT19937", kOzkVslMt19937, mersenne_words()),
+        word_case("MT2203", kOzkVslMt2203, mersenne_words()),
+        word_case("SFMT19937", kOzkVslSfmt19937, mersenne_words()),
         uniform_case("MCG31M1", kOzkVslMcg31m1, {gsl<uniform>("minstd", gsl_rng_minstd, kLong)}, kLong),
         uniform_case("MCG59", kOzkVslMcg59, {gsl<uniform>("rand48", gsl_rng_rand48, kLong)}, kLong),
         uniform_case("R250", kOzkVslR250, {gsl<uniform>("r250", gsl_rng_r250, kLong)}, kLong),
         uniform_case("WH", kOzkVslWh, {}, kLong),
         uniform_case("MRG32K3A", kOzkVslMrg32k3a, {gsl<uniform>("cmrg", gsl_rng_cmrg, kLong)}, kLong),
+        uniform_case("MT19937", kOzkVslMt19937, mersenne(kLong), kLong),
+        uniform_case("MT2203", kOzkVslMt2203, mersenne(kLong), kLong),
+        uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne(kLong), kLong),
         uniform_case(
             "MCG31M1", kOzkVslMcg31m1,
             {standard<std::minstd_rand>("minstd_rand", Unit()), gsl<uniform>("minstd", gsl_rng_minstd)}),
@@ -130,9 +140,9 @@ std::vector<Case> cases() {
         uniform_case("WH", kOzkVslWh, {}),
         uniform_case("MRG32K3A", kOzkVslMrg32k3a,
                      {gsl<uniform>("cmrg", gsl_rng_cmrg), gsl<uniform>("mrg", gsl_rng_mrg)}),
-        uniform_case("MT19937", kOzkVslMt19937, mersenne()),
-        uniform_case("MT2203", kOzkVslMt2203, mersenne()),
-        uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne()),
+        uniform_case("MT19937", kOzkVslMt19937, mersenne(kNumbers)),
+        uniform_case("MT2203", kOzkVslMt2203, mersenne(kNumbers)),
+        uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne(kNumbers)),
         uniform_case("ARS5", kOzkVslArs5, {}),
         uniform_case("PHILOX4X32X10", kOzkVslPhilox4x32x10, {}),
         gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller),

@@ -324,7 +324,7 @@ extern OZK_EXPORT const OzkVslWhReciprocals _vsldWH_IM_Tab;
 /* ---- Basic generators ------------------------------------------------------------------------------- *
  * Each family has the four functions of its registry row. They always succeed once the stream exists, unless
  * a family's comment says otherwise. Results on [a, b) are x * ((b - a) * c) + a in double arithmetic, where
- * x is the integer output and c the reciprocal of the modulus; singles are that, rounded once. Rounding can
+ * x is the integer output and c the reciprocal of its range; singles are that, rounded once. Rounding can
  * give b itself. The sequence does not depend on how it is cut into calls. */
 
 #define OZK_VSL_DECLARE_GENERATOR(Name)                                                                  \
@@ -370,6 +370,30 @@ OZK_VSL_DECLARE_GENERATOR(MRG32K3A)
  * modulo m(q), 1 when that is 0 or there is none. Period: the product of the m(q) - 1 over 8, about 2^93.
  * Leapfrog, skip ahead. */
 OZK_VSL_DECLARE_GENERATOR(WH)
+/* Mersenne twister MT19937 (Matsumoto and Nishimura, ACM TOMACS 8 (1998)). Words of 32 bits. Seed: the
+ * published initialisation by array with the seed words as its key; the key is 1 when there are none. Period
+ * 2^19937 - 1. Singles take the scale (b - a) 2^-32 rounded to single. Skip ahead, which can fail with
+ * kOzkVslErrorNoMemory for counts above 0x1FFFFF and then leaves the stream where it was. */
+OZK_VSL_DECLARE_GENERATOR(MT19937)
+
+/* SIMD-oriented fast Mersenne twister SFMT19937 (Saito and Matsumoto, Monte Carlo and Quasi-Monte Carlo Methods
+ * 2006). Words of 32 bits. Seed: the published initialisation by array with the seed words as its key; the key
+ * is 1 when there are none. The period is a multiple of 2^19937 - 1. Skip ahead as MT19937. */
+OZK_VSL_DECLARE_GENERATOR(SFMT19937)
+
+/* Skip ahead in linear recurrences over GF(2). A polynomial is an array of words, coefficient k in bit k % 32 of
+ * word k / 32.
+ *
+ * __vslPolyRem reduces a polynomial of `words` words in place modulo t^degree plus the t^exponents[i] for i <
+ * terms, each exponent being from 0 to degree - 32; 0 < degree < 32 words. */
+OZK_EXPORT void __vslPolyRem(uint32_t* polynomial, int32_t words, int32_t degree, int32_t terms,
+                             const int32_t* exponents);
+
+/* Evaluates a polynomial of a degree below `degree` at the step of a generator: state[i], i < words, is the sum
+ * over the coefficients k that are set of sequence[step k + i]. The sequence has step (degree - 1) + words words
+ * and does not overlap the state. */
+OZK_EXPORT void __vsl_SkipAheadSWin(uint32_t* state, int32_t words, const uint32_t* sequence, int32_t step,
+                                    const uint32_t* polynomial, int32_t degree);
 
 /* ---- Uniform distributions -------------------------------------------------------------------------- *
  * Each returns the first negative status of the basic generator, else 0. Parameters are not checked. */

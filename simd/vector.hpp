@@ -39,6 +39,10 @@ OZK_SIMD f32x4 broadcast(float x) { return {_mm_set1_ps(x)}; }
 OZK_SIMD i64x2 broadcast(int64_t x) { return {_mm_set1_epi64x(x)}; }
 OZK_SIMD i32x4 broadcast(int32_t x) { return {_mm_set1_epi32(x)}; }
 OZK_SIMD f64x2 pair(double low, double high) { return {_mm_set_pd(high, low)}; }
+OZK_SIMD i32x4 lanes_of(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+    return {
+        _mm_setr_epi32(static_cast<int>(a), static_cast<int>(b), static_cast<int>(c), static_cast<int>(d))};
+}
 OZK_SIMD i64x2 pair(int64_t low, int64_t high) { return {_mm_set_epi64x(high, low)}; }
 
 // ---- Memory, any alignment ----------------------------------------------------------------------------
@@ -184,6 +188,8 @@ OZK_SIMD i32x4 min_unsigned(i32x4 a, i32x4 b) { return {_mm_min_epu32(a.v, b.v)}
 OZK_SIMD i32x4 max_unsigned(i32x4 a, i32x4 b) { return {_mm_max_epu32(a.v, b.v)}; }
 // The 64-bit products of lanes 0 and of lanes 2, unsigned.
 OZK_SIMD i64x2 multiply_even(i32x4 a, i32x4 b) { return {_mm_mul_epu32(a.v, b.v)}; }
+// a where b is positive, 0 where b is 0, -a where b is negative.
+OZK_SIMD i32x4 times_sign(i32x4 a, i32x4 b) { return {_mm_sign_epi32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -222,6 +228,15 @@ OZK_SIMD i32x4 shift_left(i32x4 a) {
 template <int kCount>
 OZK_SIMD i32x4 shift_right(i32x4 a) {
     return {_mm_srli_epi32(a.v, kCount)};
+}
+// The whole vector as one number of 128 bits, lane 0 lowest.
+template <int kBytes>
+OZK_SIMD i32x4 shift_bytes_left(i32x4 a) {
+    return {_mm_slli_si128(a.v, kBytes)};
+}
+template <int kBytes>
+OZK_SIMD i32x4 shift_bytes_right(i32x4 a) {
+    return {_mm_srli_si128(a.v, kBytes)};
 }
 template <int kCount>
 OZK_SIMD i32x4 shift_right_signed(i32x4 a) {
@@ -312,8 +327,15 @@ template <int kLane>
 OZK_SIMD int32_t lane(i32x4 a) {
     return _mm_extract_epi32(a.v, kLane);
 }
-OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }   // a0 b0
-OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
+OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }      // a0 b0
+OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }     // a1 b1
+OZK_SIMD i32x4 interleave_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi32(a.v, b.v)}; }   // a0 b0 a1 b1
+OZK_SIMD i32x4 interleave_high(i32x4 a, i32x4 b) { return {_mm_unpackhi_epi32(a.v, b.v)}; }  // a2 b2 a3 b3
+// The lanes of a from kFirst on, followed by those of b below.
+template <int kFirst>
+OZK_SIMD i32x4 join(i32x4 a, i32x4 b) {
+    return {_mm_alignr_epi8(b.v, a.v, 4 * kFirst)};
+}
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
 // Lanes 2 and 3 in the places of lanes 0 and 1.

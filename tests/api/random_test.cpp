@@ -22,7 +22,8 @@ std::vector<double> draw(ozk::stream& stream, size_t n) {
 TEST(Stream, GivesTheNumbersOfItsGeneratorHoweverTheyAreCut) {
     const uint32_t seed[] = {77, 5};
     for (const auto& [name, identifier] :
-         {std::pair("MCG31M1", kOzkVslMcg31m1), std::pair("MCG59", kOzkVslMcg59)}) {
+         {std::pair("MCG31M1", kOzkVslMcg31m1), std::pair("MCG59", kOzkVslMcg59),
+          std::pair("MT19937", kOzkVslMt19937), std::pair("SFMT19937", kOzkVslSfmt19937)}) {
         OzkVslStream* kernel_stream = nullptr;
         ASSERT_EQ(__vslNewStreamEx(&kernel_stream, identifier, 2, seed), 0);
         std::vector<double> expected(kNumbers);

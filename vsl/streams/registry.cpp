@@ -27,15 +27,15 @@ constexpr Generator kGenerators[] = {
     {{48, 4, 1, 16, 24, OZK_FUNCTIONS(WH)}, kOzkVslWhSets},
     {{11712, 2900, 0, 4, 32, OZK_NONE}, 1},   // Sobol
     {{84288, 21056, 0, 4, 32, OZK_NONE}, 1},  // Niederr
-    {{2520, 625, 1, 4, 32, OZK_NONE}, 1},     // MT19937
-    {{312, 70, 1, 4, 32, OZK_NONE}, 6024},    // MT2203
-    {{48, 0, 1, 4, 32, OZK_NONE}, 1},         // iAbstract
-    {{64, 0, 1, 4, 32, OZK_NONE}, 1},         // dAbstract
-    {{56, 0, 1, 4, 32, OZK_NONE}, 1},         // sAbstract
-    {{2536, 625, 1, 4, 32, OZK_NONE}, 1},     // SFMT19937
-    {{24, 1, 1, 4, 32, OZK_NONE}, 1},         // TRNG
-    {{72, 13, 1, 4, 32, OZK_NONE}, 1},        // ARS5
-    {{64, 11, 1, 4, 32, OZK_NONE}, 1},        // PHILOX4X32X10
+    {{2520, 625, 1, 4, 32, OZK_FUNCTIONS(MT19937)}, 1},
+    {{312, 70, 1, 4, 32, OZK_NONE}, 6024},  // MT2203
+    {{48, 0, 1, 4, 32, OZK_NONE}, 1},       // iAbstract
+    {{64, 0, 1, 4, 32, OZK_NONE}, 1},       // dAbstract
+    {{56, 0, 1, 4, 32, OZK_NONE}, 1},       // sAbstract
+    {{2536, 625, 1, 4, 32, OZK_FUNCTIONS(SFMT19937)}, 1},
+    {{24, 1, 1, 4, 32, OZK_NONE}, 1},   // TRNG
+    {{72, 13, 1, 4, 32, OZK_NONE}, 1},  // ARS5
+    {{64, 11, 1, 4, 32, OZK_NONE}, 1},  // PHILOX4X32X10
 };
 #undef OZK_FUNCTIONS
 #undef OZK_NONE
