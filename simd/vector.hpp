@@ -150,6 +150,8 @@ OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 operator-(i32x4 a, i32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
 OZK_SIMD i32x4 max(i32x4 a, i32x4 b) { return {_mm_max_epi32(a.v, b.v)}; }
+// The products, of 64 bits, of the unsigned low words of each lane; the high words are not read.
+OZK_SIMD i64x2 multiply_low_words(i64x2 a, i64x2 b) { return {_mm_mul_epu32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -249,6 +251,8 @@ OZK_SIMD f32x4 to_f32(f64x2 low, f64x2 high) {
 }
 // Lanes 0 and 1 of signed 32-bit integers as doubles.
 OZK_SIMD f64x2 low_to_f64(i32x4 a) { return {_mm_cvtepi32_pd(a.v)}; }
+// Lanes 2 and 3 of signed 32-bit integers as doubles.
+OZK_SIMD f64x2 high_to_f64(i32x4 a) { return {_mm_cvtepi32_pd(_mm_unpackhi_epi64(a.v, a.v))}; }
 OZK_SIMD f32x4 to_f32(i32x4 a) { return {_mm_cvtepi32_ps(a.v)}; }
 OZK_SIMD i32x4 round_to_i32(f32x4 a) { return {_mm_cvtps_epi32(a.v)}; }
 OZK_SIMD i32x4 truncate_to_i32(f32x4 a) { return {_mm_cvttps_epi32(a.v)}; }
@@ -265,8 +269,16 @@ template <int kLane>
 OZK_SIMD int32_t lane(i32x4 a) {
     return _mm_extract_epi32(a.v, kLane);
 }
-OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }   // a0 b0
-OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
+OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }      // a0 b0
+OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }     // a1 b1
+OZK_SIMD i64x2 interleave_low(i64x2 a, i64x2 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }   // a0 b0
+OZK_SIMD i64x2 interleave_high(i64x2 a, i64x2 b) { return {_mm_unpackhi_epi64(a.v, b.v)}; }  // a1 b1
+OZK_SIMD i32x4 interleave_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi32(a.v, b.v)}; }   // a0 b0 a1 b1
+OZK_SIMD i32x4 interleave_high(i32x4 a, i32x4 b) { return {_mm_unpackhi_epi32(a.v, b.v)}; }  // a2 b2 a3 b3
+// In each 64-bit lane the low word of a, and above it the low word of b.
+OZK_SIMD i64x2 join_low_words(i64x2 a, i64x2 b) {
+    return {_mm_blend_epi16(a.v, _mm_slli_epi64(b.v, 32), 0xCC)};
+}
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
 // Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
