@@ -1,6 +1,7 @@
 // Random numbers: 1,000 at a time, from each basic generator and of each method, against the standard library
-// and GSL.
+// and GSL; and words and doubles, 100,000 at a time, of the generators that other families' words come from.
 
+#include <gsl/gsl_qrng.h>
 #include <gsl/gsl_randist.h>
 #include <gsl/gsl_rng.h>
 
@@ -78,13 +79,94 @@ Case gaussian_case(const char* name, int32_t method) {
              gsl<ziggurat>("taus2 ziggurat", gsl_rng_taus2)}};
 }
 
+// ---- Long arrays --------------------------------------------------------------------------------------
+
+constexpr int kLong = 100000;
+
+template <class Result, class Draw>
+std::vector<Contender> long_arrays(uint32_t generator, uint32_t seed, Draw draw) {
+    const auto create = kernel<decltype(__vslNewStreamEx)>("__vslNewStreamEx");
+    const auto remove = kernel<decltype(__vslDeleteStream)>("__vslDeleteStream");
+    OzkVslStream* made = nullptr;
+    if (!create || !remove || !draw || create(&made, generator, 1, &seed) != kOzkVslSuccess) return {};
+    const std::shared_ptr<OzkVslStream> stream(made, [remove](OzkVslStream* s) { remove(&s); });
+    const auto r = std::make_shared<std::vector<Result>>(kLong);
+    return {{"ours", [=] {
+                 if constexpr (std::is_same_v<Result, double>) {
+                     draw(kOzkVslUniformStandard, stream.get(), kLong, r->data(), 0, 1);
+                 } else {
+                     draw(kOzkVslUniformStandard, stream.get(), kLong, r->data());
+                 }
+                 keep(r->data());
+             }}};
+}
+
+template <class Result, class Next>
+Contender long_peer(std::string name, Next next) {
+    return {std::move(name), [next, r = std::make_shared<std::vector<Result>>(kLong)]() mutable {
+                for (Result& x : *r) x = static_cast<Result>(next());
+                keep(r->data());
+            }};
+}
+
+// Words, or coordinates of points.
+Case words_case(const std::string& name, uint32_t generator, uint32_t seed = kSeed) {
+    return {
+        "random/words/" + name,
+        kLong,
+        long_arrays<uint32_t>(generator, seed, kernel<decltype(_vsliRngUniformBits)>("_vsliRngUniformBits")),
+        {long_peer<uint32_t>("std mt19937", std::mt19937(kSeed))}};
+}
+
+Case doubles_case(const std::string& name, uint32_t generator, uint32_t seed = kSeed) {
+    return {"random/doubles/" + name,
+            kLong,
+            long_arrays<double>(generator, seed, kernel<decltype(_vsldRngUniform)>("_vsldRngUniform")),
+            {}};
+}
+
+// A GSL quasi-random sequence of as many dimensions as it has.
+Contender gsl_points(const std::string& name, const gsl_qrng_type* type) {
+    const std::shared_ptr<gsl_qrng> points(gsl_qrng_alloc(type, type->max_dimension), gsl_qrng_free);
+    return {"GSL " + name, [points, r = std::make_shared<std::vector<double>>(kLong)] {
+                const size_t d = points->dimension;
+                for (size_t i = 0; i + d <= kLong; i += d) gsl_qrng_get(points.get(), r->data() + i);
+                keep(r->data());
+            }};
+}
+
+std::vector<Case> long_cases() {
+    struct Row {
+        const char* name;
+        uint32_t generator, seed;
+        std::vector<Contender> peers;
+    };
+    const Row rows[] = {{"ARS5", kOzkVslArs5, kSeed, {}},
+                        {"PHILOX4X32X10", kOzkVslPhilox4x32x10, kSeed, {}},
+                        {"nondeterministic", kOzkVslNondeterministic, kSeed, {}},
+                        {"Sobol, 1 dimension", kOzkVslSobol, 1, {}},
+                        {"Sobol, 40 dimensions", kOzkVslSobol, 40, {gsl_points("sobol", gsl_qrng_sobol)}},
+                        {"Niederreiter, 12 dimensions",
+                         kOzkVslNiederreiter,
+                         12,
+                         {gsl_points("niederreiter_2", gsl_qrng_niederreiter_2)}},
+                        {"Niederreiter, 318 dimensions", kOzkVslNiederreiter, 318, {}}};
+    std::vector<Case> all;
+    for (const Row& row : rows) {
+        all.push_back(words_case(row.name, row.generator, row.seed));
+        all.push_back(doubles_case(row.name, row.generator, row.seed));
+        all.back().peers = row.peers;
+    }
+    return all;
+}
+
 std::vector<Case> cases() {
     using Unit = std::uniform_real_distribution<double>;
     const auto mersenne = [] {
         return std::vector{standard<std::mt19937>("mt19937", Unit()),
                            gsl<uniform>("mt19937", gsl_rng_mt19937)};
     };
-    return {
+    std::vector<Case> all = {
         uniform_case(
             "MCG31M1", kOzkVslMcg31m1,
             {standard<std::minstd_rand>("minstd_rand", Unit()), gsl<uniform>("minstd", gsl_rng_minstd)}),
@@ -102,6 +184,8 @@ std::vector<Case> cases() {
         gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs),
         gaussian_case("inverse", kOzkVslGaussianInverse),
     };
+    for (Case& c : long_cases()) all.push_back(std::move(c));
+    return all;
 }
 
 std::vector<Section> run(const std::string& filter, bool planned) {
