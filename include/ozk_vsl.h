@@ -423,7 +423,8 @@ OZK_VSL_DECLARE_GENERATOR(Sobol)
 /* Niederreiter's sequence (Bratley, Fox and Niederreiter, "Implementation and tests of low-discrepancy
  * sequences", ACM TOMACS 2 (1992)), up to 636 dimensions, the first 318 of them built in. A polynomial over
  * GF(2) describes a dimension: a word as above, of degree 1 or more, better irreducible and different from
- * all others. */
+ * all others. A built-in coordinate can be 0 again, after more than 2^22
+ * points: where the degree of its polynomial does not divide 32, some combination of bits cancels. */
 OZK_VSL_DECLARE_GENERATOR(Niederr)
 
 /* The built-in polynomials, their degrees and Sobol's initial numbers (zero past the degree). The first

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vsl/streams/generator.hpp"
 #include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
@@ -60,20 +61,9 @@ static_assert(sizeof(IntegerAbstract::State) == 32 && sizeof(DoubleAbstract::Sta
 
 template <class Abstract>
 int32_t initialise(uint32_t method, OzkVslStream* stream, const void* params) {
-    switch (method) {
-        case kOzkVslInitSeed:
-            state_of<typename Abstract::State>(stream) =
-                Abstract::seed(static_cast<const void* const*>(params));
-            return kOzkVslSuccess;
-        case kOzkVslInitLeapfrog:
-            return kOzkVslErrorNoLeapfrog;
-        case kOzkVslInitSkipAhead:
-            return kOzkVslErrorNoSkipAhead;
-        case kOzkVslInitSkipAheadEx:
-            return kOzkVslErrorNoSkipAheadEx;
-        default:
-            return kOzkVslErrorUnknownMethod;
-    }
+    if (method != kOzkVslInitSeed) return refuse_to_move(method);
+    state_of<typename Abstract::State>(stream) = Abstract::seed(static_cast<const void* const*>(params));
+    return kOzkVslSuccess;
 }
 
 // Hands out n numbers: use(elements, count, results) for each stretch of the buffer.
@@ -166,30 +156,22 @@ int32_t __vsldBRngiAbstract(OzkVslStream* stream, int32_t n, double* r, double a
     return integers_as_reals(stream, n, r, a, b);
 }
 
-int32_t __vslBRngdAbstractInitStream(uint32_t method, OzkVslStream* stream, int32_t, const void* params) {
-    return initialise<DoubleAbstract>(method, stream, params);
-}
-int32_t __vsliBRngdAbstract(OzkVslStream* stream, int32_t n, void* r) {
-    return reals_as_integers<DoubleAbstract>(stream, n, static_cast<uint32_t*>(r));
-}
-int32_t __vslsBRngdAbstract(OzkVslStream* stream, int32_t n, float* r, float a, float b) {
-    return reals_as_reals<DoubleAbstract>(stream, n, r, a, b);
-}
-int32_t __vsldBRngdAbstract(OzkVslStream* stream, int32_t n, double* r, double a, double b) {
-    return reals_as_reals<DoubleAbstract>(stream, n, r, a, b);
-}
-
-int32_t __vslBRngsAbstractInitStream(uint32_t method, OzkVslStream* stream, int32_t, const void* params) {
-    return initialise<SingleAbstract>(method, stream, params);
-}
-int32_t __vsliBRngsAbstract(OzkVslStream* stream, int32_t n, void* r) {
-    return reals_as_integers<SingleAbstract>(stream, n, static_cast<uint32_t*>(r));
-}
-int32_t __vslsBRngsAbstract(OzkVslStream* stream, int32_t n, float* r, float a, float b) {
-    return reals_as_reals<SingleAbstract>(stream, n, r, a, b);
-}
-int32_t __vsldBRngsAbstract(OzkVslStream* stream, int32_t n, double* r, double a, double b) {
-    return reals_as_reals<SingleAbstract>(stream, n, r, a, b);
-}
-
 }  // extern "C"
+
+#define OZK_REAL_ABSTRACT(Name, Abstract)                                                                 \
+    extern "C" int32_t __vslBRng##Name##InitStream(uint32_t method, OzkVslStream* stream, int32_t,        \
+                                                   const void* params) {                                  \
+        return initialise<Abstract>(method, stream, params);                                              \
+    }                                                                                                     \
+    extern "C" int32_t __vsliBRng##Name(OzkVslStream* stream, int32_t n, void* r) {                       \
+        return reals_as_integers<Abstract>(stream, n, static_cast<uint32_t*>(r));                         \
+    }                                                                                                     \
+    extern "C" int32_t __vslsBRng##Name(OzkVslStream* stream, int32_t n, float* r, float a, float b) {    \
+        return reals_as_reals<Abstract>(stream, n, r, a, b);                                              \
+    }                                                                                                     \
+    extern "C" int32_t __vsldBRng##Name(OzkVslStream* stream, int32_t n, double* r, double a, double b) { \
+        return reals_as_reals<Abstract>(stream, n, r, a, b);                                              \
+    }
+
+OZK_REAL_ABSTRACT(dAbstract, DoubleAbstract)
+OZK_REAL_ABSTRACT(sAbstract, SingleAbstract)

@@ -18,6 +18,20 @@ namespace ozk::vsl {
 inline uint64_t skip_count(const void* params) { return *static_cast<const uint64_t*>(params); }
 inline uint32_t leapfrog_index(const void* params) { return *static_cast<const uint32_t*>(params); }
 
+// What a generator that can be neither split nor moved answers to any method but seeding.
+inline int32_t refuse_to_move(uint32_t method) {
+    switch (method) {
+        case kOzkVslInitLeapfrog:
+            return kOzkVslErrorNoLeapfrog;
+        case kOzkVslInitSkipAhead:
+            return kOzkVslErrorNoSkipAhead;
+        case kOzkVslInitSkipAheadEx:
+            return kOzkVslErrorNoSkipAheadEx;
+        default:
+            return kOzkVslErrorUnknownMethod;
+    }
+}
+
 template <class Generator>
 int32_t generate_words(OzkVslStream* stream, int32_t n, void* r) {
     using Word = typename Generator::Word;

@@ -2,7 +2,7 @@
 
 #include "simd/processor_random.hpp"
 #include "vsl/streams/draw.hpp"
-#include "vsl/streams/stream.hpp"
+#include "vsl/streams/generator.hpp"
 #include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
@@ -53,20 +53,10 @@ extern "C" {
 using namespace ozk::vsl;
 
 int32_t __vslBRngTRNGInitStream(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
+    if (method != kOzkVslInitSeed) return refuse_to_move(method);
     const uint32_t* const seed = static_cast<const uint32_t*>(params);
-    switch (method) {
-        case kOzkVslInitSeed:
-            state_of<State>(stream) = {0, n >= 2 && seed[1] != 0 ? seed[1] : kDefaultRetryLimit};
-            return kOzkVslSuccess;
-        case kOzkVslInitLeapfrog:
-            return kOzkVslErrorNoLeapfrog;
-        case kOzkVslInitSkipAhead:
-            return kOzkVslErrorNoSkipAhead;
-        case kOzkVslInitSkipAheadEx:
-            return kOzkVslErrorNoSkipAheadEx;
-        default:
-            return kOzkVslErrorUnknownMethod;
-    }
+    state_of<State>(stream) = {0, n >= 2 && seed[1] != 0 ? seed[1] : kDefaultRetryLimit};
+    return kOzkVslSuccess;
 }
 
 int32_t __vsliBRngTRNG(OzkVslStream* stream, int32_t n, void* r) {
