@@ -34,7 +34,7 @@ std::vector<Bytes> seeds() {
         attach(stream, kOzkVslGaussianChunk, std::string(24, 'g'));
         attach(stream, 5, "shared", key);
         images.push_back(saved(stream));
-        const Bytes& current = images.back();
+        const Bytes current = images.back();
         if (current.size() > 0xFFFF) continue;
         // The same with the older header, version 1 and signature first.
         for (const char* first : {"\1RNG", "RNG\1"}) {
