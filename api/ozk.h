@@ -246,7 +246,11 @@ typedef struct ozk_stream ozk_stream;
  * set 17 of a family. The generator of the identifier need not be built: ozk_stream_new tells. */
 OZK_API ozk_status ozk_generator_find(const char* name, uint32_t* generator);
 
-/* Creates a stream and seeds it with n 32-bit words (none: the generator's default). */
+/* Creates a stream and seeds it with n 32-bit words (none: the generator's default). The first seed word of
+ * SOBOL and NIEDERREITER is the number of dimensions, up to 40 and 318: the numbers of such a stream are the
+ * coordinates of one point after the other, from the point after the origin on. Further words describe further
+ * dimensions: the number 1 (polynomials) or 2 (direction numbers), how many of the generator's own dimensions
+ * come first, and the description of each other one; see ozk/random.hpp. */
 OZK_API ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t* seed, ozk_stream** stream);
 /* Creates `count` streams from one seed for workers that draw at the same time, the best way that the generator
  * offers: MCG31M1 and MCG59 give stream k numbers k, k + count, ...; of WH and MT2203 each has a parameter set of its
@@ -266,6 +270,16 @@ OZK_API ozk_status ozk_stream_leapfrog(ozk_stream* stream, int64_t k, int64_t co
 OZK_API ozk_status ozk_stream_skip_ahead(ozk_stream* stream, uint64_t count);
 /* Skips count[0] + count[1] 2^64 + ... numbers. */
 OZK_API ozk_status ozk_stream_skip_ahead_words(ozk_stream* stream, int64_t n, const uint64_t* count);
+
+/* Save a stream with all that waits in it, and create one from what was saved, on any machine of this kind. A
+ * file is replaced when it exists. `size` is the size of the block in bytes: saving needs at least
+ * ozk_stream_size of it (kOzkCodeSize), loading reads no more. Files and blocks are checked, so that it is safe
+ * to load one of unknown origin. */
+OZK_API ozk_status ozk_stream_save(const ozk_stream* stream, const char* path);
+OZK_API ozk_status ozk_stream_load(const char* path, ozk_stream** stream);
+OZK_API ozk_status ozk_stream_size(const ozk_stream* stream, int64_t* size);
+OZK_API ozk_status ozk_stream_save_block(const ozk_stream* stream, int64_t size, void* block);
+OZK_API ozk_status ozk_stream_load_block(int64_t size, const void* block, ozk_stream** stream);
 
 /* n numbers, uniform on [a, b), a < b finite (clamped into the interval; rounding can give b for float), or
  * integers a <= r < b. The sequence does not depend on how it is cut into calls. */

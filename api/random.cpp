@@ -20,6 +20,11 @@ OZK_KERNEL(delete_stream, __vslDeleteStream);
 OZK_KERNEL(leapfrog, __vslLeapfrogStream);
 OZK_KERNEL(skip_ahead, __vslSkipAheadStream);
 OZK_KERNEL(skip_ahead_words, __vslSkipAheadStreamEx);
+OZK_KERNEL(save_file, __vslSaveStreamF);
+OZK_KERNEL(load_file, __vslLoadStreamF);
+OZK_KERNEL(image_size, __vslGetStreamSize);
+OZK_KERNEL(save_memory, __vslSaveStreamM);
+OZK_KERNEL(load_memory, ozk_vsl_load_stream);
 OZK_KERNEL(float_uniform, _vslsRngUniform);
 OZK_KERNEL(double_uniform, _vsldRngUniform);
 OZK_KERNEL(integer_uniform, _vsliRngUniform);
@@ -68,6 +73,13 @@ void done(int32_t status) { require_done(kOzkRandom, status); }
 
 void require_stream(const void* stream) {
     require(stream != nullptr, kOzkCodeNull, "The stream is null: create one with ozk_stream_new.");
+}
+
+// A failure with a file says which.
+void done_with(const char* path, int32_t status) {
+    if (status >= 0) return;
+    const char* const text = family_text(kOzkRandom, status);
+    throw Failure{status, std::string(path) + ": " + (text != nullptr ? text : "the kernel fails.")};
 }
 
 int32_t small_count(int64_t n) {
@@ -245,6 +257,56 @@ ozk_status ozk_stream_skip_ahead_words(ozk_stream* stream, int64_t n, const uint
         require_stream(stream);
         require(count != nullptr || n == 0, kOzkCodeNull, "The count is null: pass n words.");
         done(skip_ahead_words(record(stream), small_count(n), count));
+    });
+}
+
+ozk_status ozk_stream_save(const ozk_stream* stream, const char* path) {
+    return guarded(kOzkRandom, "ozk_stream_save", [&] {
+        require_stream(stream);
+        require(path != nullptr, kOzkCodeNull, "The path is null: pass one.");
+        done_with(path, save_file(reinterpret_cast<const OzkVslStream*>(stream), path, -1));
+    });
+}
+
+ozk_status ozk_stream_load(const char* path, ozk_stream** stream) {
+    return guarded(kOzkRandom, "ozk_stream_load", [&] {
+        require(path != nullptr && stream != nullptr, kOzkCodeNull,
+                "The path or the place for the stream is null: pass both.");
+        OzkVslStream* loaded = nullptr;
+        done_with(path, load_file(&loaded, path, -1));
+        *stream = reinterpret_cast<ozk_stream*>(loaded);
+    });
+}
+
+ozk_status ozk_stream_size(const ozk_stream* stream, int64_t* size) {
+    return guarded(kOzkRandom, "ozk_stream_size", [&] {
+        require_stream(stream);
+        require(size != nullptr, kOzkCodeNull, "The place for the size is null: pass one.");
+        *size = image_size(reinterpret_cast<const OzkVslStream*>(stream));
+    });
+}
+
+ozk_status ozk_stream_save_block(const ozk_stream* stream, int64_t size, void* block) {
+    return guarded(kOzkRandom, "ozk_stream_save_block", [&] {
+        require_stream(stream);
+        require(block != nullptr, kOzkCodeNull, "The block is null: pass one.");
+        const auto* const saved = reinterpret_cast<const OzkVslStream*>(stream);
+        const int32_t needed = image_size(saved);
+        require(size >= needed, kOzkCodeSize, "The block is too small: pass one of ozk_stream_size bytes.");
+        // The kernel leaves some bytes as they are; nothing of the caller's memory shall end up in an image.
+        std::memset(block, 0, static_cast<size_t>(needed));
+        done(save_memory(saved, block));
+    });
+}
+
+ozk_status ozk_stream_load_block(int64_t size, const void* block, ozk_stream** stream) {
+    return guarded(kOzkRandom, "ozk_stream_load_block", [&] {
+        require(size >= 0, kOzkCodeSize, "The size is negative: pass that of the block.");
+        require(block != nullptr && stream != nullptr, kOzkCodeNull,
+                "The block or the place for the stream is null: pass both.");
+        OzkVslStream* loaded = nullptr;
+        done(load_memory(&loaded, block, static_cast<uint64_t>(size)));
+        *stream = reinterpret_cast<ozk_stream*>(loaded);
     });
 }
 

@@ -1,9 +1,11 @@
 // Random numbers from each basic generator, words and doubles in long buffers and doubles in short ones, and of
 // each method, against the standard library and GSL.
 
+#include <gsl/gsl_qrng.h>
 #include <gsl/gsl_randist.h>
 #include <gsl/gsl_rng.h>
 
+#include <functional>
 #include <memory>
 #include <random>
 #include <vector>
@@ -45,19 +47,19 @@ double ziggurat(gsl_rng* g) { return gsl_ran_gaussian_ziggurat(g, 1); }
 double ratio(gsl_rng* g) { return gsl_ran_gaussian_ratio_method(g, 1); }
 
 // A stream, empty when the library lacks the generator.
-std::shared_ptr<OzkVslStream> make_stream(uint32_t generator) {
+std::shared_ptr<OzkVslStream> make_stream(uint32_t generator, uint32_t seed = kSeed) {
     const auto create = kernel<decltype(__vslNewStreamEx)>("__vslNewStreamEx");
     const auto remove = kernel<decltype(__vslDeleteStream)>("__vslDeleteStream");
     OzkVslStream* made = nullptr;
-    if (!create || !remove || create(&made, generator, 1, &kSeed) != kOzkVslSuccess) return {};
+    if (!create || !remove || create(&made, generator, 1, &seed) != kOzkVslSuccess) return {};
     return {made, [remove](OzkVslStream* s) { remove(&s); }};
 }
 
 // Fills an array by one call of a distribution; nothing when the library lacks the generator or the
 // distribution.
-std::vector<Contender> ours(const char* function, int32_t method, uint32_t generator, int n = kNumbers) {
+std::vector<Contender> ours(const char* function, int32_t method, std::shared_ptr<OzkVslStream> stream,
+                            int n = kNumbers) {
     const auto draw = kernel<decltype(_vsldRngUniform)>(function);
-    const auto stream = make_stream(generator);
     const auto r = std::make_shared<std::vector<double>>(n);
     if (!stream || !draw || draw(method, stream.get(), n, r->data(), 0, 1) != kOzkVslSuccess) return {};
     return {{"ours", [=] {
@@ -67,9 +69,8 @@ std::vector<Contender> ours(const char* function, int32_t method, uint32_t gener
 }
 
 // Fills an array with words as they are, of up to four 32-bit words each.
-std::vector<Contender> our_words(uint32_t generator) {
+std::vector<Contender> our_words(std::shared_ptr<OzkVslStream> stream) {
     const auto draw = kernel<decltype(_vsliRngUniformBits)>("_vsliRngUniformBits");
-    const auto stream = make_stream(generator);
     if (!stream || !draw) return {};
     return {{"ours", [draw, stream, r = std::make_shared<std::vector<uint32_t>>(4 * kLong)] {
                  draw(kOzkVslUniformStandard, stream.get(), kLong, r->data());
@@ -77,17 +78,27 @@ std::vector<Contender> our_words(uint32_t generator) {
              }}};
 }
 
-Case word_case(const char* name, uint32_t generator, std::vector<Contender> same_kind) {
-    Case c{std::string("random/words/") + name, kLong, our_words(generator), std::move(same_kind)};
+// A generator, the seed of its stream, and the peers of the same kind.
+struct Row {
+    std::string name;
+    uint32_t generator;
+    std::vector<Contender> words;
+    std::function<std::vector<Contender>(int n)> doubles;
+    uint32_t seed = kSeed;
+};
+
+Case word_case(const Row& row) {
+    Case c{"random/words/" + row.name, kLong, our_words(make_stream(row.generator, row.seed)), row.words};
     c.peers.push_back(one_by_one("std mt19937_64", kLong, std::mt19937_64(kSeed)));
     c.peers.push_back(gsl<word>("taus2", gsl_rng_taus2, kLong));
     return c;
 }
 
-Case uniform_case(const char* name, uint32_t generator, std::vector<Contender> same_kind, int n = kNumbers) {
+Case uniform_case(const Row& row, int n) {
     using Unit = std::uniform_real_distribution<double>;
-    Case c{std::string(n == kLong ? "random/doubles/" : "random/uniform/") + name, double(n),
-           ours("_vsldRngUniform", kOzkVslUniformStandard, generator, n), std::move(same_kind)};
+    Case c{(n == kLong ? "random/doubles/" : "random/uniform/") + row.name, double(n),
+           ours("_vsldRngUniform", kOzkVslUniformStandard, make_stream(row.generator, row.seed), n),
+           row.doubles(n)};
     c.peers.push_back(standard<std::mt19937_64>("mt19937_64", Unit(), n));
     c.peers.push_back(gsl<uniform>("taus2", gsl_rng_taus2, n));
     return c;
@@ -96,59 +107,84 @@ Case uniform_case(const char* name, uint32_t generator, std::vector<Contender> s
 Case gaussian_case(const char* name, int32_t method) {
     return {std::string("random/gaussian/") + name,
             kNumbers,
-            ours("_vsldRngGaussian", method, kOzkVslMt19937),
+            ours("_vsldRngGaussian", method, make_stream(kOzkVslMt19937)),
             {standard<std::mt19937_64>("mt19937_64 normal", std::normal_distribution<double>()),
              gsl<ziggurat>("mt19937 ziggurat", gsl_rng_mt19937), gsl<ratio>("mt19937 ratio", gsl_rng_mt19937),
              gsl<ziggurat>("taus2 ziggurat", gsl_rng_taus2)}};
 }
 
-std::vector<Case> cases() {
+// A GSL quasi-random sequence of as many dimensions as it has.
+Contender gsl_points(const std::string& name, const gsl_qrng_type* type) {
+    const std::shared_ptr<gsl_qrng> points(gsl_qrng_alloc(type, type->max_dimension), gsl_qrng_free);
+    return {"GSL " + name, [points, r = std::make_shared<std::vector<double>>(kLong)] {
+                const size_t d = points->dimension;
+                for (size_t i = 0; i + d <= kLong; i += d) gsl_qrng_get(points.get(), r->data() + i);
+                keep(r->data());
+            }};
+}
+
+std::vector<Row> rows() {
     using Unit = std::uniform_real_distribution<double>;
+    const auto none = [](int) { return std::vector<Contender>(); };
+    const auto uniforms = [](const char* name, const gsl_rng_type* type) {
+        return [=](int n) { return std::vector{gsl<uniform>(name, type, n)}; };
+    };
+    const auto points = [](const char* name, const gsl_qrng_type* type) {
+        return [=](int) { return std::vector{gsl_points(name, type)}; };
+    };
+    const std::vector mersenne_words{one_by_one("std mt19937", kLong, std::mt19937(kSeed)),
+                                     gsl<word>("mt19937", gsl_rng_mt19937, kLong)};
     const auto mersenne = [](int n) {
         return std::vector{standard<std::mt19937>("mt19937", Unit(), n),
                            gsl<uniform>("mt19937", gsl_rng_mt19937, n)};
     };
-    const auto mersenne_words = [] {
-        return std::vector{one_by_one("std mt19937", kLong, std::mt19937(kSeed)),
-                           gsl<word>("mt19937", gsl_rng_mt19937, kLong)};
-    };
     return {
-        word_case("MCG31M1", kOzkVslMcg31m1,
-                  {one_by_one("std minstd_rand", kLong, std::minstd_rand(kSeed)),
-                   gsl<word>("minstd", gsl_rng_minstd, kLong)}),
-        word_case("MCG59", kOzkVslMcg59, {gsl<word>("rand48", gsl_rng_rand48, kLong)}),
-        word_case("R250", kOzkVslR250, {gsl<word>("r250", gsl_rng_r250, kLong)}),
-        word_case("WH", kOzkVslWh, {}),
-        word_case("MRG32K3A", kOzkVslMrg32k3a,
-                  {gsl<word>("cmrg", gsl_rng_cmrg, kLong), gsl<word>("mrg", gsl_rng_mrg, kLong)}),
-        word_case("MT19937", kOzkVslMt19937, mersenne_words()),
-        word_case("MT2203", kOzkVslMt2203, mersenne_words()),
-        word_case("SFMT19937", kOzkVslSfmt19937, mersenne_words()),
-        uniform_case("MCG31M1", kOzkVslMcg31m1, {gsl<uniform>("minstd", gsl_rng_minstd, kLong)}, kLong),
-        uniform_case("MCG59", kOzkVslMcg59, {gsl<uniform>("rand48", gsl_rng_rand48, kLong)}, kLong),
-        uniform_case("R250", kOzkVslR250, {gsl<uniform>("r250", gsl_rng_r250, kLong)}, kLong),
-        uniform_case("WH", kOzkVslWh, {}, kLong),
-        uniform_case("MRG32K3A", kOzkVslMrg32k3a, {gsl<uniform>("cmrg", gsl_rng_cmrg, kLong)}, kLong),
-        uniform_case("MT19937", kOzkVslMt19937, mersenne(kLong), kLong),
-        uniform_case("MT2203", kOzkVslMt2203, mersenne(kLong), kLong),
-        uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne(kLong), kLong),
-        uniform_case(
-            "MCG31M1", kOzkVslMcg31m1,
-            {standard<std::minstd_rand>("minstd_rand", Unit()), gsl<uniform>("minstd", gsl_rng_minstd)}),
-        uniform_case("MCG59", kOzkVslMcg59, {gsl<uniform>("rand48", gsl_rng_rand48)}),
-        uniform_case("R250", kOzkVslR250, {gsl<uniform>("r250", gsl_rng_r250)}),
-        uniform_case("WH", kOzkVslWh, {}),
-        uniform_case("MRG32K3A", kOzkVslMrg32k3a,
-                     {gsl<uniform>("cmrg", gsl_rng_cmrg), gsl<uniform>("mrg", gsl_rng_mrg)}),
-        uniform_case("MT19937", kOzkVslMt19937, mersenne(kNumbers)),
-        uniform_case("MT2203", kOzkVslMt2203, mersenne(kNumbers)),
-        uniform_case("SFMT19937", kOzkVslSfmt19937, mersenne(kNumbers)),
-        uniform_case("ARS5", kOzkVslArs5, {}),
-        uniform_case("PHILOX4X32X10", kOzkVslPhilox4x32x10, {}),
-        gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller),
-        gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs),
-        gaussian_case("inverse", kOzkVslGaussianInverse),
+        {"MCG31M1",
+         kOzkVslMcg31m1,
+         {one_by_one("std minstd_rand", kLong, std::minstd_rand(kSeed)),
+          gsl<word>("minstd", gsl_rng_minstd, kLong)},
+         [](int n) {
+             return std::vector{standard<std::minstd_rand>("minstd_rand", Unit(), n),
+                                gsl<uniform>("minstd", gsl_rng_minstd, n)};
+         }},
+        {"MCG59",
+         kOzkVslMcg59,
+         {gsl<word>("rand48", gsl_rng_rand48, kLong)},
+         uniforms("rand48", gsl_rng_rand48)},
+        {"R250", kOzkVslR250, {gsl<word>("r250", gsl_rng_r250, kLong)}, uniforms("r250", gsl_rng_r250)},
+        {"WH", kOzkVslWh, {}, none},
+        {"MRG32K3A",
+         kOzkVslMrg32k3a,
+         {gsl<word>("cmrg", gsl_rng_cmrg, kLong), gsl<word>("mrg", gsl_rng_mrg, kLong)},
+         uniforms("cmrg", gsl_rng_cmrg)},
+        {"MT19937", kOzkVslMt19937, mersenne_words, mersenne},
+        {"MT2203", kOzkVslMt2203, mersenne_words, mersenne},
+        {"SFMT19937", kOzkVslSfmt19937, mersenne_words, mersenne},
+        {"ARS5", kOzkVslArs5, {}, none},
+        {"PHILOX4X32X10", kOzkVslPhilox4x32x10, {}, none},
+        {"nondeterministic", kOzkVslNondeterministic, {}, none},
+        {"Sobol, 1 dimension", kOzkVslSobol, {}, none, 1},
+        {"Sobol, 40 dimensions", kOzkVslSobol, {}, points("sobol", gsl_qrng_sobol), 40},
+        {"Niederreiter, 12 dimensions",
+         kOzkVslNiederreiter,
+         {},
+         points("niederreiter_2", gsl_qrng_niederreiter_2),
+         12},
+        {"Niederreiter, 318 dimensions", kOzkVslNiederreiter, {}, none, 318},
     };
+}
+
+std::vector<Case> cases() {
+    std::vector<Case> all;
+    const std::vector<Row> generators = rows();
+    for (const Row& row : generators) all.push_back(word_case(row));
+    for (const Row& row : generators) all.push_back(uniform_case(row, kLong));
+    for (const Row& row : generators)
+        if (row.seed == kSeed) all.push_back(uniform_case(row, kNumbers));
+    all.push_back(gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller));
+    all.push_back(gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs));
+    all.push_back(gaussian_case("inverse", kOzkVslGaussianInverse));
+    return all;
 }
 
 std::vector<Section> run(const std::string& filter, bool planned) {

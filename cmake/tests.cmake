@@ -20,7 +20,7 @@ endfunction()
 
 ozk_tests(simd)
 ozk_tests(vml mpfr gmp)
-ozk_tests(vsl/streams)
+ozk_tests(vsl/streams gsl gslcblas)
 ozk_tests(vsl/distributions)
 ozk_tests(vsl/stats)
 ozk_tests(df)

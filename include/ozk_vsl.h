@@ -22,21 +22,32 @@ extern "C" {
 /* ---- Constants -------------------------------------------------------------------------------------- */
 
 enum OzkVslStatus {
-    kOzkVslSuccess = 0,                    /* Done. */
-    kOzkVslErrorUnknownMethod = -2,        /* The method code is not one that this function knows. */
-    kOzkVslErrorBadArguments = -3,         /* An argument is outside its range, or a pointer is null. */
-    kOzkVslErrorNoMemory = -4,             /* There is not enough memory. */
-    kOzkVslErrorNullFunction = -5,         /* A function of the generator row is null. */
-    kOzkVslErrorInvalidGenerator = -1000,  /* No generator of this library has this identifier. */
-    kOzkVslErrorRegistryFull = -1001,      /* The registry has no room for another generator. */
-    kOzkVslErrorNoLeapfrog = -1002,        /* The generator does not support leapfrog. */
-    kOzkVslErrorNoSkipAhead = -1003,       /* The generator does not support skip ahead. */
-    kOzkVslErrorNoSkipAheadEx = -1004,     /* The generator does not support extended skip ahead. */
-    kOzkVslErrorBadStateSize = -1008,      /* The state size of the generator row is negative. */
-    kOzkVslErrorBadWordSize = -1009,       /* The word size of the generator row is not 4, 8 or 16. */
-    kOzkVslErrorBadSeedCount = -1010,      /* The seed count of the generator row is below 1. */
-    kOzkVslErrorBadBitCount = -1011,       /* The number of bits of the generator row is below 1. */
-    kOzkVslErrorBadStreamCount = -1013,    /* The number of leapfrog sub-streams is negative. */
+    kOzkVslSuccess = 0,                      /* Done. */
+    kOzkVslErrorUnknownMethod = -2,          /* The method code is not one that this function knows. */
+    kOzkVslErrorBadArguments = -3,           /* An argument is outside its range, or a pointer is null. */
+    kOzkVslErrorNoMemory = -4,               /* There is not enough memory. */
+    kOzkVslErrorNullFunction = -5,           /* A function of the generator row is null. */
+    kOzkVslErrorInvalidGenerator = -1000,    /* No generator of this library has this identifier. */
+    kOzkVslErrorRegistryFull = -1001,        /* The registry has no room for another generator. */
+    kOzkVslErrorNoLeapfrog = -1002,          /* The generator does not support leapfrog. */
+    kOzkVslErrorNoSkipAhead = -1003,         /* The generator does not support skip ahead. */
+    kOzkVslErrorNoSkipAheadEx = -1004,       /* The generator does not support extended skip ahead. */
+    kOzkVslErrorBadStateSize = -1008,        /* The state size of the generator row is negative. */
+    kOzkVslErrorBadWordSize = -1009,         /* The word size of the generator row is not 4, 8 or 16. */
+    kOzkVslErrorBadSeedCount = -1010,        /* The seed count of the generator row is below 1. */
+    kOzkVslErrorBadBitCount = -1011,         /* The number of bits of the generator row is below 1. */
+    kOzkVslErrorBadStreamCount = -1013,      /* The number of leapfrog sub-streams is negative. */
+    kOzkVslErrorCloseFile = -1100,           /* The file could not be closed: what was written may be lost. */
+    kOzkVslErrorOpenFile = -1101,            /* The file could not be opened. */
+    kOzkVslErrorWriteFile = -1102,           /* The file could not be written. */
+    kOzkVslErrorReadFile = -1103,            /* The file could not be read, or ends too early. */
+    kOzkVslErrorFileFormat = -1110,          /* The file holds no stream of this library. */
+    kOzkVslErrorFileVersion = -1111,         /* The file holds a stream in a newer format. */
+    kOzkVslErrorNoRandomInstruction = -1130, /* The processor has no random-number instruction. */
+    kOzkVslErrorNoRandomNumber = -1131,      /* The processor gave no random number within the retry limit. */
+    kOzkVslErrorNoAes = -1140,               /* The processor has no AES instructions. */
+    kOzkVslErrorBadRefill = -1150,    /* The refill of an abstract stream gave too few or too many numbers. */
+    kOzkVslErrorMemoryFormat = -1200, /* The memory holds no stream of this library. */
     kOzkVslErrorSharedDataMissing = -3000, /* The shared data table has no entry with this key. */
     kOzkVslErrorSharedDataFull = -3001     /* The shared data table is full. */
 };
@@ -72,6 +83,12 @@ enum OzkVslInitMethod {
     kOzkVslInitSkipAheadEx = 3 /* Skip outputs: n 64-bit words of the count, least significant first. */
 };
 
+/* How a caller describes dimensions of a quasi-random sequence. */
+enum OzkVslQuasiForm {
+    kOzkVslQuasiPolynomials = 1, /* By polynomials: see the family. */
+    kOzkVslQuasiDirections = 2   /* By the 32 direction numbers of each dimension, that of bit 0 first. */
+};
+
 /* Method codes of the distribution generators. */
 enum OzkVslMethod {
     kOzkVslUniformStandard = 0,        /* The generator's own floating-point output. */
@@ -82,11 +99,14 @@ enum OzkVslMethod {
 };
 
 enum OzkVslLimits {
-    kOzkVslRegistryRows = 512,      /* Rows of room in a generator table. */
-    kOzkVslSharedDataEntries = 128, /* Entries of the shared data table. */
-    kOzkVslWhSets = 273,            /* Parameter sets of WH. */
-    kOzkVslMrg32k3aPowers = 193,    /* Matrices of a component in the table of MRG32K3A. */
-    kOzkVslGaussianChunk = 2        /* Identifier of the chunk that holds the pending pair of uniforms. */
+    kOzkVslRegistryRows = 512,           /* Rows of room in a generator table. */
+    kOzkVslSharedDataEntries = 128,      /* Entries of the shared data table. */
+    kOzkVslWhSets = 273,                 /* Parameter sets of WH. */
+    kOzkVslMrg32k3aPowers = 193,         /* Matrices of a component in the table of MRG32K3A. */
+    kOzkVslSobolDimensions = 40,         /* Dimensions with numbers of their own. */
+    kOzkVslSobolInitialNumbers = 8,      /* Most initial numbers of such a dimension. */
+    kOzkVslNiederreiterDimensions = 318, /* Dimensions with polynomials of their own. */
+    kOzkVslGaussianChunk = 2             /* Identifier of the chunk that holds the pending pair of uniforms. */
 };
 
 /* ---- Records ---------------------------------------------------------------------------------------- */
@@ -156,12 +176,17 @@ typedef struct OzkVslSharedData {
 } OzkVslSharedData;
 
 /* Refill callbacks of abstract streams. The stream first gives the numbers that its buffer holds when it is
- * created; whenever they are used up it calls the callback, which writes up to `length` (the buffer's length)
- * further ones from buffer[0] on and returns how many it wrote. A return below 1 ends the generator call that
- * needed them. Doubles and singles lie on [a, b) as given to the constructor. */
-typedef int32_t (*OzkVslIntegerRefill)(OzkVslStream* stream, int32_t length, uint32_t* buffer);
-typedef int32_t (*OzkVslDoubleRefill)(OzkVslStream* stream, int32_t length, double* buffer);
-typedef int32_t (*OzkVslSingleRefill)(OzkVslStream* stream, int32_t length, float* buffer);
+ * created. When a call of its generator finds them used up (the index has reached the length) it calls the
+ * callback, which writes further numbers from buffer[0] on and returns how many: at least `least`, the number
+ * that the call still wants, if the buffer has room for so many, and at most `most`, the buffer's length. What
+ * is more than wanted waits for the next call. Doubles and singles lie on [a, b) as given to the constructor.
+ * A return outside least to most ends the generator call with kOzkVslErrorBadRefill; numbers of a short refill
+ * are handed out by the next call. The callback must not draw from the stream or delete it. */
+typedef int32_t (*OzkVslIntegerRefill)(OzkVslStream* stream, uint32_t* buffer, int32_t least, int32_t most);
+typedef int32_t (*OzkVslDoubleRefill)(OzkVslStream* stream, double* buffer, int32_t least, int32_t most,
+                                      double a, double b);
+typedef int32_t (*OzkVslSingleRefill)(OzkVslStream* stream, float* buffer, int32_t least, int32_t most,
+                                      float a, float b);
 
 /* ---- Registry --------------------------------------------------------------------------------------- *
  * The tables are read without a lock. Registration writes without one: register generators before streams are
@@ -237,6 +262,39 @@ OZK_EXPORT int32_t __vslSkipAheadStreamEx(OzkVslStream* stream, int32_t n, const
 
 /* Deletes the stream, its chunks and its references to shared data, and makes the handle null. */
 OZK_EXPORT int32_t __vslDeleteStream(OzkVslStream** stream);
+
+/* ---- Saving and loading ----------------------------------------------------------------------------- *
+ * An image holds a stream whole: its state, numbers that wait in it, and its chunks. All numbers are
+ * little-endian: a byte 2, the characters RNG, and 32-bit words: 20, bytes of the state, number of chunks (16
+ * bits, and 16 more), identifier; then the state; then for each chunk the identifier, the key (two 64-bit
+ * words), the size (32 bits) and the data. Images of two older headers of 16 bytes are loaded as well.
+ *
+ * Loading trusts nothing: an image that is no stream, or is cut off, has its status, leaves the handle null
+ * and nothing allocated. A chunk shares data in the shared data table only when they equal its own. What
+ * follows an image is ignored. The chunks of a loaded stream stand in reverse order. Abstract streams, whose state is addresses, can't be loaded: that is bad
+ * format. kOzkVslErrorNoMemory; kOzkVslErrorNoRandomInstruction or kOzkVslErrorNoAes when the processor lacks
+ * what the generator needs.
+ *
+ * A name has name_length bytes, or is terminated by 0 when that is negative. */
+
+/* Writes an image into a file, which is replaced. kOzkVslErrorOpenFile, kOzkVslErrorWriteFile (also when the
+ * stream has more than 65535 chunks), kOzkVslErrorCloseFile. */
+OZK_EXPORT int32_t __vslSaveStreamF(const OzkVslStream* stream, const char* name, int32_t name_length);
+
+/* Creates a stream from a file. kOzkVslErrorOpenFile, kOzkVslErrorReadFile (the file is too short, or no
+ * regular file), kOzkVslErrorFileFormat, kOzkVslErrorFileVersion, kOzkVslErrorCloseFile. */
+OZK_EXPORT int32_t __vslLoadStreamF(OzkVslStream** stream, const char* name, int32_t name_length);
+
+/* The bytes of the stream's image. */
+OZK_EXPORT int32_t __vslGetStreamSize(const OzkVslStream* stream);
+
+/* Writes an image into memory of __vslGetStreamSize bytes. Bytes 14 and 15 are left as they are. */
+OZK_EXPORT int32_t __vslSaveStreamM(const OzkVslStream* stream, void* memory);
+
+/* Create a stream from an image in memory: the first trusts that all of it is there, the second reads no more
+ * than `size` bytes. kOzkVslErrorMemoryFormat. */
+OZK_EXPORT int32_t __vslLoadStreamM(OzkVslStream** stream, const void* memory);
+OZK_EXPORT int32_t ozk_vsl_load_stream(OzkVslStream** stream, const void* memory, uint64_t size);
 
 /* ---- Chunks ----------------------------------------------------------------------------------------- */
 
@@ -394,6 +452,76 @@ OZK_EXPORT void __vslPolyRem(uint32_t* polynomial, int32_t words, int32_t degree
  * and does not overlap the state. */
 OZK_EXPORT void __vsl_SkipAheadSWin(uint32_t* state, int32_t words, const uint32_t* sequence, int32_t step,
                                     const uint32_t* polynomial, int32_t degree);
+/* Philox4x32-10, a counter-based generator (Salmon, Moraes, Dror and Shaw, "Parallel random numbers: as easy
+ * as 1, 2, 3", SC11): block c of four 32-bit words is a cipher of the 128-bit counter c. Seed: words 0 and 1
+ * are the key, words 2 to 5 the counter of the first block, lowest word first; those not given are 0. Period
+ * 2^130 words; each key has a sequence of its own. Skip ahead, extended skip ahead. */
+OZK_VSL_DECLARE_GENERATOR(PHILOX4X32X10)
+
+/* ARS-5, a counter-based generator of the same paper: the cipher is five rounds of AES under round keys that
+ * follow a Weyl sequence. Seed: words 0 to 3 are the key, words 4 to 7 the counter of the first block, lowest
+ * word first; those not given are 0. Period 2^130 words. Results on [a, b) are w s + m in the precision of the
+ * results, where w is the word as a signed integer, s = (b - a) 2^-32 and m = (a + b) / 2. Skip ahead,
+ * extended skip ahead (of at most three words). Without the processor's AES instructions integers, doubles
+ * and skipping give kOzkVslErrorNoAes; singles come as ever, by tables. */
+OZK_VSL_DECLARE_GENERATOR(ARS5)
+
+/* The processor's random-number instruction: not reproducible, and slow. Seed: word 1 is the retry limit, the
+ * number of executions without a result from which on a draw fails; 10 when it is 0 or not given. Integers
+ * come two to a draw of 64 bits, the low half first. Singles are w s + a, where w is the word and s =
+ * (b - a) 2^-32, in single precision; doubles w s + a for a draw w of 64 bits, rounded to 53, and s =
+ * (b - a) 2^-64. kOzkVslErrorNoRandomInstruction; kOzkVslErrorNoRandomNumber, with the results before it
+ * written. Several threads may use one stream. */
+OZK_VSL_DECLARE_GENERATOR(TRNG)
+
+/* Abstract streams (see the refill callbacks), of 32-bit words, doubles and singles. Each gives all kinds of
+ * results: words become reals on [a, b) as those of the basic generators do; reals x on [c, d) become
+ * (x - c) / (d - c) (b - a) + a in double arithmetic, x itself when the intervals are equal, and the words
+ * floor(2^32 (x - c) / (d - c)). kOzkVslErrorBadRefill. */
+OZK_VSL_DECLARE_GENERATOR(iAbstract)
+OZK_VSL_DECLARE_GENERATOR(dAbstract)
+OZK_VSL_DECLARE_GENERATOR(sAbstract)
+
+/* ---- Quasi-random generators ------------------------------------------------------------------------ *
+ * Sequences of points in the d-dimensional unit cube that fill it evenly, in base 2 with 32 bits a coordinate.
+ * Outputs are the coordinates of one point after the other. Points come in Gray code order and start with
+ * point 1: point 0, the origin, is left out, so that no coordinate of the built-in Sobol dimensions is 0; who
+ * wants it (a set of the first 2^k points is balanced only with it) puts d zeros in front. After point
+ * 2^32 - 1 follows point 1 again.
+ *
+ * Seed: word 0 is the number of dimensions d, 1 when there is no word. Further words describe dimensions of
+ * the caller's: word 1 the form (OzkVslQuasiForm), word 2 the number k of built-in dimensions that come
+ * first, then the description of dimensions k to d - 1, one after the other. kOzkVslErrorBadArguments when d
+ * is out of range, when there are not enough built-in dimensions, or when the words are not exactly such a
+ * description.
+ *
+ * Skip ahead counts coordinates: a multiple of d skips points. Leapfrog into as many sub-streams as there are
+ * dimensions makes sub-stream k a sequence of one dimension, coordinate k of each point (counted from the
+ * next output on); other numbers of sub-streams give kOzkVslErrorNoLeapfrog. Extended skip ahead gives
+ * kOzkVslErrorNoSkipAheadEx. Results on [a, b) are those of a 32-bit word. */
+
+/* Sobol's sequence, up to 84 dimensions, the first 40 of them built in with the direction numbers of Joe and
+ * Kuo, "Constructing Sobol sequences with better two-dimensional projections", SIAM J. Sci. Comput. 30
+ * (2008). A polynomial over GF(2) describes a dimension: a word whose bit i is the coefficient of x^i, odd
+ * and better primitive and different from all others, followed by as many initial numbers m_1, m_2, ... as its
+ * degree, m_j odd and below 2^j. */
+OZK_VSL_DECLARE_GENERATOR(Sobol)
+
+/* Niederreiter's sequence (Bratley, Fox and Niederreiter, "Implementation and tests of low-discrepancy
+ * sequences", ACM TOMACS 2 (1992)), up to 636 dimensions, the first 318 of them built in. A polynomial over
+ * GF(2) describes a dimension: a word as above, of degree 1 or more, better irreducible and different from
+ * all others. A built-in coordinate can be 0 again, after more than 2^22
+ * points: where the degree of its polynomial does not divide 32, some combination of bits cancels. */
+OZK_VSL_DECLARE_GENERATOR(Niederr)
+
+/* The built-in polynomials, their degrees and Sobol's initial numbers (zero past the degree). The first
+ * polynomial of Sobol is 1, the sequence of van der Corput; the others are the primitive ones by degree, then
+ * by value. Those of Niederreiter are the irreducible ones in that order. */
+extern OZK_EXPORT const uint32_t uSobolIrredPoly[kOzkVslSobolDimensions];
+extern OZK_EXPORT const int32_t iSobolIrredPolyDeg[kOzkVslSobolDimensions];
+extern OZK_EXPORT const uint32_t uSobolMInit[kOzkVslSobolDimensions][kOzkVslSobolInitialNumbers];
+extern OZK_EXPORT const uint32_t uNiederrIrredPoly[kOzkVslNiederreiterDimensions];
+extern OZK_EXPORT const int32_t iNiederrIrredPolyDeg[kOzkVslNiederreiterDimensions];
 
 /* ---- Uniform distributions -------------------------------------------------------------------------- *
  * Each returns the first negative status of the basic generator, else 0. Parameters are not checked. */

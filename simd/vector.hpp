@@ -190,6 +190,8 @@ OZK_SIMD i32x4 max_unsigned(i32x4 a, i32x4 b) { return {_mm_max_epu32(a.v, b.v)}
 OZK_SIMD i64x2 multiply_even(i32x4 a, i32x4 b) { return {_mm_mul_epu32(a.v, b.v)}; }
 // a where b is positive, 0 where b is 0, -a where b is negative.
 OZK_SIMD i32x4 times_sign(i32x4 a, i32x4 b) { return {_mm_sign_epi32(a.v, b.v)}; }
+// The same of the low words of each lane; the high words are not read.
+OZK_SIMD i64x2 multiply_low_words(i64x2 a, i64x2 b) { return {_mm_mul_epu32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -311,6 +313,8 @@ OZK_SIMD f64x2 high_unsigned_to_f64(i32x4 a) {
     const __m128i words = _mm_unpackhi_epi32(a.v, _mm_set1_epi32(0x43300000));
     return {_mm_sub_pd(_mm_castsi128_pd(words), _mm_set1_pd(0x1p52))};
 }
+// Lanes 2 and 3 of signed 32-bit integers as doubles.
+OZK_SIMD f64x2 high_to_f64(i32x4 a) { return {_mm_cvtepi32_pd(_mm_unpackhi_epi64(a.v, a.v))}; }
 OZK_SIMD f32x4 to_f32(i32x4 a) { return {_mm_cvtepi32_ps(a.v)}; }
 OZK_SIMD i32x4 round_to_i32(f32x4 a) { return {_mm_cvtps_epi32(a.v)}; }
 OZK_SIMD i32x4 truncate_to_i32(f32x4 a) { return {_mm_cvttps_epi32(a.v)}; }
@@ -329,12 +333,18 @@ OZK_SIMD int32_t lane(i32x4 a) {
 }
 OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }      // a0 b0
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }     // a1 b1
+OZK_SIMD i64x2 interleave_low(i64x2 a, i64x2 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }   // a0 b0
+OZK_SIMD i64x2 interleave_high(i64x2 a, i64x2 b) { return {_mm_unpackhi_epi64(a.v, b.v)}; }  // a1 b1
 OZK_SIMD i32x4 interleave_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi32(a.v, b.v)}; }   // a0 b0 a1 b1
 OZK_SIMD i32x4 interleave_high(i32x4 a, i32x4 b) { return {_mm_unpackhi_epi32(a.v, b.v)}; }  // a2 b2 a3 b3
 // The lanes of a from kFirst on, followed by those of b below.
 template <int kFirst>
 OZK_SIMD i32x4 join(i32x4 a, i32x4 b) {
     return {_mm_alignr_epi8(b.v, a.v, 4 * kFirst)};
+}
+// In each 64-bit lane the low word of a, and above it the low word of b.
+OZK_SIMD i64x2 join_low_words(i64x2 a, i64x2 b) {
+    return {_mm_blend_epi16(a.v, _mm_slli_epi64(b.v, 32), 0xCC)};
 }
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }

@@ -1,6 +1,7 @@
 // Random streams: numbers of a basic generator, uniform and normal.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,12 +18,21 @@ enum class Gaussian {
     inverse = kOzkInverse                   // the inverse distribution function of one uniform
 };
 
+// A dimension of a Sobol sequence beyond the built-in ones: a primitive polynomial over GF(2), bit i being the
+// coefficient of x^i, and as many initial numbers as its degree, number j (from 1) odd and below 2^j.
+struct sobol_dimension {
+    uint32_t polynomial;
+    std::vector<uint32_t> initial;
+};
+
 // A stream of random numbers. A value: a copy goes on with the same numbers from where the original stands.
 // One thread at a time uses a stream; different streams may be used by different threads freely.
 class stream {
   public:
-    // By the generator's name: MCG31M1, MCG59, MRG32K3A, MT19937 ...; "WH:17" and "MT2203:17" are parameter
-    // sets of a family. Throws error for an unknown name or a generator that is not built.
+    // By the generator's name: MCG31M1, MCG59, MRG32K3A, MT19937, PHILOX4X32X10, ARS5, NONDETERMINISTIC ...;
+    // "WH:17" and "MT2203:17" are parameter sets of a family. The seed of SOBOL and NIEDERREITER is the number
+    // of dimensions: see sobol and niederreiter below. Throws error for an unknown name or a generator that is
+    // not built.
     explicit stream(const std::string& generator, uint32_t seed = 1)
         : stream(generator, std::span<const uint32_t>(&seed, 1)) {}
     // Seeded with several 32-bit words.
@@ -31,6 +41,24 @@ class stream {
         detail::check(ozk_generator_find(generator.c_str(), &identifier));
         detail::check(ozk_stream_new(identifier, static_cast<int64_t>(seed.size()), seed.data(), &stream_));
     }
+    // Quasi-random sequences: points of the unit cube that fill it evenly, coordinate after coordinate, from the
+    // point after the origin on. Sobol's sequence has 40 built-in dimensions, of which the first `dimensions`
+    // are taken, before those of `further`, 84 in all; Niederreiter's 318, before those of irreducible
+    // polynomials, 636 in all.
+    static stream sobol(uint32_t dimensions, std::span<const sobol_dimension> further = {}) {
+        std::vector<uint32_t> seed = quasi_seed(dimensions, further.size());
+        for (const sobol_dimension& dimension : further) {
+            seed.push_back(dimension.polynomial);
+            seed.insert(seed.end(), dimension.initial.begin(), dimension.initial.end());
+        }
+        return stream("SOBOL", seed);
+    }
+    static stream niederreiter(uint32_t dimensions, std::span<const uint32_t> further = {}) {
+        std::vector<uint32_t> seed = quasi_seed(dimensions, further.size());
+        seed.insert(seed.end(), further.begin(), further.end());
+        return stream("NIEDERREITER", seed);
+    }
+
     stream(const stream& other) { detail::check(ozk_stream_copy(other.stream_, &stream_)); }
     stream(stream&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
     stream& operator=(stream other) noexcept {
@@ -92,8 +120,37 @@ class stream {
         return for_workers(generator, count, std::span<const uint32_t>(&seed, 1));
     }
 
+    // Save the stream with all that waits in it, to a file, which is replaced, or to a block of bytes; and go on
+    // from there. What is loaded is checked; what is no stream throws error.
+    void save(const std::string& path) const { detail::check(ozk_stream_save(stream_, path.c_str())); }
+    static stream load(const std::string& path) {
+        stream loaded;
+        detail::check(ozk_stream_load(path.c_str(), &loaded.stream_));
+        return loaded;
+    }
+    std::vector<std::byte> save() const {
+        int64_t size = 0;
+        detail::check(ozk_stream_size(stream_, &size));
+        std::vector<std::byte> block(static_cast<size_t>(size));
+        detail::check(ozk_stream_save_block(stream_, size, block.data()));
+        return block;
+    }
+    static stream load(std::span<const std::byte> block) {
+        stream loaded;
+        detail::check(
+            ozk_stream_load_block(static_cast<int64_t>(block.size()), block.data(), &loaded.stream_));
+        return loaded;
+    }
+
   private:
+    stream() = default;  // null, until a stream is loaded into it
     explicit stream(ozk_stream* created) : stream_(created) {}
+
+    static std::vector<uint32_t> quasi_seed(uint32_t built_in, size_t further) {
+        if (further == 0) return {built_in};
+        constexpr uint32_t kByPolynomials = 1;
+        return {built_in + static_cast<uint32_t>(further), kByPolynomials, built_in};
+    }
 
     ozk_stream* stream_ = nullptr;
 };

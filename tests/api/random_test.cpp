@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <string>
 #include <utility>
 
 #include "ozk/ozk.hpp"
@@ -104,6 +106,53 @@ TEST(Stream, StaysInTheIntervalOfEachType) {
     for (const uint64_t word : words) all_ones &= word, any |= word;
     EXPECT_EQ(all_ones, 0u);
     EXPECT_EQ(any, ~uint64_t{0});
+}
+
+TEST(Stream, SavedToAFileOrABlockGoesOnWhereItWas) {
+    const std::string path = OZK_BINARY_DIR "/saved_stream";
+    for (const char* name : {"MCG59", "ARS5", "PHILOX4X32X10", "SOBOL"}) {
+        ozk::stream stream(name, 7);
+        draw(stream, 101);
+        std::vector<double> normal(3);
+        stream.gaussian(normal, 0, 1, ozk::Gaussian::box_muller_pairs);  // one of a pair waits
+        stream.save(path);
+        const std::vector<std::byte> block = stream.save();
+        ozk::stream from_file = ozk::stream::load(path), from_block = ozk::stream::load(block);
+        stream.gaussian(normal, 0, 1, ozk::Gaussian::box_muller_pairs);
+        for (ozk::stream* loaded : {&from_file, &from_block}) {
+            std::vector<double> again(3);
+            loaded->gaussian(again, 0, 1, ozk::Gaussian::box_muller_pairs);
+            EXPECT_EQ(again, normal) << name;
+        }
+        const std::span<const std::byte> bytes = block;
+        for (size_t size : {size_t{0}, size_t{3}, bytes.size() - 1}) {
+            expect_refused(ozk::Family::random, kOzkVslErrorMemoryFormat,
+                           [&] { ozk::stream::load(bytes.first(size)); });
+        }
+    }
+    std::remove(path.c_str());
+    expect_refused(ozk::Family::random, kOzkVslErrorOpenFile, [&] { ozk::stream::load(path); });
+    EXPECT_NE(std::string(ozk_last_error()).find(path), std::string::npos) << ozk_last_error();
+    expect_refused(ozk::Family::random, kOzkVslErrorOpenFile,
+                   [&] { ozk::stream("MCG59").save("/no/such/directory/stream"); });
+    char block[8];
+    const ozk::stream stream("MCG59");
+    int64_t size = 0;
+    EXPECT_EQ(ozk_status_code(ozk_stream_load_block(-1, block, nullptr)), kOzkCodeSize);
+    EXPECT_EQ(ozk_status_code(ozk_stream_size(nullptr, &size)), kOzkCodeNull);
+}
+
+TEST(Stream, QuasiRandomSequencesTakeDimensionsOfTheCallers) {
+    constexpr size_t kPoints = 50;
+    ozk::stream built_in = ozk::stream::sobol(4);
+    const ozk::sobol_dimension further[] = {{7, {1, 3}}, {11, {1, 3, 1}}};  // as the third and fourth
+    ozk::stream described = ozk::stream::sobol(2, further);
+    EXPECT_EQ(draw(described, 4 * kPoints), draw(built_in, 4 * kPoints));
+    const uint32_t polynomials[] = {7, 11};
+    ozk::stream niederreiter = ozk::stream::niederreiter(4), same = ozk::stream::niederreiter(2, polynomials);
+    EXPECT_EQ(draw(same, 4 * kPoints), draw(niederreiter, 4 * kPoints));
+    expect_refused(ozk::Family::random, kOzkVslErrorBadArguments, [] { ozk::stream::sobol(41); });
+    expect_refused(ozk::Family::random, kOzkVslErrorBadArguments, [] { ozk::stream::niederreiter(0); });
 }
 
 TEST(Stream, RefusesWithoutWritingOrMoving) {

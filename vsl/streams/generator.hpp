@@ -53,6 +53,19 @@ struct Uniform {
         simd::store(r, simd::to_f32(low, high));
     }
 };
+// What a generator that can be neither split nor moved answers to any method but seeding.
+inline int32_t refuse_to_move(uint32_t method) {
+    switch (method) {
+        case kOzkVslInitLeapfrog:
+            return kOzkVslErrorNoLeapfrog;
+        case kOzkVslInitSkipAhead:
+            return kOzkVslErrorNoSkipAhead;
+        case kOzkVslInitSkipAheadEx:
+            return kOzkVslErrorNoSkipAheadEx;
+        default:
+            return kOzkVslErrorUnknownMethod;
+    }
+}
 
 template <class Generator>
 int32_t generate_words(OzkVslStream* stream, int32_t n, void* r) {

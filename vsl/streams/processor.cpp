@@ -9,9 +9,15 @@ namespace {
 // Bits of the third result word of leaf 1 of the processor identification.
 constexpr unsigned kRandomBit = 1u << 30, kAesBit = 1u << 25;
 
-int32_t has_feature(unsigned bit) {
+unsigned identify() {
     unsigned eax, ebx, ecx, edx;
-    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) && (ecx & bit);
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) ? ecx : 0;
+}
+
+// Generators ask at every call, and a virtual machine may take microseconds to answer.
+int32_t has_feature(unsigned bit) {
+    static const unsigned features = identify();
+    return (features & bit) != 0;
 }
 
 }  // namespace

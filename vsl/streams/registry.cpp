@@ -25,17 +25,17 @@ constexpr Generator kGenerators[] = {
     {{40, 6, 1, 4, 32, OZK_FUNCTIONS(MRG32K3A)}, 1},
     {{32, 1, 0, 8, 59, OZK_FUNCTIONS(MCG59)}, 1},
     {{48, 4, 1, 16, 24, OZK_FUNCTIONS(WH)}, kOzkVslWhSets},
-    {{11712, 2900, 0, 4, 32, OZK_NONE}, 1},   // Sobol
-    {{84288, 21056, 0, 4, 32, OZK_NONE}, 1},  // Niederr
+    {{11712, 2900, 0, 4, 32, OZK_FUNCTIONS(Sobol)}, 1},
+    {{84288, 21056, 0, 4, 32, OZK_FUNCTIONS(Niederr)}, 1},
     {{2520, 625, 1, 4, 32, OZK_FUNCTIONS(MT19937)}, 1},
     {{312, 70, 1, 4, 32, OZK_NONE}, 6024},  // MT2203
-    {{48, 0, 1, 4, 32, OZK_NONE}, 1},       // iAbstract
-    {{64, 0, 1, 4, 32, OZK_NONE}, 1},       // dAbstract
-    {{56, 0, 1, 4, 32, OZK_NONE}, 1},       // sAbstract
+    {{48, 0, 1, 4, 32, OZK_FUNCTIONS(iAbstract)}, 1},
+    {{64, 0, 1, 4, 32, OZK_FUNCTIONS(dAbstract)}, 1},
+    {{56, 0, 1, 4, 32, OZK_FUNCTIONS(sAbstract)}, 1},
     {{2536, 625, 1, 4, 32, OZK_FUNCTIONS(SFMT19937)}, 1},
-    {{24, 1, 1, 4, 32, OZK_NONE}, 1},   // TRNG
-    {{72, 13, 1, 4, 32, OZK_NONE}, 1},  // ARS5
-    {{64, 11, 1, 4, 32, OZK_NONE}, 1},  // PHILOX4X32X10
+    {{24, 1, 1, 4, 32, OZK_FUNCTIONS(TRNG)}, 1},
+    {{72, 13, 1, 4, 32, OZK_FUNCTIONS(ARS5)}, 1},
+    {{64, 11, 1, 4, 32, OZK_FUNCTIONS(PHILOX4X32X10)}, 1},
 };
 #undef OZK_FUNCTIONS
 #undef OZK_NONE

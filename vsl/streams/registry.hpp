@@ -1,6 +1,9 @@
 // Where the row of a stream's generator is found.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+
 #include "ozk_vsl.h"
 
 namespace ozk::vsl {
@@ -18,6 +21,11 @@ Location locate(uint32_t identifier);
 inline const OzkVslBrngProperties& properties(const OzkVslStream* stream) {
     const Location location = locate(stream->identifier);
     return location.table->rows[location.row];
+}
+
+// Bytes of a stream record: at least its header.
+inline size_t record_size(const OzkVslBrngProperties& row) {
+    return std::max(static_cast<size_t>(row.state_size), sizeof(OzkVslStream));
 }
 
 }  // namespace ozk::vsl

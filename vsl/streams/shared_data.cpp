@@ -10,6 +10,7 @@ namespace ozk::vsl::shared_data {
 namespace {
 
 constinit OzkVslSharedData entries[kOzkVslSharedDataEntries] = {};
+constinit int32_t sizes[kOzkVslSharedDataEntries] = {};  // of the entries' data, in bytes; 0: not known
 constinit int used = 0;
 constinit std::atomic<uint32_t> lock_word = 0;
 
@@ -35,11 +36,12 @@ OzkVslSharedData* find(const uint64_t* key) {
     return nullptr;
 }
 
-int32_t find_or_add(OzkVslSharedData*& entry, const uint64_t* key, void* data, int reserved) {
+int32_t find_or_add(OzkVslSharedData*& entry, const uint64_t* key, void* data, int32_t size, int reserved) {
     if (key[0] == 0 && key[1] == 0) return kOzkVslErrorSharedDataMissing;
     entry = find(key);
     if (!entry) {
         if (used >= kOzkVslSharedDataEntries - reserved) return kOzkVslErrorSharedDataFull;
+        sizes[used] = size;
         entry = &entries[used++];
         *entry = {{key[0], key[1]}, 0, data};
     }
@@ -49,12 +51,19 @@ int32_t find_or_add(OzkVslSharedData*& entry, const uint64_t* key, void* data, i
 
 }  // namespace
 
-int32_t attach(const uint64_t* key, void*& data, int reserved) {
+int32_t attach(const uint64_t* key, void*& data, int32_t size, int reserved) {
     return locked([&] {
         OzkVslSharedData* entry;
-        const int32_t status = find_or_add(entry, key, data, reserved);
+        const int32_t status = find_or_add(entry, key, data, size, reserved);
         if (status == kOzkVslSuccess) data = entry->data;
         return status;
+    });
+}
+
+int32_t size_of(const uint64_t* key) {
+    return locked([&] {
+        const OzkVslSharedData* const entry = find(key);
+        return entry ? sizes[entry - entries] : 0;
     });
 }
 
@@ -77,7 +86,7 @@ int32_t __vslFindGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* 
 
 int32_t __vslCreateGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* key, void* data) {
     OzkVslSharedData* created;
-    const int32_t status = locked([&] { return find_or_add(created, key, data, 0); });
+    const int32_t status = locked([&] { return find_or_add(created, key, data, 0, 0); });
     if (status == kOzkVslSuccess) *entry = created;
     return status;
 }
@@ -99,7 +108,8 @@ int32_t __vslUnregisterGlobRODataReference(const uint64_t* key) {
         if (!entry) return kOzkVslErrorSharedDataMissing;
         if (--entry->references == 0) {
             unused = entry->data;
-            *entry = entries[--used];
+            sizes[entry - entries] = sizes[--used];
+            *entry = entries[used];
             entries[used] = {};
         }
         return kOzkVslSuccess;

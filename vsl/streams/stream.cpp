@@ -19,10 +19,6 @@ static_assert(sizeof(OzkVslStream) == 16 && offsetof(OzkVslStream, marker) == 4 
 
 constexpr int32_t kMarker = 1;
 
-size_t record_size(const OzkVslBrngProperties& row) {
-    return std::max(static_cast<size_t>(row.state_size), sizeof(OzkVslStream));
-}
-
 // A record with its header filled, for a generator that exists: the one place that refuses rows without
 // functions.
 int32_t allocate_stream(OzkVslStream** handle, const OzkVslBrngProperties& row, uint32_t identifier) {

@@ -70,9 +70,14 @@ TEST(Stream, AbstractConstructorsCheckTheirArguments) {
     uint32_t words[4];
     double doubles[4];
     float singles[4];
-    const OzkVslIntegerRefill refill_words = [](OzkVslStream*, int32_t n, uint32_t*) { return n; };
-    const OzkVslDoubleRefill refill_doubles = [](OzkVslStream*, int32_t n, double*) { return n; };
-    const OzkVslSingleRefill refill_singles = [](OzkVslStream*, int32_t n, float*) { return n; };
+    const OzkVslIntegerRefill refill_words = [](OzkVslStream*, uint32_t*, int32_t, int32_t most) {
+        return most;
+    };
+    const OzkVslDoubleRefill refill_doubles = [](OzkVslStream*, double*, int32_t, int32_t most, double,
+                                                 double) { return most; };
+    const OzkVslSingleRefill refill_singles = [](OzkVslStream*, float*, int32_t, int32_t most, float, float) {
+        return most;
+    };
     EXPECT_EQ(__vsliNewAbstractStream(&stream, 0, words, refill_words), kOzkVslErrorBadArguments);
     EXPECT_EQ(__vsliNewAbstractStream(&stream, 4, nullptr, refill_words), kOzkVslErrorBadArguments);
     EXPECT_EQ(__vsliNewAbstractStream(&stream, 4, words, nullptr), kOzkVslErrorBadArguments);
