@@ -118,24 +118,6 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
-// Entries or pairs at four offsets in bytes, which go through memory: four loads are cheaper than taking a vector's
-// lanes apart.
-struct f64x2_pairs {
-    f64x2_pair low, high;  // by lanes 0 and 1, 2 and 3
-};
-OZK_SIMD f64x2_pairs gather_pairs_by_four(const double* table, i32x4 offset) {
-    alignas(16) uint32_t at[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(at), offset.v);
-    asm("" : "+m"(at));  // keeps the compiler from extracting the lanes
-    const char* bytes = reinterpret_cast<const char*>(table);
-    const auto pair = [&](int lane) {
-        return _mm_load_pd(reinterpret_cast<const double*>(bytes + at[lane]));
-    };
-    const __m128d a = pair(0), b = pair(1), c = pair(2), d = pair(3);
-    return {{{_mm_unpacklo_pd(a, b)}, {_mm_unpackhi_pd(a, b)}},
-            {{_mm_unpacklo_pd(c, d)}, {_mm_unpackhi_pd(c, d)}}};
-}
-
 // ---- Reinterpretation of the bits ---------------------------------------------------------------------
 
 OZK_SIMD i64x2 bits(f64x2 a) { return {_mm_castpd_si128(a.v)}; }
@@ -287,6 +269,8 @@ OZK_SIMD f64x2 interleave_low(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b
 OZK_SIMD f64x2 interleave_high(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }  // a1 b1
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
+// Lanes 2 and 3, twice.
+OZK_SIMD i32x4 high_half(i32x4 a) { return {_mm_unpackhi_epi64(a.v, a.v)}; }
 // Lanes 0 and 1, lanes 2 and 3 of signed 32-bit integers as 64-bit ones.
 OZK_SIMD i64x2 low_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(a.v)}; }
 OZK_SIMD i64x2 high_to_i64(i32x4 a) { return {_mm_cvtepi32_epi64(_mm_unpackhi_epi64(a.v, a.v))}; }

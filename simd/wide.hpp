@@ -130,7 +130,6 @@ template <int K>
 OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
-
 // ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
 using f64x4 = wide<f64x2, 2>;
@@ -151,8 +150,8 @@ OZK_SIMD V to_doubles(f32x4 a) {
         return low_to_f64(a);
 }
 OZK_SIMD wide_pair<2> gather_pairs_for(const f64x4&, const double* table, i32x4 offset) {
-    const f64x2_pairs entries = gather_pairs_by_four(table, offset);
-    return {{entries.low.first, entries.high.first}, {entries.low.second, entries.high.second}};
+    const f64x2_pair low = gather_pairs(table, offset), high = gather_pairs(table, high_half(offset));
+    return {{low.first, high.first}, {low.second, high.second}};
 }
 OZK_SIMD f64x2_pair gather_pairs_for(f64x2, const double* table, i32x4 offset) {
     return gather_pairs(table, offset);

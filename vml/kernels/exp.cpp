@@ -86,7 +86,7 @@ struct Base10 : Exp10Constants {
 
 struct ExpHigh : BaseE {
     using Base = BaseE;
-    static constexpr int kTableBits = 6, kWide = 4;
+    static constexpr int kTableBits = 6;
     static constexpr double kC2 = 0x1.fffffffffdb3bp-2;  // 0.4999999999994775
     static constexpr double kC3 = 0x1.555555555653ep-3;  // 0.1666666666667797
     static constexpr double kC4 = 0x1.555573f218b93p-5;  // 0.04166672368662385
@@ -94,7 +94,7 @@ struct ExpHigh : BaseE {
 };
 struct ExpLow {
     using Base = BaseE;
-    static constexpr int kTableBits = 10, kWide = 2;
+    static constexpr int kTableBits = 10;
     static constexpr double kInvStep = 0x1.71547652b82fep+10;  // 1024 / ln 2
     static constexpr double kStepHigh = 0x1.62e42fecp-11;      // ln 2 / 1024, 31 bits
     static constexpr double kStepLow = 0x1.d1cf79abc9e3bp-42;
@@ -103,7 +103,7 @@ struct ExpLow {
 };
 struct ExpFast {
     using Base = BaseE;
-    static constexpr int kTableBits = 7, kWide = 2;
+    static constexpr int kTableBits = 7;
     static constexpr double kInvStep = 0x1.71547652b82fep+7;  // 128 / ln 2
     static constexpr double kStep = 0x1.62e42fefa39efp-8;     // ln 2 / 128
     static constexpr double kC2 = 0x1.ffffc2808f7e8p-2;       // 0.49999908361121337
@@ -111,11 +111,11 @@ struct ExpFast {
 
 struct Exp2High : Base2 {
     using Base = Base2;
-    static constexpr int kTableBits = 6, kWide = 4;
+    static constexpr int kTableBits = 6;
 };
 struct Exp10High : Base10 {
     using Base = Base10;
-    static constexpr int kTableBits = 6, kWide = 4;
+    static constexpr int kTableBits = 6;
 };
 
 template <class V>
@@ -228,8 +228,6 @@ constexpr bool kHasPairs = !std::is_same_v<Level, ExpLow> && !std::is_same_v<Lev
 
 template <class Level>
 struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
-    static constexpr int kWide = Level::kWide;
-
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
         return reduce<Level>(x);

@@ -6,7 +6,7 @@
 // arithmetic", ACM TOMS 16 (1990).
 //
 // |r| <= 2^-9.52 for every estimate within the documented error of 1.5 2^-12: half a step of c, at most
-// 2^-10, plus the estimate's error, plus 2^-24 for the conversion of m. r needs at most the 53 bits from
+// 2^-10, plus the estimate's error, plus 2^-20 for the bits of m that it doesn't see. r needs at most the 53 bits from
 // 2^-10 to 2^-62: exact.
 //
 // Error bounds, in ulp of the result, round to nearest:
@@ -14,7 +14,8 @@
 //   is 0 or
 //       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
 //       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
-//   LA  1.9. The table part is added last; polynomial of degree 5, 2^-52.5 of r.
+//   LA  2.2. The same with a polynomial of degree 5, 2^-52.5 of r. The sum with r is carried here too: where the
+//       estimate at x next to 1 is below 1 by as much as it may be, the two nearly cancel.
 //   EP  2^-31 relative: only the table's high parts, r rounded, degree 3.
 //
 // Special lanes: zero, negative, subnormal, infinite, NaN.
@@ -157,14 +158,14 @@ struct Ln : PositiveNormal {
         } else {
             const V r2 = r * r;
             const V low = k * simd::broadcast(kLn2Low) + table_low;
+            const V sum = base + r;
+            const V lost = (base - sum) + r;
             if constexpr (std::is_same_v<Level, LnHigh>) {
-                const V sum = base + r;
-                const V lost = (base - sum) + r;
                 return sum + ((low + lost) + r2 * ln_high_factor(r, r2));
             } else {
                 const V q = (simd::broadcast(Level::kC2) + r * simd::broadcast(Level::kC3)) +
                             r2 * (simd::broadcast(Level::kC4) + r * simd::broadcast(Level::kC5));
-                return base + (r + (low + r2 * q));
+                return sum + ((low + lost) + r2 * q);
             }
         }
     }

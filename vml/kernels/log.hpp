@@ -5,7 +5,7 @@
 //
 // Error bounds, in ulp of the result, round to nearest:
 //   HA  0.52. As ln: everything that is rounded before the last sum is below 2^-9 of the result.
-//   LA  2.2 (log10). r times the logarithm of e rounded, the table part added last, polynomial of degree 5.
+//   LA  2.2 (log10). The same with a polynomial of degree 5.
 //
 // Powers of the base are exact: what is rounded before the last sum is far below half an ulp of an integer.
 #pragma once
@@ -45,20 +45,24 @@ struct Log : PositiveNormal {
             base = k * simd::broadcast(Base::kTwoHigh) + table_high;
             low = k * simd::broadcast(Base::kTwoLow) + table_low;
         }
+        const V r_high = leading_part(r);
+        const V product = r_high * simd::broadcast(Base::kEHigh);
+        const V rest = (r - r_high) * simd::broadcast(Base::kE) + r_high * simd::broadcast(Base::kELow);
+        const V sum = base + product;
+        const V lost = (base - sum) + product;
+        return sum + (((low + rest) + lost) + r2 * factor(r, r2));
+    }
+
+    // (log1p(r) / r - 1) / r, times the logarithm of e
+    template <class V>
+    OZK_SIMD static V factor(V r, V r2) {
         if constexpr (std::is_same_v<Level, LogHigh>) {
-            const V r_high = leading_part(r);
-            const V product = r_high * simd::broadcast(Base::kEHigh);
-            const V rest = (r - r_high) * simd::broadcast(Base::kE) + r_high * simd::broadcast(Base::kELow);
-            const V sum = base + product;
-            const V lost = (base - sum) + product;
-            const V q = (simd::broadcast(Base::kHighC2) + r * simd::broadcast(Base::kHighC3)) +
-                        r2 * ((simd::broadcast(Base::kHighC4) + r * simd::broadcast(Base::kHighC5)) +
-                              r2 * simd::broadcast(Base::kHighC6));
-            return sum + (((low + rest) + lost) + r2 * q);
+            return (simd::broadcast(Base::kHighC2) + r * simd::broadcast(Base::kHighC3)) +
+                   r2 * ((simd::broadcast(Base::kHighC4) + r * simd::broadcast(Base::kHighC5)) +
+                         r2 * simd::broadcast(Base::kHighC6));
         } else {
-            const V q = (simd::broadcast(Base::kLowC2) + r * simd::broadcast(Base::kLowC3)) +
-                        r2 * (simd::broadcast(Base::kLowC4) + r * simd::broadcast(Base::kLowC5));
-            return base + (r * simd::broadcast(Base::kE) + (low + r2 * q));
+            return (simd::broadcast(Base::kLowC2) + r * simd::broadcast(Base::kLowC3)) +
+                   r2 * (simd::broadcast(Base::kLowC4) + r * simd::broadcast(Base::kLowC5));
         }
     }
     template <class V>
