@@ -152,7 +152,6 @@ template <int K>
 OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
-
 // ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
 using f64x4 = wide<f64x2, 2>;
@@ -165,7 +164,25 @@ OZK_SIMD f32x4 narrow(const f64x4& x) { return to_f32(x.v[0], x.v[1]); }
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
 // Their low words.
 OZK_SIMD i32x4 low_words(const f64x4& x) { return even_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
+// Those of two, each pair of lanes the same.
+OZK_SIMD i32x4 high_words(f64x2 x) { return odd_lanes(as_i32(bits(x)), as_i32(bits(x))); }
 // A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.
 OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
+
+// Lanes of a vector of four as lanes of the doubles whose high words it holds.
+template <class V>
+OZK_SIMD V to_doubles(f32x4 a) {
+    if constexpr (kWidth<V> == 2)
+        return {low_to_f64(a), high_to_f64(a)};
+    else
+        return low_to_f64(a);
+}
+OZK_SIMD wide_pair<2> gather_pairs_for(const f64x4&, const double* table, i32x4 offset) {
+    const f64x2_pair low = gather_pairs(table, offset), high = gather_pairs(table, high_half(offset));
+    return {{low.first, high.first}, {low.second, high.second}};
+}
+OZK_SIMD f64x2_pair gather_pairs_for(f64x2, const double* table, i32x4 offset) {
+    return gather_pairs(table, offset);
+}
 
 }  // namespace ozk::simd

@@ -259,21 +259,22 @@ template <class Op>
 
 // ---- Blocks and tail ----------------------------------------------------------------------------------
 
-// One block of ordinary elements. Where the operation comes in halves, each vector's first half stands before
-// its predecessor's second half: the chain of dependent operations of one vector is longer than what a
-// processor's schedulers hold, the two halves of different vectors don't depend on each other.
+// One block of ordinary elements. Where the operation comes in halves, the first halves of all vectors stand before
+// the second ones: the chain of dependent operations of one vector is longer than what a processor's schedulers hold,
+// the halves of different vectors don't depend on each other.
 template <class Op, class Access>
 [[gnu::always_inline]] inline void compute_block(const Call<Op>& call, int64_t i) {
     using Block = typename BlockVector<Op>::type;
     if constexpr (requires { Op::prepare(Block{}); }) {
-        auto state = Op::prepare(load_arguments<Access, Block>(call, i)[0]);
+        using State = decltype(Op::prepare(Block{}));
+        constexpr int kParts = kBlock / Block::kLanes;
+        State state[kParts];
 #pragma GCC unroll 8
-        for (int j = Block::kLanes; j < kBlock; j += Block::kLanes) {
-            const auto next = Op::prepare(load_arguments<Access, Block>(call, i + j)[0]);
-            store_results<Access>(call, i + j - Block::kLanes, std::array{Op::finish(state)});
-            state = next;
-        }
-        store_results<Access>(call, i + kBlock - Block::kLanes, std::array{Op::finish(state)});
+        for (int j = 0; j < kParts; ++j)
+            state[j] = Op::prepare(load_arguments<Access, Block>(call, i + j * Block::kLanes)[0]);
+#pragma GCC unroll 8
+        for (int j = 0; j < kParts; ++j)
+            store_results<Access>(call, i + j * Block::kLanes, std::array{Op::finish(state[j])});
     } else {
 #pragma GCC unroll 8
         for (int j = 0; j < kBlock; j += Block::kLanes) {

@@ -1,5 +1,5 @@
 #include "vml/kernels/ln.hpp"
-#include "tests/vml/support.hpp"
+#include "tests/vml/logarithms.hpp"
 
 namespace ozk::vml::test {
 namespace {
@@ -8,18 +8,12 @@ constexpr Unary kLevels[] = {_vmldLn_50, _vmldLn, _vmldLn_26};
 
 class LnTest : public FreshState {};
 
-std::vector<double> arguments(int n) {
-    std::mt19937_64 random(2);
-    std::uniform_real_distribution<double> unit(0, 1);
-    std::vector<double> x;
-    for (int i = 0; i < n; ++i) {
-        x.push_back(std::ldexp(1 + unit(random), static_cast<int>(random() % 2046) - 1022));
-        x.push_back(0.5 + 1.5 * unit(random));
-        x.push_back(1 + std::ldexp(unit(random) - 0.5, -static_cast<int>(random() % 52)));
-        x.push_back(1 + (unit(random) - 0.5) * 0x1p-8);
-    }
-    return x;
-}
+template <class Estimate>
+using LnOfHighLevel = Ln<LnHigh, Estimate>;
+template <class Estimate>
+using LnOfLowLevel = Ln<LnLow, Estimate>;
+template <class Estimate>
+using LnOfFastLevel = Ln<LnFast, Estimate>;
 
 TEST_F(LnTest, MeetsTheAccuracyOfEachLevel) {
     const std::vector<double> x = arguments(40000);
@@ -72,40 +66,11 @@ TEST_F(LnTest, ReadsSubnormalArgumentsAsZeroWhereTheModeAsksForIt) {
     }
 }
 
-// Any estimate of the reciprocal within its documented error of 1.5 2^-12 must do; processors differ.
-template <int kSign>
-struct WorstEstimate {
-    template <class V>
-    OZK_SIMD static V reciprocal(V x) {
-        constexpr float kFactor = 1 + kSign * 1.4999f * 0x1p-12f;
-        return simd::broadcast(1.0f) / x * simd::broadcast(kFactor);
-    }
-};
-
-template <class Estimate>
-double worst_error(const std::vector<double>& arguments) {
-    double worst = 0;
-    for (const double x : arguments) {
-        const double y = simd::low(Ln<LnHigh, Estimate>::compute(simd::broadcast(x)));
-        worst = std::max(worst, ulp_error(mpfr_log, x, y));
-    }
-    return worst;
-}
-
 TEST_F(LnTest, HoldsForEveryEstimateWithinTheDocumentedError) {
-    std::vector<double> x = arguments(10000);
-    // The edges of the table's steps, where an estimate decides for one of two entries.
-    for (int i = 0; i <= 1024; ++i) {
-        const double edge = 2 / (1 + i / 1024.0);
-        for (const double v :
-             {edge * (1 - 0x1p-11), edge * (1 - 0x1p-12), edge, edge * (1 + 0x1p-12), edge * (1 + 0x1p-11)}) {
-            x.push_back(v);
-            x.push_back(v / 2);
-        }
-    }
-    EXPECT_LE(worst_error<WorstEstimate<1>>(x), 0.52);
-    EXPECT_LE(worst_error<WorstEstimate<-1>>(x), 0.52);
-    EXPECT_LE(worst_error<WorstEstimate<0>>(x), 0.52);
+    const std::vector<double> x = with_table_edges(arguments(10000));
+    expect_for_every_estimate<LnOfHighLevel>(0.52, mpfr_log, x);
+    expect_for_every_estimate<LnOfLowLevel>(2.2, mpfr_log, x);
+    expect_for_every_estimate<LnOfFastLevel>(0x1p26, mpfr_log, x);
 }
 
 }  // namespace

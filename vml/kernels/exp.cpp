@@ -1,7 +1,8 @@
-// exp(x), double precision.
+// exp(x), exp2(x) and exp10(x), double precision.
 //
-// Method: N = round(x T / ln 2), N = k T + j, r = x - N ln2 / T in two parts, so that
-// exp(x) = 2^k 2^(j/T) exp(r) with |r| <= ln2 / (2 T); 2^(j/T) from a table, exp(r) - 1 by a polynomial.
+// Method, b being the base: N = round(x T log2(b)), N = k T + j, r = x - N / (T log2(b)), so that
+// b^x = 2^k 2^(j/T) b^r with |r| <= 1 / (2 T log2(b)); 2^(j/T) from a table, b^r - 1 by a polynomial. N / (T log2(b)) is
+// taken in two parts, of which the first is exact; for b = 2 it is exact as a whole.
 // Tang, "Table-driven implementation of the exponential function in IEEE floating-point arithmetic", ACM TOMS 15
 // (1989).
 //
@@ -10,14 +11,19 @@
 //   LA  T = 1024, degree 3: 2.2. Table 1/2, sum 1/2, polynomial 2^-52.7, which is up to 1.2.
 //   EP  T = 128, degree 2: 2^-28.1 relative, the polynomial's.
 //
-// Special lanes: the high word of |x| is at least that of 708.3956, which takes in infinities and NaN. Below
-// it the result is normal, so that k can be added to the exponent field of the sum.
+// exp2 and exp10 have the HA level alone, with exp's table, degree and error. Where their result is a double, it is
+// exact: what is lost before the last sum is far below half an ulp.
+//
+// Special lanes: the high word of |x| is at least that of a bound (exp 708.3956, exp2 1022, exp10 307.6526), which takes
+// in infinities and NaN. Below it the result is normal, so that k can be added to the exponent field of the sum.
 
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "vml/frame.hpp"
+#include "vml/kernels/exp.hpp"
 #include "vml/kernels/magnitude_bound.hpp"
 
 namespace ozk::vml {
@@ -26,27 +32,69 @@ namespace {
 using simd::broadcast;
 using simd::f64x2;
 
-struct ExpPair {
-    double high, low;
-};
-
 #include "vml/kernels/exp_tables.inc"
 
-constexpr int32_t kFastBoundHighWord = 0x4086232A;
 constexpr double kShifter = 0x1.8p52;  // x + kShifter holds round(x) in its low bits
 
-struct ExpHigh {
-    static constexpr int kTableBits = 6, kWide = 4;
+// ---- Bases: the scalar path's thresholds and reduction, shared by the levels --------------------------------------
+// Results are infinite above kOverflow, subnormal below kSubnormal, 0 below kUnderflow; 1 + x is the result to half an
+// ulp where x's biased exponent is below kTinyExponent.
+
+struct Steps {
+    int64_t n;
+    double r;  // in units of the natural logarithm
+};
+
+struct BaseE {
+    static constexpr double kOverflow = 0x1.62e42fefa39efp+9;    // 709.782712893384
+    static constexpr double kUnderflow = -0x1.74910d52d3051p+9;  // -745.1332191019411
+    static constexpr double kSubnormal = -0x1.6232bdd7abcd2p+9;  // -708.3964185322641
+    static Steps reduce(double x) {
+        const double n = (x * kInvStep + kShifter) - kShifter;
+        return {static_cast<int64_t>(n), (x - n * kStepHigh) - n * kStepLow};
+    }
+
+    static constexpr int64_t kTinyExponent = 0x3CB;
+    static constexpr int32_t kBoundHighWord = 0x4086232A;
     static constexpr double kInvStep = 0x1.71547652b82fep+6;  // 64 / ln 2
     static constexpr double kStepHigh = 0x1.62e42fefap-7;     // ln 2 / 64, 37 bits: N kStepHigh is exact
     static constexpr double kStepLow = 0x1.cf79abc9e3b3ap-46;
+};
+struct Base2 : Exp2Constants {
+    static constexpr double kOverflow = 0x1.fffffffffffffp+9;     // next below 1024
+    static constexpr double kUnderflow = -0x1.0cbffffffffffp+10;  // next above -1075
+    static constexpr double kSubnormal = -1022;
+    static constexpr int64_t kTinyExponent = 0x3CB;
+    static constexpr int32_t kBoundHighWord = 0x408FF000;
+    static constexpr double kShifter = 0x1.8p46;  // x + kShifter holds round(64 x) in its low bits
+    static Steps reduce(double x) {
+        const double n = (x + kShifter) - kShifter;
+        return {static_cast<int64_t>(64 * n), (x - n) * std::numbers::ln2};
+    }
+};
+struct Base10 : Exp10Constants {
+    static constexpr double kOverflow = 0x1.34413509f79fep+8;    // 308.25471555991669
+    static constexpr double kUnderflow = -0x1.439b746e36b52p+8;  // -323.60724533877976
+    static constexpr double kSubnormal = -0x1.33a7146f72a41p+8;  // -307.65265556858878
+    static constexpr int64_t kTinyExponent = 0x3C9;
+    static constexpr int32_t kBoundHighWord = 0x40733A71;
+    static Steps reduce(double x) {
+        const double n = (x * kInvStep + kShifter) - kShifter;
+        return {static_cast<int64_t>(n), ((x - n * kStepHigh) - n * kStepLow) * std::numbers::ln10};
+    }
+};
+
+struct ExpHigh : BaseE {
+    using Base = BaseE;
+    static constexpr int kTableBits = 6;
     static constexpr double kC2 = 0x1.fffffffffdb3bp-2;  // 0.4999999999994775
     static constexpr double kC3 = 0x1.555555555653ep-3;  // 0.1666666666667797
     static constexpr double kC4 = 0x1.555573f218b93p-5;  // 0.04166672368662385
     static constexpr double kC5 = 0x1.111112d9f549bp-7;  // 0.00833333416441411
 };
 struct ExpLow {
-    static constexpr int kTableBits = 10, kWide = 2;
+    using Base = BaseE;
+    static constexpr int kTableBits = 10;
     static constexpr double kInvStep = 0x1.71547652b82fep+10;  // 1024 / ln 2
     static constexpr double kStepHigh = 0x1.62e42fecp-11;      // ln 2 / 1024, 31 bits
     static constexpr double kStepLow = 0x1.d1cf79abc9e3bp-42;
@@ -54,23 +102,44 @@ struct ExpLow {
     static constexpr double kC3 = 0x1.5555555555556p-3;  // 0.16666666666666669
 };
 struct ExpFast {
-    static constexpr int kTableBits = 7, kWide = 2;
+    using Base = BaseE;
+    static constexpr int kTableBits = 7;
     static constexpr double kInvStep = 0x1.71547652b82fep+7;  // 128 / ln 2
     static constexpr double kStep = 0x1.62e42fefa39efp-8;     // ln 2 / 128
     static constexpr double kC2 = 0x1.ffffc2808f7e8p-2;       // 0.49999908361121337
 };
 
-// What is left of x after n steps of ln2 / T.
+struct Exp2High : Base2 {
+    using Base = Base2;
+    static constexpr int kTableBits = 6;
+};
+struct Exp10High : Base10 {
+    using Base = Base10;
+    static constexpr int kTableBits = 6;
+};
+
+template <class V>
+struct Reduced {
+    V shifted, r;
+};
+
+// N in the low bits of the first part, and what is left of x after N steps.
 template <class Level, class V>
-OZK_SIMD V reduce(V x, V n) {
-    if constexpr (std::is_same_v<Level, ExpFast>) {
-        return x - n * broadcast(Level::kStep);
+OZK_SIMD Reduced<V> reduce(V x) {
+    if constexpr (std::is_same_v<Level, Exp2High>) {
+        const V shifted = x + broadcast(Level::kShifter);
+        return {shifted, x - (shifted - broadcast(Level::kShifter))};
     } else {
-        return (x - n * broadcast(Level::kStepHigh)) - n * broadcast(Level::kStepLow);
+        const V shifted = x * broadcast(Level::kInvStep) + broadcast(kShifter);
+        const V n = shifted - broadcast(kShifter);
+        if constexpr (std::is_same_v<Level, ExpFast>)
+            return {shifted, x - n * broadcast(Level::kStep)};
+        else
+            return {shifted, (x - n * broadcast(Level::kStepHigh)) - n * broadcast(Level::kStepLow)};
     }
 }
 
-// exp(r) - 1.
+// b^r - 1.
 template <class V>
 OZK_SIMD V expm1_reduced(ExpHigh, V r) {
     const V r2 = r * r;
@@ -87,94 +156,53 @@ OZK_SIMD V expm1_reduced(ExpFast, V r) {
     return r + (r * r) * broadcast(ExpFast::kC2);
 }
 
-template <class Level>
-struct Exp : MagnitudeBound<kFastBoundHighWord> {
-    static constexpr int kWide = Level::kWide;
-
-    template <class V>
-    struct Reduced {
-        V shifted, r;
-    };
-
-    template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x) {
-        const V shifted = x * broadcast(Level::kInvStep) + broadcast(kShifter);
-        return {shifted, reduce<Level>(x, shifted - broadcast(kShifter))};
-    }
-
-    template <class V>
-    OZK_SIMD static V finish(const Reduced<V>& reduced) {
-        constexpr int kBits = Level::kTableBits;
-        const auto n = bits(reduced.shifted);
-        const auto index = n & broadcast((int64_t{1} << kBits) - 1);
-        V p = expm1_reduced(Level{}, reduced.r);
-        V entry;
-        if constexpr (std::is_same_v<Level, ExpHigh>) {
-            const auto [power, correction] = simd::gather_pairs(&kExpPairs64[0].high, index);
-            entry = power;
-            p = p + correction;
-        } else {
-            entry = simd::gather(std::is_same_v<Level, ExpLow> ? kExp1024 : kExp128, index);
-        }
-        // Scaled last: a product with a scaled entry could fall below the normal range and lose bits.
-        const V sum = entry + entry * p;
-        return as_f64(bits(sum) + simd::shift_left<52>(simd::shift_right<kBits>(n)));
-    }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
-
-    // The same for all levels. Every subnormal result is reported as underflow and rounded once.
-    static int scalar(double x, double& result);
-};
+template <class Level, class V>
+OZK_SIMD V expm1_reduced(Level, V r) {
+    const V r2 = r * r;
+    const V low = broadcast(Level::kC2) + r * broadcast(Level::kC3);
+    const V high = broadcast(Level::kC4) + r * broadcast(Level::kC5);
+    return r * broadcast(Level::kC1) + r2 * (low + r2 * high);
+}
 
 double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent + 1023) << 52); }
 int64_t biased_exponent(double x) { return std::bit_cast<int64_t>(x) >> 52 & 0x7FF; }
 
-[[gnu::cold]] int exp_scalar(double x, double& result) {
-    constexpr double kOverflow = 0x1.62e42fefa39efp+9;  // 709.782712893384: largest with a finite result
-    constexpr double kUnderflow =
-        -0x1.74910d52d3051p+9;  // -745.1332191019411: below it the result rounds to 0
-    constexpr double kSubnormal =
-        -0x1.6232bdd7abcd2p+9;  // -708.3964185322641: below it the result is subnormal
+template <class Base>
+[[gnu::cold]] int power_scalar(double x, double& result) {
     constexpr double kC2 = 0.5;
     constexpr double kC3 = 0x1.55555555548f8p-3;   // 0.1666666666665788
     constexpr double kC4 = 0x1.5555555558fccp-5;   // 0.04166666666677052
     constexpr double kC5 = 0x1.111123aaf20d3p-7;   // 0.008333341995140497
     constexpr double kC6 = 0x1.6c16a1c2a3ffdp-10;  // 0.0013888870459233254
+    constexpr int kScalarTableBits = 6;
     constexpr double kSplitter = 0x1.8p32;
-    constexpr int64_t kTinyExponent = 0x3CB;  // |x| < 2^-52: 1 + x is exact to half an ulp
-    constexpr int kLift = 60;                 // subnormal results are formed 2^60 times too large
+    constexpr int kLift = 60;  // subnormal results are formed 2^60 times too large
     constexpr int64_t kLeastSplitExponent = 51;
 
     if (biased_exponent(x) == 0x7FF) {
         result = std::signbit(x) && x == x ? 0.0 : x * x;
         return kVmlOk;
     }
-    if (biased_exponent(x) < kTinyExponent) {
+    if (biased_exponent(x) < Base::kTinyExponent) {
         result = 1.0 + x;
         return kVmlOk;
     }
-    if (x > kOverflow) {
+    if (x > Base::kOverflow) {
         result = std::numeric_limits<double>::infinity();
         return kVmlOverflow;
     }
-    if (x < kUnderflow) {
+    if (x < Base::kUnderflow) {
         result = 0.0;
         return kVmlUnderflow;
     }
 
-    const double shifted = x * ExpHigh::kInvStep + kShifter;
-    const double n = shifted - kShifter;
-    const int64_t steps = static_cast<int64_t>(n);
-    const ExpPair& entry = kExpScalarPairs64[steps & 63];
-    const int64_t k = steps >> ExpHigh::kTableBits;
-    const double r = (x - n * ExpHigh::kStepHigh) - n * ExpHigh::kStepLow;
+    const auto [n, r] = Base::reduce(x);
+    const ExpPair& entry = kExpScalarPairs64[n & 63];
+    const int64_t k = n >> kScalarTableBits;
     const double p = r + (r * r) * (kC2 + r * (kC3 + r * (kC4 + r * (kC5 + r * kC6))));
     const double tail = entry.high * p + entry.low;
     const double sum = entry.high + tail;
-    if (x >= kSubnormal) {
+    if (x >= Base::kSubnormal) {
         result = k == 1024 ? sum * 0x1p1023 * 2.0 : sum * power_of_two(k);
         return kVmlOk;
     }
@@ -196,13 +224,51 @@ int64_t biased_exponent(double x) { return std::bit_cast<int64_t>(x) >> 52 & 0x7
 }
 
 template <class Level>
-int Exp<Level>::scalar(double x, double& result) {
-    return exp_scalar(x, result);
-}
+constexpr bool kHasPairs = !std::is_same_v<Level, ExpLow> && !std::is_same_v<Level, ExpFast>;
+
+template <class Level>
+struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
+    template <class V>
+    OZK_SIMD static Reduced<V> prepare(V x) {
+        return reduce<Level>(x);
+    }
+
+    template <class V>
+    OZK_SIMD static V finish(const Reduced<V>& reduced) {
+        constexpr int kBits = Level::kTableBits;
+        const auto n = bits(reduced.shifted);
+        const auto index = n & broadcast((int64_t{1} << kBits) - 1);
+        V p = expm1_reduced(Level{}, reduced.r);
+        V entry;
+        if constexpr (kHasPairs<Level>) {
+            const auto [power, correction] = simd::gather_pairs(&kExpPairs64[0].high, index);
+            entry = power;
+            p = p + correction;
+        } else {
+            entry = simd::gather(std::is_same_v<Level, ExpLow> ? kExp1024 : kExp128, index);
+        }
+        // Scaled last: a product with a scaled entry could fall below the normal range and lose bits.
+        const V sum = entry + entry * p;
+        return as_f64(bits(sum) + simd::shift_left<52>(simd::shift_right<kBits>(n)));
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
+    }
+
+    // The same for all levels. Every subnormal result is reported as underflow and rounded once.
+    static int scalar(double x, double& result) { return power_scalar<typename Level::Base>(x, result); }
+};
 
 }  // namespace
+
+int exp_scalar(double x, double& result) { return power_scalar<BaseE>(x, result); }
+
 }  // namespace ozk::vml
 
 OZK_VML_KERNEL(d, Exp, H8LAynn, unary, ozk::vml::Exp<ozk::vml::ExpLow>)
 OZK_VML_KERNEL(d, Exp, EXHAynn, unary, ozk::vml::Exp<ozk::vml::ExpHigh>)
 OZK_VML_KERNEL(d, Exp, H8EPnnn, unary, ozk::vml::Exp<ozk::vml::ExpFast>)
+
+OZK_VML_KERNEL(d, Exp2, EXHAynn, unary, ozk::vml::Exp<ozk::vml::Exp2High>)
+OZK_VML_KERNEL(d, Exp10, EXHAynn, unary, ozk::vml::Exp<ozk::vml::Exp10High>)

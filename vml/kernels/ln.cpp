@@ -6,6 +6,23 @@
 
 namespace ozk::vml {
 
+[[gnu::cold]] bool ln_limit(double x, double& result, int& code) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    code = kVmlOk;
+    if (!std::isfinite(x) && x != -kInfinity) {
+        result = x * x;
+    } else if (x == 0) {
+        result = -kInfinity;
+        code = kVmlSingularity;
+    } else if (x < 0) {
+        result = std::numeric_limits<double>::quiet_NaN();
+        code = kVmlDomain;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 [[gnu::cold]] int ln_scalar(double x, double& result) {
     constexpr double kNearOne = 0x1.4p-7;            // 0.009765625
     constexpr double kLn2High = 0x1.62e42fefa38p-1;  // 42 bits: k kLn2High is exact
@@ -28,22 +45,12 @@ namespace ozk::vml {
         return r * r * (kC2 + r * (kC3 + r * (kC4 + r * (kC5 + r * (kC6 + r * (kC7 + r * kC8))))));
     };
 
-    if (exponent(x) == 0x7FF) {
-        if (x == -std::numeric_limits<double>::infinity()) {
-            result = std::numeric_limits<double>::quiet_NaN();
-            return kVmlDomain;
-        }
-        result = x * x;
-        return kVmlOk;
-    }
+    int code;
+    if (ln_limit(x, result, code)) return code;
     int64_t bias = kBias;
     if (exponent(x) == 0) {
         x *= kLift;
         bias = kLiftedBias;
-    }
-    if (!(x > 0)) {
-        result = x == 0 ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::quiet_NaN();
-        return x == 0 ? kVmlSingularity : kVmlDomain;
     }
     const double t = x - 1.0;
     if (bias == kBias && std::abs(t) <= kNearOne) {

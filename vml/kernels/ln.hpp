@@ -6,7 +6,7 @@
 // arithmetic", ACM TOMS 16 (1990).
 //
 // |r| <= 2^-9.52 for every estimate within the documented error of 1.5 2^-12: half a step of c, at most
-// 2^-10, plus the estimate's error, plus 2^-24 for the conversion of m. r needs at most the 53 bits from
+// 2^-10, plus the estimate's error, plus 2^-20 for the bits of m that it doesn't see. r needs at most the 53 bits from
 // 2^-10 to 2^-62: exact.
 //
 // Error bounds, in ulp of the result, round to nearest:
@@ -14,7 +14,8 @@
 //   is 0 or
 //       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
 //       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
-//   LA  1.9. The table part is added last; polynomial of degree 5, 2^-52.5 of r.
+//   LA  2.2. The same with a polynomial of degree 5, 2^-52.5 of r. The sum with r is carried here too: where the
+//       estimate at x next to 1 is below 1 by as much as it may be, the two nearly cancel.
 //   EP  2^-31 relative: only the table's high parts, r rounded, degree 3.
 //
 // Special lanes: zero, negative, subnormal, infinite, NaN.
@@ -53,19 +54,18 @@ struct HardwareEstimate {
     }
 };
 
+// The limits of the logarithms: true, with result and code, where x is not a positive finite number.
+bool ln_limit(double x, double& result, int& code);
 // One element, any argument; the same for all levels.
 int ln_scalar(double x, double& result);
 
-template <class Level, class Estimate = HardwareEstimate>
-struct Ln {
+// Special lanes are all but the positive normal numbers.
+struct PositiveNormal {
     using Argument = double;
     using Result = double;
     using Vector = simd::f64x2;
     static constexpr double kOrdinary = 1.0;
     static constexpr int kWide = 2;
-
-    static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
-    static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
 
     // The high word less that of the smallest normal number, as an offset binary number, is below the span of
     // the normal numbers exactly for ordinary lanes.
@@ -78,66 +78,108 @@ struct Ln {
         return simd::mask_of_high_words(outside(as_i32(bits(x))));
     }
     OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
+};
+
+// The reciprocals of the significands of x, rounded to a multiple of 2^-10, as 2^10 c, and the offsets in bytes of
+// their table entries. The estimate is that of the significand's leading 21 bits.
+template <class V>
+struct Reciprocal {
+    V c;
+    simd::i32x4 offset;
+};
+template <class Estimate, class V>
+OZK_SIMD Reciprocal<V> reciprocal_of_significand(V x) {
+    constexpr int32_t kSignificand = 0x000FFFFF, kScale = 0x3A800000;  // 2^-10, single precision
+    constexpr int kStepBits = 14;  // bits of the estimate below a step of c
+    const simd::i32x4 leading = simd::high_words(x) & simd::broadcast(kSignificand);
+    const auto m = as_f32(simd::shift_left<3>(leading) | simd::broadcast(kScale));
+    const auto rounded = bits(Estimate::reciprocal(m)) + simd::broadcast(int32_t{1} << (kStepBits - 1));
+    // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
+    return {simd::to_doubles<V>(as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits))),
+            simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0})};
+}
+
+// x = 2^k m; m is kept as 2^-10 m.
+template <class V>
+struct Significand {
+    V k, m;
+};
+template <class V>
+OZK_SIMD Significand<V> split_exponent(V x) {
+    constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF;
+    constexpr int64_t kScale = 0x3F50000000000000;  // 2^-10
+    constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
+    constexpr double kMagicBias = 0x1p52 + 1023;
+    const auto word = bits(x);
+    return {as_f64(simd::shift_right<52>(word) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias),
+            as_f64((word & simd::broadcast(kSignificand)) | simd::broadcast(kScale))};
+}
+
+template <class V>
+OZK_SIMD V leading_part(V x) {
+    return as_f64(bits(x) & simd::broadcast(~int64_t{0x7FFFFFF}));  // 26 bits
+}
+
+// m c - 1, exactly.
+template <class V>
+OZK_SIMD V reduced(V m, V c) {
+    const V m_high = leading_part(m);
+    return (m_high * c - simd::broadcast(1.0)) + (m - m_high) * c;
+}
+
+template <class Level, class Estimate = HardwareEstimate>
+struct Ln : PositiveNormal {
+    static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
+    static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
 
     template <class V>
     struct Reduced {
         V k, r;
-        decltype(as_i32(bits(V{}))) offset;  // of the table entries, in bytes
+        simd::i32x4 offset;  // of the table entries, in bytes
     };
 
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
-        constexpr int64_t kMantissa = 0x000FFFFFFFFFFFFF;
-        constexpr int64_t kScale = 0x3F50000000000000;  // m is kept as 2^-10 m, its reciprocal as 2^10 c
-        constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
-        constexpr double kMagicBias = 0x1p52 + 1023;
-        constexpr int kStepBits = 14;  // bits of the estimate below a step of c
-        const auto word = bits(x);
-        const V m = as_f64((word & simd::broadcast(kMantissa)) | simd::broadcast(kScale));
-        const V k =
-            as_f64(simd::shift_right<52>(word) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias);
-
-        const auto estimate = bits(Estimate::reciprocal(to_f32(m)));
-        const auto rounded = estimate + simd::broadcast(int32_t{1} << (kStepBits - 1));
-        const V c = low_to_f64(as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits)));
-        // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
-        const auto offset = simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0});
-        if constexpr (std::is_same_v<Level, LnFast>) {
+        const auto [k, m] = split_exponent(x);
+        const auto [c, offset] = reciprocal_of_significand<Estimate>(x);
+        if constexpr (std::is_same_v<Level, LnFast>)
             return {k, m * c - simd::broadcast(1.0), offset};
-        } else {
-            const V m_high = as_f64(bits(m) & simd::broadcast(~int64_t{0xFFFFFFFF}));
-            const V r = (m_high * c - simd::broadcast(1.0)) + (m - m_high) * c;
-            return {k, r, offset};
-        }
+        else
+            return {k, reduced(m, c), offset};
     }
 
     template <class V>
     OZK_SIMD static V finish(const Reduced<V>& x) {
         const V r = x.r, k = x.k;
-        const auto [table_high, table_low] = gather_pairs(&kLnPairs[0].high, x.offset);
+        const auto [table_high, table_low] = simd::gather_pairs_for(r, &kLnPairs[0].high, x.offset);
         const V base = k * simd::broadcast(kLn2High) + table_high;
         if constexpr (std::is_same_v<Level, LnFast>) {
             return base + (r + (r * r) * (simd::broadcast(kFastC2) + r * simd::broadcast(kFastC3)));
         } else {
             const V r2 = r * r;
             const V low = k * simd::broadcast(kLn2Low) + table_low;
+            const V sum = base + r;
+            const V lost = (base - sum) + r;
             if constexpr (std::is_same_v<Level, LnHigh>) {
-                const V sum = base + r;
-                const V lost = (base - sum) + r;
-                const V q = (simd::broadcast(-0.5) + r * simd::broadcast(kHighC3)) +
-                            r2 * ((simd::broadcast(kHighC4) + r * simd::broadcast(kHighC5)) +
-                                  r2 * simd::broadcast(kHighC6));
-                return sum + ((low + lost) + r2 * q);
+                return sum + ((low + lost) + r2 * ln_high_factor(r, r2));
             } else {
                 const V q = (simd::broadcast(Level::kC2) + r * simd::broadcast(Level::kC3)) +
                             r2 * (simd::broadcast(Level::kC4) + r * simd::broadcast(Level::kC5));
-                return base + (r + (low + r2 * q));
+                return sum + ((low + lost) + r2 * q);
             }
         }
     }
     template <class V>
     OZK_SIMD static V compute(V x) {
         return finish(prepare(x));
+    }
+
+    // (log1p(r) - r) / r^2
+    template <class V>
+    OZK_SIMD static V ln_high_factor(V r, V r2) {
+        return (simd::broadcast(-0.5) + r * simd::broadcast(kHighC3)) +
+               r2 * ((simd::broadcast(kHighC4) + r * simd::broadcast(kHighC5)) +
+                     r2 * simd::broadcast(kHighC6));
     }
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }
