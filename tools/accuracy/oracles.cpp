@@ -473,8 +473,8 @@ const std::vector<Oracle> kOracles = {
     {.function = "MaxMag", .shape = kBinary, .exact = binary<by_magnitude<1>>, .pairing = Pairing::kNear},
     {.function = "MinMag", .shape = kBinary, .exact = binary<by_magnitude<-1>>, .pairing = Pairing::kNear},
     {.function = "CopySign", .shape = kBinary,
-     .exact = binary<[](mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t r) { return mpfr_copysign(y, a,
-     b, r); }>},
+     .exact = binary<[](mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t r) { return mpfr_setsign(y, a,
+     !mpfr_nan_p(b) && mpfr_signbit(b), r); }>},  // NaN has no sign in MPFR
     {.function = "NextAfter", .shape = kBinary, .exact = binary<next_after>, .pairing = Pairing::kNear},
     {.function = "Abs", .shape = kUnary,
      .exact = unary<[](mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t r) { return mpfr_abs(y, x, r); }>},
