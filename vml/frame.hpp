@@ -18,7 +18,7 @@
 //   kWide                         (optional) how many vectors compute() takes in step: then it is a template
 //   that
 //                                 also takes simd::wide<Vector, kWide>
-//   prepare(x), finish(state)     (optional, one argument) compute() in two halves of about equal length
+//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two halves of about equal length
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
@@ -111,6 +111,11 @@ template <class Op>
 concept HasCareful = requires {
     typename Op::Careful;
 };
+template <class Op>
+concept ComesInHalves = requires(typename BlockVector<Op>::type x) {
+    Op::prepare(x);
+}
+|| requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); };
 template <class Op>
 concept ChecksResult = requires {
     Op::kChecksResult;
@@ -298,11 +303,15 @@ template <class Compute, class Access, class Op>
         for (size_t j = 0; j < y.size(); ++j) {
             store_results<Access>(call, i + static_cast<int64_t>(j) * Block::kLanes, std::array{y[j]});
         }
-    } else if constexpr (requires { Compute::prepare(Block{}); }) {
-        auto state = Compute::prepare(load_arguments<Access, Block>(call, i)[0]);
+    } else if constexpr (ComesInHalves<Compute>) {
+        const auto prepared = [&call](int64_t first) OZK_SIMD_LAMBDA {
+            return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); },
+                             load_arguments<Access, Block>(call, first), call);
+        };
+        auto state = prepared(i);
 #pragma GCC unroll 8
         for (int j = Block::kLanes; j < kBlock; j += Block::kLanes) {
-            const auto next = Compute::prepare(load_arguments<Access, Block>(call, i + j)[0]);
+            const auto next = prepared(i + j);
             store_results<Access>(call, i + j - Block::kLanes, std::array{Compute::finish(state)});
             state = next;
         }

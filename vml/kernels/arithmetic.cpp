@@ -68,11 +68,7 @@ struct Abs : RealOperation<T> {
 
 // Divisors below 2^-125 and from 2^125 on, whose reciprocals' estimates may be flushed to zero or infinite.
 OZK_SIMD simd::f32x4 beyond_estimates(simd::f32x4 divisor) {
-    constexpr int64_t kLeast = 0x01000000, kBeyond = 0x7E000000;
-    // Without the sign and moved to the lowest integer, so that one signed comparison sees both ends.
-    const auto place =
-        simd::shift_left<1>(bits(divisor)) + simd::broadcast(static_cast<int32_t>(INT32_MIN - 2 * kLeast));
-    return as_f32(place > simd::broadcast(static_cast<int32_t>(INT32_MIN + 2 * (kBeyond - kLeast) - 1)));
+    return as_f32(outside<0x01000000, 0x7E000000>(bits(abs(divisor))));
 }
 
 struct EstimatedInverse : RealOperation<float> {

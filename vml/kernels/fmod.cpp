@@ -139,12 +139,10 @@ struct Remainder<double, kNearest> : RealOperation<double, 2> {
     static constexpr double kOrdinary = 1;
     // Quotients from about 2^25, divisors below 2^-900 or from 2^992, by the high words.
     OZK_SIMD static Vector special(Vector x, Vector y) {
-        constexpr int32_t kLeast = 0x07B00000, kBeyond = 0x7DF00000, kQuotient = 25 << 20;
-        constexpr int32_t kToLowest = static_cast<int32_t>(int64_t{INT32_MIN} - kLeast);
+        constexpr int32_t kQuotient = 25 << 20;
         const i32x4 high_x = as_i32(bits(abs(x))), high_y = as_i32(bits(abs(y)));
-        const i32x4 place = high_y + broadcast(kToLowest);
         return simd::mask_of_high_words((high_x > high_y + broadcast(kQuotient)) |
-                                        (place > broadcast(INT32_MIN + (kBeyond - kLeast) - 1)));
+                                        outside<0x07B00000, 0x7DF00000>(high_y));
     }
     OZK_SIMD static Vector compute(Vector x, Vector y) {
         return reduced<kNearest, true>(abs(x), abs(y)) ^ sign_bit(x);
@@ -157,12 +155,9 @@ struct Remainder<float, kNearest> : RealOperation<float, 2> {
     static constexpr float kOrdinary = 1;
     // Quotients from about 2^27, subnormal divisors and those from 2^98.
     OZK_SIMD static Vector special(Vector x, Vector y) {
-        constexpr int32_t kLeast = 0x00800000, kBeyond = 0x70800000, kQuotient = 27 << 23;
-        constexpr int32_t kToLowest = static_cast<int32_t>(int64_t{INT32_MIN} - kLeast);
+        constexpr int32_t kQuotient = 27 << 23;
         const i32x4 bits_x = bits(abs(x)), bits_y = bits(abs(y));
-        const i32x4 place = bits_y + broadcast(kToLowest);
-        return as_f32((bits_x > bits_y + broadcast(kQuotient)) |
-                      (place > broadcast(INT32_MIN + (kBeyond - kLeast) - 1)));
+        return as_f32((bits_x > bits_y + broadcast(kQuotient)) | outside<0x00800000, 0x70800000>(bits_y));
     }
     OZK_SIMD static Vector compute(Vector x, Vector y) {
         const Vector positive_x = abs(x), positive_y = abs(y);

@@ -43,6 +43,14 @@ struct RealOperation {
     OZK_SIMD static Vector splat_bits(Bits x) { return splat(std::bit_cast<T>(x)); }
 };
 
+// Where integers, such as the bits or the high words of magnitudes, are below kLeast or from kBeyond on: moved so
+// that kLeast is the lowest integer, one signed comparison sees both ends.
+template <int32_t kLeast, int32_t kBeyond>
+OZK_SIMD simd::i32x4 outside(simd::i32x4 x) {
+    constexpr auto kToLowest = static_cast<int32_t>(int64_t{INT32_MIN} - kLeast);
+    return (x + simd::broadcast(kToLowest)) > simd::broadcast(INT32_MIN + (kBeyond - kLeast) - 1);
+}
+
 // The value with denormals flushed where the mode says so, and NaN made quiet: a product with 1.
 OZK_SIMD simd::f64x2 canonical(simd::f64x2 x) { return x * simd::hidden(simd::broadcast(1.0)); }
 OZK_SIMD simd::f32x4 canonical(simd::f32x4 x) { return x * simd::hidden(simd::broadcast(1.0F)); }
