@@ -322,6 +322,17 @@ int next_after(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t round) {
         round);
 }
 
+// Of numerator and denominator as the format rounds them.
+int linear_fraction(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t round) {
+    const mpfr_prec_t precision = mpfr_get_prec(a);
+    Real above(precision), below(precision);
+    mpfr_mul_d(above, a, kScaleA, MPFR_RNDN);
+    mpfr_add_d(above, above, kShiftA, MPFR_RNDN);
+    mpfr_mul_d(below, b, kScaleB, MPFR_RNDN);
+    mpfr_add_d(below, below, kShiftB, MPFR_RNDN);
+    return mpfr_div(y, above, below, round);
+}
+
 using enum Shape;
 using std::numbers::ln2, std::numbers::pi;
 constexpr double kLog10Of2 = 0.30102999566398120;
@@ -476,6 +487,8 @@ const std::vector<Oracle> kOracles = {
      .exact = binary<[](mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t r) { return mpfr_setsign(y, a,
      !mpfr_nan_p(b) && mpfr_signbit(b), r); }>},  // NaN has no sign in MPFR
     {.function = "NextAfter", .shape = kBinary, .exact = binary<next_after>, .pairing = Pairing::kNear},
+    {.function = "LinearFrac", .shape = kLinearFraction, .exact = binary<linear_fraction>,
+     .domain = {-0x1p120, 0x1p120}},
     {.function = "Abs", .shape = kUnary,
      .exact = unary<[](mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t r) { return mpfr_abs(y, x, r); }>},
     {.function = "Ceil", .shape = kUnary, .exact = unary<mpfr_rint_ceil>, .dense_high = 54, .step = 0.5},

@@ -79,16 +79,14 @@ Number number(double positive) {
     return {significand << zeros, kLeastExponent + std::max(field - 1, 0) - zeros};
 }
 
-struct Division {
-    double remainder;
-    bool quotient_is_odd;
-};
-// 0 < y <= x. Both significands are multiples of 2^11 and so is the remainder's, which makes it a double.
-Division divide(double x, double y) {
+// x mod y, or what the nearest integer quotient leaves, for 0 < y <= x. Both significands are multiples of 2^11 and
+// so is the remainder's, which makes it a double. Compared as integers, so that no flushing of denormals interferes.
+template <bool kNearest>
+double divide(double x, double y) {
     const Number a = number(x), b = number(y);
     const int shift = a.exponent - b.exponent;
     uint64_t r = a.significand;
-    bool odd = true;
+    bool quotient_is_odd = true;
     if (shift == 0) {
         r -= b.significand;
     } else {
@@ -101,10 +99,14 @@ Division divide(double x, double y) {
             left -= first;
         }
         for (; left != 0; left -= 64) r = modulus.of(r, 0);
-        odd = r >= b.significand - r;
-        r += odd ? r - b.significand : r;
+        quotient_is_odd = r >= b.significand - r;
+        r += quotient_is_odd ? r - b.significand : r;
     }
-    return {std::ldexp(static_cast<double>(r), b.exponent), odd};
+    const uint64_t other = b.significand - r;
+    if (kNearest && (r > other || (r == other && quotient_is_odd))) {
+        return -std::ldexp(static_cast<double>(other), b.exponent);
+    }
+    return std::ldexp(static_cast<double>(r), b.exponent);
 }
 
 template <bool kNearest, class T>
@@ -120,12 +122,11 @@ template <bool kNearest, class T>
         return kVmlDomain;
     }
     const double divisor = std::abs(static_cast<double>(y));
-    Division division = {std::abs(static_cast<double>(x)), false};
-    if (std::isfinite(y) && division.remainder >= divisor) division = divide(division.remainder, divisor);
-    double r = division.remainder;
-    if constexpr (kNearest) {
-        const double other = divisor - r;  // exact where it is taken or equal
-        if (r > other || (r == other && division.quotient_is_odd)) r = -other;
+    double r = std::abs(static_cast<double>(x));
+    if (std::isfinite(y) && r >= divisor) {
+        r = divide<kNearest>(r, divisor);
+    } else if (kNearest && r > divisor - r) {
+        r = r - divisor;
     }
     result = static_cast<T>(std::signbit(x) ? -r : r);
     return kVmlOk;
