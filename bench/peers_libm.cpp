@@ -3,6 +3,7 @@
 #include <math.h>
 
 #include "bench/peers.hpp"
+#include "tools/accuracy/oracles.hpp"
 
 namespace ozk::bench {
 namespace {
@@ -15,6 +16,29 @@ void scalar_unary(int n, const T* a, const T*, T* r, T*) {
 template <class T, auto kFunction>
 void scalar_binary(int n, const T* a, const T* b, T* r, T*) {
     for (int i = 0; i < n; ++i) r[i] = kFunction(a[i], b[i]);
+}
+
+template <class T>
+void scalar_modf(int n, const T* a, const T*, T* r, T* r2) {
+    for (int i = 0; i < n; ++i) {
+        if constexpr (sizeof(T) == 8)
+            r2[i] = ::modf(a[i], &r[i]);
+        else
+            r2[i] = ::modff(a[i], &r[i]);
+    }
+}
+template <class T>
+T larger_magnitude(T x, T y) {
+    return (x < 0 ? -x : x) > (y < 0 ? -y : y) ? x : y;
+}
+template <class T>
+T smaller_magnitude(T x, T y) {
+    return (x < 0 ? -x : x) < (y < 0 ? -y : y) ? x : y;
+}
+template <class T>
+T linear_fraction(T x, T y) {
+    using namespace accuracy;
+    return (T(kScaleA) * x + T(kShiftA)) / (T(kScaleB) * y + T(kShiftB));
 }
 
 #define OZK_LIBM(shape, function, name)                                                         \
@@ -84,6 +108,22 @@ std::vector<Peer> libm_peers() {
          scalar_unary<float, [](float x) { return 1 / ::sqrtf(x); }>},
         {"compiled loop", "Pow3o2", scalar_unary<double, [](double x) { return x * ::sqrt(x); }>,
          scalar_unary<float, [](float x) { return x * ::sqrtf(x); }>},
+        {"compiled loop", "Frac", scalar_unary<double, [](double x) { return x - ::trunc(x); }>,
+         scalar_unary<float, [](float x) { return x - ::truncf(x); }>},
+        {"compiled loop", "MaxMag", scalar_binary<double, larger_magnitude<double>>,
+         scalar_binary<float, larger_magnitude<float>>},
+        {"compiled loop", "MinMag", scalar_binary<double, smaller_magnitude<double>>,
+         scalar_binary<float, smaller_magnitude<float>>},
+        {"compiled loop", "Fmax", scalar_binary<double, [](double x, double y) { return (x > y) ? x : y; }>,
+         scalar_binary<float, [](float x, float y) { return (x > y) ? x : y; }>},
+        {"compiled loop", "Fmin", scalar_binary<double, [](double x, double y) { return x < y ? x : y; }>,
+         scalar_binary<float, [](float x, float y) { return x < y ? x : y; }>},
+        {"compiled loop", "Hypot",
+         scalar_binary<double, [](double x, double y) { return ::sqrt(x * x + y * y); }>,
+         scalar_binary<float, [](float x, float y) { return ::sqrtf(x * x + y * y); }>},
+        {"compiled loop", "LinearFrac", scalar_binary<double, linear_fraction<double>>,
+         scalar_binary<float, linear_fraction<float>>},
+        {"libm loop", "Modf", scalar_modf<double>, scalar_modf<float>},
         {"compiled loop", "Add", scalar_binary<double, [](double x, double y) { return x + y; }>,
          scalar_binary<float, [](float x, float y) { return x + y; }>},
         {"compiled loop", "Sub", scalar_binary<double, [](double x, double y) { return x - y; }>,

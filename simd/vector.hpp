@@ -32,6 +32,20 @@ struct i32x4 {
     static constexpr int kLanes = 4;
 };
 
+// The vector of Ts.
+template <class T>
+struct VectorOf;
+template <>
+struct VectorOf<double> {
+    using type = f64x2;
+};
+template <>
+struct VectorOf<float> {
+    using type = f32x4;
+};
+template <class T>
+using vec = typename VectorOf<T>::type;
+
 // ---- Making vectors -----------------------------------------------------------------------------------
 
 OZK_SIMD f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
@@ -44,6 +58,16 @@ OZK_SIMD i32x4 lanes_of(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
         _mm_setr_epi32(static_cast<int>(a), static_cast<int>(b), static_cast<int>(c), static_cast<int>(d))};
 }
 OZK_SIMD i64x2 pair(int64_t low, int64_t high) { return {_mm_set_epi64x(high, low)}; }
+
+// The same value, which the compiler doesn't know: it can't fold an operation on it away.
+OZK_SIMD f64x2 hidden(f64x2 a) {
+    asm("" : "+x"(a.v));
+    return a;
+}
+OZK_SIMD f32x4 hidden(f32x4 a) {
+    asm("" : "+x"(a.v));
+    return a;
+}
 
 // ---- Memory, any alignment ----------------------------------------------------------------------------
 
@@ -81,9 +105,11 @@ OZK_SIMD f32x4 load_strided(const float* p, int64_t step) {
     return {_mm_setr_ps(p[0], p[step], p[2 * step], p[3 * step])};
 }
 OZK_SIMD void store_strided(float* p, int64_t step, f32x4 a) {
-    float lane[4];
-    store(lane, a);
-    for (int i = 0; i < 4; ++i) p[i * step] = lane[i];
+    _mm_store_ss(p, a.v);
+    _mm_store_ss(p + step, _mm_movehdup_ps(a.v));
+    const __m128 high = _mm_movehl_ps(a.v, a.v);
+    _mm_store_ss(p + 2 * step, high);
+    _mm_store_ss(p + 3 * step, _mm_movehdup_ps(high));
 }
 OZK_SIMD f32x4 load_first(const float* p, int64_t step, int count) {
     const int64_t last = count - 1;
@@ -192,6 +218,7 @@ OZK_SIMD i64x2 multiply_even(i32x4 a, i32x4 b) { return {_mm_mul_epu32(a.v, b.v)
 OZK_SIMD i32x4 times_sign(i32x4 a, i32x4 b) { return {_mm_sign_epi32(a.v, b.v)}; }
 // The same of the low words of each lane; the high words are not read.
 OZK_SIMD i64x2 multiply_low_words(i64x2 a, i64x2 b) { return {_mm_mul_epu32(a.v, b.v)}; }
+OZK_SIMD i32x4 min(i32x4 a, i32x4 b) { return {_mm_min_epi32(a.v, b.v)}; }
 
 // The estimate of 1/a, relative error at most 1.5 * 2^-12; its bits differ between processor makers.
 OZK_SIMD f32x4 reciprocal_estimate(f32x4 a) { return {_mm_rcp_ps(a.v)}; }
@@ -213,7 +240,9 @@ OZK_SIMD f32x4 operator&(f32x4 a, f32x4 b) { return {_mm_and_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator|(f32x4 a, f32x4 b) { return {_mm_or_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator^(f32x4 a, f32x4 b) { return {_mm_xor_ps(a.v, b.v)}; }
 
-OZK_SIMD i32x4 and_not(i32x4 mask, i32x4 a) { return {_mm_andnot_si128(mask.v, a.v)}; }  // a where not mask
+OZK_SIMD i32x4 and_not(i32x4 a, i32x4 b) { return {_mm_andnot_si128(b.v, a.v)}; }  // a & ~b
+OZK_SIMD f64x2 and_not(f64x2 a, f64x2 b) { return {_mm_andnot_pd(b.v, a.v)}; }
+OZK_SIMD f32x4 and_not(f32x4 a, f32x4 b) { return {_mm_andnot_ps(b.v, a.v)}; }
 
 template <int kCount>
 OZK_SIMD i64x2 shift_left(i64x2 a) {
@@ -247,6 +276,8 @@ OZK_SIMD i32x4 shift_right_signed(i32x4 a) {
 
 OZK_SIMD f64x2 abs(f64x2 a) { return a & as_f64(broadcast(int64_t{0x7FFFFFFFFFFFFFFF})); }
 OZK_SIMD f32x4 abs(f32x4 a) { return a & as_f32(broadcast(int32_t{0x7FFFFFFF})); }
+OZK_SIMD f64x2 sign_bit(f64x2 a) { return a & broadcast(-0.0); }
+OZK_SIMD f32x4 sign_bit(f32x4 a) { return a & broadcast(-0.0F); }
 
 // ---- Comparison: masks of all ones or all zeros a lane ------------------------------------------------
 
@@ -262,7 +293,10 @@ OZK_SIMD f32x4 operator<=(f32x4 a, f32x4 b) { return {_mm_cmple_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator==(f32x4 a, f32x4 b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less(f32x4 a, f32x4 b) { return {_mm_cmpnlt_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 not_less_or_equal(f32x4 a, f32x4 b) { return {_mm_cmpnle_ps(a.v, b.v)}; }
+OZK_SIMD f64x2 unordered(f64x2 a, f64x2 b) { return {_mm_cmpunord_pd(a.v, b.v)}; }  // where a or b is NaN
+OZK_SIMD f32x4 unordered(f32x4 a, f32x4 b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
 OZK_SIMD i32x4 operator==(i32x4 a, i32x4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}; }
+OZK_SIMD i64x2 operator==(i64x2 a, i64x2 b) { return {_mm_cmpeq_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator>(i32x4 a, i32x4 b) { return {_mm_cmpgt_epi32(a.v, b.v)}; }
 OZK_SIMD i64x2 operator>(i64x2 a, i64x2 b) { return {_mm_cmpgt_epi64(a.v, b.v)}; }
 
@@ -290,6 +324,10 @@ OZK_SIMD f32x4 round_to_even(f32x4 a) {
 OZK_SIMD f32x4 truncate(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f32x4 floor(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)}; }
 OZK_SIMD f32x4 ceil(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC)}; }
+
+// As round_to_even, and raises the inexact flag where a is no integer.
+OZK_SIMD f64x2 rint(f64x2 a) { return {_mm_round_pd(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_RAISE_EXC)}; }
+OZK_SIMD f32x4 rint(f32x4 a) { return {_mm_round_ps(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_RAISE_EXC)}; }
 
 // The two doubles as singles in lanes 0 and 1, zeros above.
 OZK_SIMD f32x4 to_f32(f64x2 a) { return {_mm_cvtpd_ps(a.v)}; }
@@ -323,6 +361,7 @@ OZK_SIMD i32x4 truncate_to_i32(f64x2 a) { return {_mm_cvttpd_epi32(a.v)}; }
 
 // ---- Lanes --------------------------------------------------------------------------------------------
 
+OZK_SIMD float low(f32x4 a) { return _mm_cvtss_f32(a.v); }
 OZK_SIMD double low(f64x2 a) { return _mm_cvtsd_f64(a.v); }
 OZK_SIMD double high(f64x2 a) { return _mm_cvtsd_f64(_mm_unpackhi_pd(a.v, a.v)); }
 OZK_SIMD int64_t low(i64x2 a) { return _mm_cvtsi128_si64(a.v); }

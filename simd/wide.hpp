@@ -184,5 +184,33 @@ OZK_SIMD wide_pair<2> gather_pairs_for(const f64x4&, const double* table, i32x4 
 OZK_SIMD f64x2_pair gather_pairs_for(f64x2, const double* table, i32x4 offset) {
     return gather_pairs(table, offset);
 }
+// ---- Infinities and NaN among many results --------------------------------------------------------------
+
+// Sees vectors one after the other and tells in which lanes one was infinite or NaN: by the largest bits of
+// positive and of negative numbers, since it takes no copy of the vector to see it.
+template <class V>
+class NotFinite {
+  public:
+    OZK_SIMD void see(V x) {
+        const __m128i words = bits(x).v;
+        positive_ = _mm_max_epi32(positive_, words);
+        negative_ = _mm_max_epu32(negative_, words);
+    }
+    template <int K>
+    OZK_SIMD void see(const wide<V, K>& x) {
+        for (const V& single : x.v) see(single);
+    }
+    OZK_SIMD int lanes() const {
+        const __m128i seen =
+            _mm_or_si128(_mm_cmpgt_epi32(positive_, _mm_set1_epi32(kInfinity - 1)),
+                         _mm_cmpgt_epi32(negative_, _mm_set1_epi32(INT32_MIN + kInfinity - 1)));
+        return V::kLanes == 4 ? _mm_movemask_ps(_mm_castsi128_ps(seen))
+                              : _mm_movemask_pd(_mm_castsi128_pd(seen));
+    }
+
+  private:
+    static constexpr int32_t kInfinity = V::kLanes == 4 ? 0x7F800000 : 0x7FF00000;  // its high word
+    __m128i positive_ = _mm_setzero_si128(), negative_ = _mm_set1_epi32(INT32_MIN);
+};
 
 }  // namespace ozk::simd

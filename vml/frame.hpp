@@ -8,7 +8,12 @@
 //   using Scalars                 (optional) by-value parameters of the call
 //   kArguments, kResults          (optional) 1 or 2, by default 1
 //   kOrdinary                     (if it has special lanes) an argument that compute() handles without
-//   raising flags special(x [, y] [, scalars])  (optional) mask of the lanes that compute() can't do
+//                                 raising flags
+//   special(x [, y] [, scalars])  (optional) mask of the lanes that compute() can't do
+//   Careful                       (optional, with special()) an operation whose compute() does special lanes
+//                                 too, at the cost of time; then there are no reports and no scalar()
+//   kChecksResult                 (optional, one result) infinities and NaN that compute() makes go to scalar(),
+//                                 for a report; compute() has raised the flags that the element's operation raises
 //   compute(x [, y] [, scalars])  the results of all lanes: a vector, or an array of two
 //   kWide                         (optional) how many vectors compute() takes in step: then it is a template
 //   that
@@ -16,7 +21,7 @@
 //   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
 //                                 mask needn't tell the lanes, only whether there is one
 //   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
-//   prepare(x), finish(state)     (optional, one argument) compute() in two halves of about equal length
+//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two halves of about equal length
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
@@ -24,6 +29,7 @@
 // its place.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <type_traits>
 
@@ -109,6 +115,19 @@ template <class Op>
 concept HasSpecialLanes = requires {
     Op::kOrdinary;
 };
+template <class Op>
+concept HasCareful = requires {
+    typename Op::Careful;
+};
+template <class Op>
+concept ComesInHalves = requires(typename BlockVector<Op>::type x) {
+    Op::prepare(x);
+}
+|| requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); };
+template <class Op>
+concept ChecksResult = requires {
+    Op::kChecksResult;
+};
 
 // The vectors that the block loop looks for special lanes in.
 template <class Op>
@@ -131,13 +150,20 @@ template <class Op, class V>
     return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Op::special(v...); }, x, call);
 }
 
-template <class Op, class V>
+template <class Compute, class V, class Op>
 [[gnu::always_inline]] inline auto compute(const Vectors<Op, V>& x, const Call<Op>& call) {
-    const auto result = apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Op::compute(v...); }, x, call);
+    const auto result = apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::compute(v...); }, x, call);
     if constexpr (result_count<Op>() == 1)
         return std::array{result};
     else
         return result;
+}
+
+template <class V>
+[[gnu::always_inline]] inline int not_finite(V result) {
+    simd::NotFinite<V> lanes;
+    lanes.see(result);
+    return lanes.lanes();
 }
 
 // ---- Loads and stores ---------------------------------------------------------------------------------
@@ -201,6 +227,15 @@ template <class Access, class Op, class Results>
     for (size_t k = 0; k < y.size(); ++k) store<Access>(call.r[k], call.incr[k], i, y[k]);
 }
 
+// The first `count` elements of a vector.
+template <class Access, class Op, class Results>
+[[gnu::always_inline]] inline void store_tail(const Call<Op>& call, int64_t i, int count, const Results& y) {
+    if (count == Op::Vector::kLanes) return store_results<Access>(call, i, y);
+    for (size_t k = 0; k < y.size(); ++k) {
+        simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+    }
+}
+
 // ---- Special lanes ------------------------------------------------------------------------------------
 
 // Elements first .. first + count - 1 (count <= kBlock), at least one of them special. compute() gets an
@@ -219,20 +254,24 @@ template <class Op>
     std::array<std::array<Result, kBlock>, kResults> y;
     std::array<int, kBlock> codes{};
     for (size_t k = 0; k < kArguments; ++k) {
-        x[k].fill(Op::kOrdinary);
-        for (int j = 0; j < count; ++j) x[k][j] = call.a[k][(first + j) * call.inca[k]];
+        for (int j = 0; j < kBlock; ++j) x[k][j] = call.a[k][(first + std::min(j, count - 1)) * call.inca[k]];
     }
 
     for (int j = 0; j < count; j += kLanes) {
         Vectors<Op> v;
         for (size_t k = 0; k < kArguments; ++k) v[k] = simd::load_as<Vector>(&x[k][j]);
-        const auto mask = special_lanes<Op, Vector>(v, call);
-        for (size_t k = 0; k < kArguments; ++k) {
-            v[k] = simd::select(mask, simd::broadcast(Op::kOrdinary), v[k]);
+        int special = 0;
+        if constexpr (HasSpecialLanes<Op>) {
+            const auto mask = special_lanes<Op, Vector>(v, call);
+            for (size_t k = 0; k < kArguments; ++k) {
+                v[k] = simd::select(mask, simd::broadcast(Op::kOrdinary), v[k]);
+            }
+            special = simd::lanes(mask);
         }
         const auto results = compute<Op, Vector>(v, call);
+        if constexpr (ChecksResult<Op>) special |= not_finite(results[0]);
         for (size_t k = 0; k < kResults; ++k) simd::store(&y[k][j], results[k]);
-        for (int lanes = simd::lanes(mask), lane = j; lanes != 0 && lane < count; lanes >>= 1, ++lane) {
+        for (int lanes = special, lane = j; lanes != 0 && lane < count; lanes >>= 1, ++lane) {
             if ((lanes & 1) == 0) continue;
             std::array<Argument, kArguments> element;
             for (size_t k = 0; k < kArguments; ++k) element[k] = x[k][lane];
@@ -261,27 +300,44 @@ template <class Op>
 
 // One block of ordinary elements. Where the operation comes in halves, the first halves of all vectors stand before
 // the second ones: the chain of dependent operations of one vector is longer than what a processor's schedulers hold,
-// the halves of different vectors don't depend on each other.
-template <class Op, class Access>
-[[gnu::always_inline]] inline void compute_block(const Call<Op>& call, int64_t i) {
-    using Block = typename BlockVector<Op>::type;
-    if constexpr (requires { Op::prepare(Block{}); }) {
-        using State = decltype(Op::prepare(Block{}));
+// the halves of different vectors don't depend on each other. False, with nothing stored, where a checked result is
+// infinite or NaN.
+template <class Compute, class Access, class Op>
+[[gnu::always_inline]] inline bool compute_block(const Call<Op>& call, int64_t i) {
+    using Block = typename BlockVector<Compute>::type;
+    if constexpr (ChecksResult<Compute>) {
+        std::array<Block, kBlock / Block::kLanes> y;
+        for (size_t j = 0; j < y.size(); ++j) {
+            const auto x = load_arguments<Access, Block>(call, i + static_cast<int64_t>(j) * Block::kLanes);
+            y[j] = compute<Compute, Block>(x, call)[0];
+        }
+        simd::NotFinite<typename Compute::Vector> not_finite;
+        for (const Block& results : y) not_finite.see(results);
+        if (not_finite.lanes() != 0) [[unlikely]]
+            return false;
+        for (size_t j = 0; j < y.size(); ++j) {
+            store_results<Access>(call, i + static_cast<int64_t>(j) * Block::kLanes, std::array{y[j]});
+        }
+    } else if constexpr (ComesInHalves<Compute>) {
+        const auto prepared = [&call](int64_t first) OZK_SIMD_LAMBDA {
+            return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); },
+                             load_arguments<Access, Block>(call, first), call);
+        };
         constexpr int kParts = kBlock / Block::kLanes;
-        State state[kParts];
+        decltype(prepared(i)) state[kParts];
+#pragma GCC unroll 8
+        for (int j = 0; j < kParts; ++j) state[j] = prepared(i + j * Block::kLanes);
 #pragma GCC unroll 8
         for (int j = 0; j < kParts; ++j)
-            state[j] = Op::prepare(load_arguments<Access, Block>(call, i + j * Block::kLanes)[0]);
-#pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j)
-            store_results<Access>(call, i + j * Block::kLanes, std::array{Op::finish(state[j])});
+            store_results<Access>(call, i + j * Block::kLanes, std::array{Compute::finish(state[j])});
     } else {
 #pragma GCC unroll 8
         for (int j = 0; j < kBlock; j += Block::kLanes) {
             const auto x = load_arguments<Access, Block>(call, i + j);
-            store_results<Access>(call, i + j, compute<Op, Block>(x, call));
+            store_results<Access>(call, i + j, compute<Compute, Block>(x, call));
         }
     }
+    return true;
 }
 
 template <class Op, class Access>
@@ -299,11 +355,18 @@ template <class Op, class Access>
                 mask = mask | special_lanes<Op, Checked>(load_arguments<Access, Checked>(call, i + j), call);
             }
             if (simd::lanes(mask) != 0) [[unlikely]] {
-                special_block<Op>(whole, i, kBlock);
+                if constexpr (HasCareful<Op>)
+                    compute_block<typename Op::Careful, Access>(call, i);
+                else
+                    special_block<Op>(whole, i, kBlock);
                 continue;
             }
         }
-        compute_block<Op, Access>(call, i);
+        [[maybe_unused]] const bool computed = compute_block<Op, Access>(call, i);
+        if constexpr (ChecksResult<Op>) {
+            if (!computed) [[unlikely]]
+                special_block<Op>(whole, i, kBlock);
+        }
     }
     for (; i < n; i += kLanes) {
         const int count = n - i < kLanes ? static_cast<int>(n - i) : kLanes;
@@ -317,18 +380,21 @@ template <class Op, class Access>
         }
         if constexpr (HasSpecialLanes<Op>) {
             if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
-                special_block<Op>(whole, i, count);
+                if constexpr (HasCareful<Op>)
+                    store_tail<Access>(call, i, count, compute<typename Op::Careful, Vector>(x, call));
+                else
+                    special_block<Op>(whole, i, count);
                 continue;
             }
         }
         const auto y = compute<Op, Vector>(x, call);
-        if (count == kLanes) {
-            store_results<Access>(call, i, y);
-        } else {
-            for (size_t k = 0; k < y.size(); ++k) {
-                simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
+        if constexpr (ChecksResult<Op>) {
+            if (not_finite(y[0]) != 0) [[unlikely]] {
+                special_block<Op>(whole, i, count);
+                continue;
             }
         }
+        store_tail<Access>(call, i, count, y);
     }
 }
 
@@ -390,4 +456,27 @@ constexpr int slot_of(const char* implementation) {
         }                                                                                                 \
         ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Strided>(                                             \
             n, {name "I", {a}, {r1, r2}, {inca}, {incr1, incr2}, {}});                                    \
+    }
+#define OZK_VML_KERNEL_scalar(p, function, implementation, name, ...)                                       \
+    void ozk_vml_kernel_##p##function##_##implementation OZK_VML_ARGUMENTS_scalar(p) {                      \
+        ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Unit>(n, {name, {a}, {r}, {1}, {1}, {b}});              \
+    }                                                                                                       \
+    void ozk_vml_kernel_##p##function##I_##implementation OZK_VML_ARGUMENTS_scalar_strided(p) {             \
+        if (inca == 1 && incr == 1) {                                                                       \
+            return ozk_vml_kernel_##p##function##_ttab[ozk::vml::slot_of(#implementation)](n, a, b, r);     \
+        }                                                                                                   \
+        ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Strided>(n, {name "I", {a}, {r}, {inca}, {incr}, {b}}); \
+    }
+#define OZK_VML_KERNEL_linear_fraction(p, function, implementation, name, ...)                           \
+    void ozk_vml_kernel_##p##function##_##implementation OZK_VML_ARGUMENTS_linear_fraction(p) {          \
+        ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Unit>(                                               \
+            n, {name, {a, b}, {r}, {1, 1}, {1}, {scalea, shifta, scaleb, shiftb}});                      \
+    }                                                                                                    \
+    void ozk_vml_kernel_##p##function##I_##implementation OZK_VML_ARGUMENTS_linear_fraction_strided(p) { \
+        if (inca == 1 && incb == 1 && incr == 1) {                                                       \
+            return ozk_vml_kernel_##p##function##_ttab[ozk::vml::slot_of(#implementation)](              \
+                n, a, b, scalea, shifta, scaleb, shiftb, r);                                             \
+        }                                                                                                \
+        ozk::vml::run_kernel<__VA_ARGS__, ozk::vml::Strided>(                                            \
+            n, {name "I", {a, b}, {r}, {inca, incb}, {incr}, {scalea, shifta, scaleb, shiftb}});         \
     }

@@ -91,7 +91,7 @@ Arguments<T>::Arguments(const Oracle& oracle, int64_t samples, uint64_t seed,
     const auto clip = [&](int e) { return std::clamp(e, low, high); };
     all_ = {low, high - low + 1};
     dense_ = {clip(oracle.dense_low), clip(oracle.dense_high) - clip(oracle.dense_low) + 1};
-    if (oracle.shape == Shape::kBinary) {
+    if (takes_two_vectors(oracle.shape)) {
         special_numbers(listed_, 1);
         for (double x : {3., 1. / 3, 2. / 3, 10., -0.5, -3.}) listed_.push_back(static_cast<T>(x));
     } else {
@@ -99,7 +99,7 @@ Arguments<T>::Arguments(const Oracle& oracle, int64_t samples, uint64_t seed,
     }
     random_ = samples / oracle.cost / (oracle.shape == Shape::kScalar ? kScalars : 1);
     const auto listed = static_cast<int64_t>(listed_.size());
-    size_ = random_ + (oracle.shape == Shape::kBinary ? listed * listed : listed);
+    size_ = random_ + (takes_two_vectors(oracle.shape) ? listed * listed : listed);
 }
 
 template <class T>
@@ -213,7 +213,7 @@ int Arguments<T>::fill(int64_t block, T* a, T* b) const {
                 continue;
             }
         }
-        if (oracle_->shape == Shape::kBinary)
+        if (takes_two_vectors(oracle_->shape))
             two(begin + i, a[i], b[i]);
         else
             one(begin + i, a[i]);

@@ -54,6 +54,12 @@ Call<T> call_of(Shape shape, void* kernel) {
                 ignore_errors();
                 f(n, a, b, r);
             };
+        case Shape::kLinearFraction:
+            return [f = as((void (*)(int, const T*, const T*, T, T, T, T, T*)) nullptr)](
+                       int n, const T* a, const T* b, T* r, T*) {
+                ignore_errors();
+                f(n, a, b, T(kScaleA), T(kShiftA), T(kScaleB), T(kShiftB), r);
+            };
         case Shape::kScalar:
             return
                 [f = as((void (*)(int, const T*, T, T*)) nullptr)](int n, const T* a, const T* b, T* r, T*) {

@@ -49,7 +49,7 @@ void measure_function(const Oracle& oracle, const Options& options, Table& table
     for (size_t s = 0; s < subjects.size(); ++s) {
         const auto& [worst, count, right] = found[s];
         const bool within = worst.ulp <= limit_of<T>(subjects[s].name);
-        const bool pair = oracle.shape == Shape::kBinary || oracle.shape == Shape::kScalar;
+        const bool pair = takes_two_vectors(oracle.shape) || oracle.shape == Shape::kScalar;
         table.row({std::string(oracle.function), type, subjects[s].name,
                    (within ? "" : "**over** ") + shown_ulp(worst.ulp),
                    shown<T>(worst.a) + (pair ? ", " + shown<T>(worst.b) : ""),

@@ -322,6 +322,20 @@ int next_after(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t round) {
         round);
 }
 
+// Of numerator and denominator as the format rounds them, overflow included.
+template <class T>
+int quotient_of_forms(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t round) {
+    const T above = T(kScaleA) * static_cast<T>(mpfr_get_d(a, MPFR_RNDN)) + T(kShiftA);
+    const T below = T(kScaleB) * static_cast<T>(mpfr_get_d(b, MPFR_RNDN)) + T(kShiftB);
+    Real divisor;
+    mpfr_set_d(divisor, static_cast<double>(below), MPFR_RNDN);
+    return mpfr_d_div(y, static_cast<double>(above), divisor, round);
+}
+int linear_fraction(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t round) {
+    const bool single = mpfr_get_prec(a) == std::numeric_limits<float>::digits;
+    return single ? quotient_of_forms<float>(y, a, b, round) : quotient_of_forms<double>(y, a, b, round);
+}
+
 using enum Shape;
 using std::numbers::ln2, std::numbers::pi;
 constexpr double kLog10Of2 = 0.30102999566398120;
@@ -473,9 +487,10 @@ const std::vector<Oracle> kOracles = {
     {.function = "MaxMag", .shape = kBinary, .exact = binary<by_magnitude<1>>, .pairing = Pairing::kNear},
     {.function = "MinMag", .shape = kBinary, .exact = binary<by_magnitude<-1>>, .pairing = Pairing::kNear},
     {.function = "CopySign", .shape = kBinary,
-     .exact = binary<[](mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t r) { return mpfr_copysign(y, a,
-     b, r); }>},
+     .exact = binary<[](mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t r) { return mpfr_setsign(y, a,
+     !mpfr_nan_p(b) && mpfr_signbit(b), r); }>},  // NaN has no sign in MPFR
     {.function = "NextAfter", .shape = kBinary, .exact = binary<next_after>, .pairing = Pairing::kNear},
+    {.function = "LinearFrac", .shape = kLinearFraction, .exact = binary<linear_fraction>},
     {.function = "Abs", .shape = kUnary,
      .exact = unary<[](mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t r) { return mpfr_abs(y, x, r); }>},
     {.function = "Ceil", .shape = kUnary, .exact = unary<mpfr_rint_ceil>, .dense_high = 54, .step = 0.5},

@@ -30,11 +30,19 @@ inline constexpr Interval kPositive{0, kInfinity};
 
 // How a function takes its arguments; the names are those of the catalogue's argument lists.
 enum class Shape {
-    kUnary,       // a -> r
-    kBinary,      // a, b -> r
-    kScalar,      // a, one b for the whole vector -> r
-    kTwoResults,  // a -> r1, r2
+    kUnary,           // a -> r
+    kBinary,          // a, b -> r
+    kScalar,          // a, one b for the whole vector -> r
+    kTwoResults,      // a -> r1, r2
+    kLinearFraction,  // a, b -> r = (scalea a + shifta) / (scaleb b + shiftb), with the scalars below
 };
+
+inline bool takes_two_vectors(Shape shape) {
+    return shape == Shape::kBinary || shape == Shape::kLinearFraction;
+}
+
+// By which a linear fraction is measured.
+inline constexpr double kScaleA = 2, kShiftA = 0.5, kScaleB = -1.5, kShiftB = 3;
 
 // How the second argument follows the first in one third of the pairs; the others are independent.
 enum class Pairing {

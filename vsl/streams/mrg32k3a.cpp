@@ -218,7 +218,7 @@ struct Mrg32k3a {
     }
 
     OZK_SIMD static simd::i32x4 combine(simd::i32x4 x, simd::i32x4 y) {
-        return x - y + and_not(max_unsigned(x, y) == x, simd::broadcast(static_cast<int32_t>(kModulus1)));
+        return x - y + and_not(simd::broadcast(static_cast<int32_t>(kModulus1)), max_unsigned(x, y) == x);
     }
 
     // One number for either component.

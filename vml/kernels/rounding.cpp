@@ -1,0 +1,91 @@
+// Ceil, Floor, Trunc, Round, Rint, NearbyInt, Modf, Frac: the rounding instruction, exact. Nothing is reported.
+//
+// Round: adding the largest number below 1/2, with the sign of x, carries exactly those x to the next integer or
+// beyond that lie half way or farther; for x of 2^51 and more too, where the sum is rounded. Modf and Frac: x and
+// the fraction have one sign, zeros included; x - trunc(x) is exact.
+
+#include "vml/kernels/real.hpp"
+
+namespace ozk::vml {
+namespace {
+
+template <class T>
+struct Ceil : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return ceil(x); }
+};
+template <class T>
+struct Floor : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return floor(x); }
+};
+template <class T>
+struct Trunc : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return truncate(x); }
+};
+template <class T>
+struct Rint : RealOperation<T> {  // raises the inexact flag
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return rint(x); }
+};
+template <class T>
+struct NearbyInt : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return round_to_even(x); }
+};
+template <class T>
+struct Round : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    static constexpr T kBelowHalf = T(0.5) - std::numeric_limits<T>::epsilon() / 4;
+    OZK_SIMD static Vector compute(Vector x) {
+        return truncate(x + (sign_bit(x) | Round::splat(kBelowHalf)));
+    }
+};
+
+template <class V>
+struct Parts {
+    V whole, fraction;
+};
+template <class V>
+OZK_SIMD Parts<V> parts(V x) {
+    const V whole = truncate(x);
+    const V integer = x == whole;  // infinity too, which must not be subtracted from itself
+    return {whole, sign_bit(x) | (and_not(x, integer) - and_not(whole, integer))};
+}
+template <class T>
+struct Modf : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    static constexpr int kResults = 2;
+    OZK_SIMD static std::array<Vector, 2> compute(Vector x) {
+        const auto [whole, fraction] = parts(x);
+        return {whole, fraction};
+    }
+};
+template <class T>
+struct Frac : RealOperation<T> {
+    using typename RealOperation<T>::Vector;
+    OZK_SIMD static Vector compute(Vector x) { return parts(x).fraction; }
+};
+
+}  // namespace
+}  // namespace ozk::vml
+
+using namespace ozk::vml;
+
+OZK_VML_KERNEL(s, Ceil, H8HAynn, unary, Ceil<float>)
+OZK_VML_KERNEL(d, Ceil, H8HAynn, unary, Ceil<double>)
+OZK_VML_KERNEL(s, Floor, H8HAynn, unary, Floor<float>)
+OZK_VML_KERNEL(d, Floor, H8HAynn, unary, Floor<double>)
+OZK_VML_KERNEL(s, Trunc, H8HAynn, unary, Trunc<float>)
+OZK_VML_KERNEL(d, Trunc, H8HAynn, unary, Trunc<double>)
+OZK_VML_KERNEL(s, Round, H8HAynn, unary, Round<float>)
+OZK_VML_KERNEL(d, Round, H8HAynn, unary, Round<double>)
+OZK_VML_KERNEL(s, Rint, H8HAynn, unary, Rint<float>)
+OZK_VML_KERNEL(d, Rint, H8HAynn, unary, Rint<double>)
+OZK_VML_KERNEL(s, NearbyInt, H8HAynn, unary, NearbyInt<float>)
+OZK_VML_KERNEL(d, NearbyInt, H8HAynn, unary, NearbyInt<double>)
+OZK_VML_KERNEL(s, Modf, H8HAynn, two_results, Modf<float>)
+OZK_VML_KERNEL(d, Modf, H8HAynn, two_results, Modf<double>)
+OZK_VML_KERNEL(s, Frac, H8HAynn, unary, Frac<float>)
+OZK_VML_KERNEL(d, Frac, H8HAynn, unary, Frac<double>)
