@@ -21,9 +21,8 @@ int main(int argc, char** argv) {
     CLI11_PARSE(app, argc, argv);
 
     bool any = false;
-    for (const Family& family :
-         {vml_family(), complex_family(), random_family(), stats_family(), splines_family(), sort_family(),
-          fill_family()}) {
+    for (const Family& family : {vml_family(), complex_family(), random_family(), stats_family(),
+                                 splines_family(), sort_family(), fill_family()}) {
         const auto names = family.list(planned);
         const auto matches = [&](const std::string& name) { return name.find(filter) != std::string::npos; };
         const auto matching = std::count_if(names.begin(), names.end(), matches);

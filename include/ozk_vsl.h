@@ -106,7 +106,7 @@ enum OzkVslLimits {
     kOzkVslSobolDimensions = 40,         /* Dimensions with numbers of their own. */
     kOzkVslSobolInitialNumbers = 8,      /* Most initial numbers of such a dimension. */
     kOzkVslNiederreiterDimensions = 318, /* Dimensions with polynomials of their own. */
-    kOzkVslGaussianChunk = 2             /* Identifier of the chunk that holds the pending pair of uniforms. */
+    kOzkVslGaussianChunk = 2 /* Identifier of the chunk that holds the pending pair of uniforms. */
 };
 
 /* ---- Records ---------------------------------------------------------------------------------------- */

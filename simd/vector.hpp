@@ -52,6 +52,10 @@ OZK_SIMD f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
 OZK_SIMD f32x4 broadcast(float x) { return {_mm_set1_ps(x)}; }
 OZK_SIMD i64x2 broadcast(int64_t x) { return {_mm_set1_epi64x(x)}; }
 OZK_SIMD i32x4 broadcast(int32_t x) { return {_mm_set1_epi32(x)}; }
+template <class V>
+OZK_SIMD V zeros_like(V) {
+    return V{};
+}
 OZK_SIMD f64x2 pair(double low, double high) { return {_mm_set_pd(high, low)}; }
 OZK_SIMD i32x4 lanes_of(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
     return {

@@ -35,7 +35,8 @@ class Pack : public testing::Test {
         return v;
     }
     static bool same(const std::vector<T>& a, const std::vector<T>& b) {
-        return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+        return a.size() == b.size() &&
+               (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
     }
 
     // A permutation, and random masks of any nonzero values that begin or end with what the call must not touch.

@@ -93,13 +93,14 @@ template <class T, class V, class S>
 OZK_SIMD V in_octant(const Octant<V>& octant, const V& theta, S sign) {
     const auto half_turn = simd::broadcast(static_cast<T>(0x1.921fb54442d18p+1));
     const auto quarter_turn = simd::broadcast(static_cast<T>(0x1.921fb54442d18p+0));
-    const V base = select(octant.swapped, quarter_turn, select(octant.left, half_turn, sign ^ sign));
+    const V base =
+        select(octant.swapped, quarter_turn, select(octant.left, half_turn, simd::zeros_like(sign)));
     return base + (theta ^ ((octant.swapped & sign) ^ octant.left));
 }
 
 template <class V, class S>
 OZK_SIMD V one_for_zero(const V& x, S one) {
-    return (x == (one ^ one)) & one;
+    return (x == simd::zeros_like(one)) & one;
 }
 
 template <class T, class V, size_t kTerms>

@@ -28,7 +28,7 @@ using simd::f64x2;
 // The root of (re, im) from w and im / (2 w); sign is the vector of sign bits.
 template <class V, class S>
 OZK_SIMD complex<V> in_place(const V& re, const V& im, const V& w, const V& other, S sign) {
-    const auto left = re < (sign ^ sign);
+    const auto left = re < simd::zeros_like(sign);
     return {select(left, abs(other), w), select(left, w | (im & sign), other)};
 }
 

@@ -58,7 +58,7 @@ void pack_increment(int64_t n, const T* a, int64_t inca, T* y, int32_t width) {
         if (count > 0) std::copy_n(a, count, y);
         return;
     }
-    for_each(count, [=](int64_t i) { y[i] = a[i * step]; });
+    for_each(count, [y, a, by = step](int64_t i) { y[i] = a[i * by]; });
 }
 template <class T>
 void unpack_increment(int64_t n, const T* a, T* y, int64_t incy, int32_t width) {
@@ -67,7 +67,7 @@ void unpack_increment(int64_t n, const T* a, T* y, int64_t incy, int32_t width) 
         if (count > 0) std::copy_n(a, count, y);
         return;
     }
-    for_each(count, [=](int64_t i) { y[i * step] = a[i]; });
+    for_each(count, [y, a, by = step](int64_t i) { y[i * by] = a[i]; });
 }
 template <class T>
 void pack_vector(int64_t n, const T* a, const void* ia, T* y, int32_t width) {

@@ -23,8 +23,11 @@ constexpr uint8_t multiply(uint8_t a, uint8_t b) {
 
 // The inverse, x^254 (0 for 0), and an affine map of its bits.
 constexpr uint8_t substitute(uint8_t x) {
-    uint8_t inverse = 1;
-    for (int i = 0; i < 254; ++i) inverse = multiply(inverse, x);
+    uint8_t inverse = 1, power = x;
+    for (int bit = 1; bit < 8; ++bit) {
+        power = multiply(power, power);
+        inverse = multiply(inverse, power);
+    }
     uint8_t y = 0x63;
     for (int shift = 0; shift < 5; ++shift) y ^= std::rotl(inverse, shift);
     return y;

@@ -98,14 +98,14 @@ int32_t initialise_array(uint32_t method, OzkVslStream* stream, int32_t n, const
         return ozk::vsl::initialise_array<Generator>(method, stream, n, params);                          \
     }                                                                                                     \
     extern "C" int32_t __vslsBRng##Name(OzkVslStream* stream, int32_t n, float* r, float a, float b) {    \
-        const ozk::vsl::UniformSink<float> output{r, Generator::single_scale(a, b), a};                 \
+        const ozk::vsl::UniformSink<float> output{r, Generator::single_scale(a, b), a};                   \
         return ozk::vsl::generate_from_array<Generator>(stream, n, output);                               \
     }                                                                                                     \
     extern "C" int32_t __vsldBRng##Name(OzkVslStream* stream, int32_t n, double* r, double a, double b) { \
-        const ozk::vsl::UniformSink<double> output{r, (b - a) * ozk::vsl::kWordUnit, a};                \
+        const ozk::vsl::UniformSink<double> output{r, (b - a) * ozk::vsl::kWordUnit, a};                  \
         return ozk::vsl::generate_from_array<Generator>(stream, n, output);                               \
     }                                                                                                     \
     extern "C" int32_t __vsliBRng##Name(OzkVslStream* stream, int32_t n, void* r) {                       \
         return ozk::vsl::generate_from_array<Generator>(stream, n,                                        \
-                                                        ozk::vsl::WordSink{static_cast<uint32_t*>(r)}); \
+                                                        ozk::vsl::WordSink{static_cast<uint32_t*>(r)});   \
     }
