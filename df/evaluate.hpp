@@ -1,8 +1,8 @@
 // Evaluation: what the spline kinds share.
 //
-// A kind is a struct with two static functions over an Evaluation: check() looks at the sites and the request
-// and writes nothing, write() fills the result. Cells may come from the caller: every index made from a cell
-// is kept inside the partition.
+// A kind is a struct with static functions over an Evaluation: check() looks at the sites and the request and
+// writes nothing, write() fills the result; write_without_cells() may fill it faster where the cells are not
+// given. Cells may come from the caller: every index made from a cell is kept inside the partition.
 #pragma once
 
 #include <algorithm>
@@ -45,7 +45,7 @@ struct Evaluation {
         Evaluation e = *this;
         e.nsite = count;
         e.site += first;
-        e.cell += first;
+        if (cell) e.cell += first;
         e.result += first * site_stride;
         return e;
     }
@@ -62,9 +62,6 @@ struct Evaluation {
         return kDfOk;
     }
 
-    // The number j of the left knot of the cell whose polynomial serves a site: the end cells go on outside.
-    int64_t polynomial_of(int64_t i) const { return left_knot(cell[i], task.nx); }
-
     // Calls body with a function that gives knot j.
     template <class Body>
     void with_knots(Body body) const {
@@ -80,6 +77,7 @@ template <class T>
 struct OutsideCallbacks {
     OutsideCallback<T> left, right;
 
+    bool any() const { return left.function || right.function; }
     const OutsideCallback<T>* for_site(T t, T left_end, T right_end) const {
         if (t < left_end && left.function) return &left;
         if (t > right_end && right.function) return &right;
@@ -91,6 +89,7 @@ struct OutsideCallbacks {
 // serves.
 template <class T, class Cell, class Body>
 int for_each_run(const Evaluation<T, Cell>& e, const OutsideCallbacks<T>& callbacks, Body body) {
+    if (!callbacks.any()) return body(int64_t{0}, e.nsite, static_cast<const OutsideCallback<T>*>(nullptr));
     const T left = e.left(), right = e.right();
     for (int64_t first = 0; first < e.nsite;) {
         const auto* callback = callbacks.for_site(e.site[first], left, right);
@@ -117,8 +116,16 @@ int write_outside(const Evaluation<T, Cell>& e, const OutsideCallback<T>& callba
     });
 }
 
+// A kind that has no faster way than over the cells.
+struct NeedsCells {
+    template <class T, class Cell>
+    static bool write_without_cells(const Evaluation<T, Cell>&, int64_t) {
+        return false;
+    }
+};
+
 // A kind that takes any sites and requests.
-struct TakesAnySites {
+struct TakesAnySites : NeedsCells {
     template <class T, class Cell>
     static int check(const Evaluation<T, Cell>&) {
         return kDfOk;

@@ -8,7 +8,7 @@
 
 namespace ozk::df {
 
-struct LookUp {
+struct LookUp : NeedsCells {
     template <class T, class Cell>
     static int check(const Evaluation<T, Cell>& e) {
         for (int64_t i = 0; i < e.nsite; ++i)

@@ -30,24 +30,61 @@ struct Interpolation {
     int64_t order_stride;
     typename Precision<T>::Callbacks callbacks;
 
-    // Calls step(evaluation, callbacks) for each block of sites.
-    template <class Step>
-    int for_each_block(Step step) const {
-        const bool own_work = !callbacks.search && !callbacks.left && !callbacks.right;
+    // Checks the sites and the request, all of them before the first is written.
+    template <class Kind>
+    int check() const {
+        return for_each_block([this](int64_t first, int64_t count) -> int {
+            return with_cells(first, count, [](const auto& e, const auto& outside) -> int {
+                return check_evaluation<Kind>(e, outside);
+            });
+        });
+    }
+
+    template <class Kind>
+    int write() const {
+        return for_each_block([this](int64_t first, int64_t count) -> int {
+            if (searches_itself() && Kind::write_without_cells(evaluation(first, count, nullptr), site_hint))
+                return kDfOk;
+            return with_cells(first, count, [](const auto& e, const auto& outside) -> int {
+                return write_evaluation<Kind>(e, outside);
+            });
+        });
+    }
+
+  private:
+    bool has_callbacks() const { return callbacks.search || callbacks.left || callbacks.right; }
+    bool searches_itself() const { return !cell && !has_callbacks(); }
+
+    template <class Block>
+    int for_each_block(Block do_block) const {
         const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
-        const int64_t threads = own_work ? useful_threads(threading, runs, nsite) : 1;
+        const int64_t threads = has_callbacks() ? 1 : useful_threads(threading, runs, nsite);
         return parallel_for(threading, runs, threads, [&](int64_t run) -> int {
             const int64_t end = std::min(nsite, (run + 1) * kSitesPerRun);
             for (int64_t first = run * kSitesPerRun; first < end; first += kBlock) {
-                if (int status = do_block(first, std::min(kBlock, end - first), step)) return status;
+                if (int status = do_block(first, std::min(kBlock, end - first))) return status;
             }
             return kDfOk;
         });
     }
 
-  private:
+    Evaluation<T, int64_t> evaluation(int64_t first, int64_t count, const int64_t* cells) const {
+        return {task,
+                is_uniform(task) ? UniformPartition<T>(task).h : T(0),
+                function,
+                count,
+                site + first,
+                cells,
+                norder,
+                order,
+                result + first * site_stride,
+                site_stride,
+                order_stride};
+    }
+
+    // Calls step(evaluation, callbacks) for the sites and their cells, given or found.
     template <class Step>
-    int do_block(int64_t first, int64_t count, Step step) const {
+    int with_cells(int64_t first, int64_t count, Step step) const {
         int64_t found[kBlock];
         const int64_t* cells = cell ? cell + first : found;
         if (!cell) {
@@ -59,40 +96,25 @@ struct Interpolation {
                 find_cells(task, site_hint, count, site + first, found);
             }
         }
-        const T h = is_uniform(task) ? UniformPartition<T>(task).h : T(0);
-        const Evaluation<T, int64_t> e{task,
-                                       h,
-                                       function,
-                                       count,
-                                       site + first,
-                                       cells,
-                                       norder,
-                                       order,
-                                       result + first * site_stride,
-                                       site_stride,
-                                       order_stride};
-        return step(e, OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
-                                           {callbacks.right, callbacks.right_parameters}});
+        return step(evaluation(first, count, cells),
+                    OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
+                                        {callbacks.right, callbacks.right_parameters}});
     }
 };
 
 template <class Kind, class T>
 int interpolate_polynomials(const Interpolation<T>& call) {
     if (int status = check_function_coefficients(call.task, call.function)) return status;
-    return call.for_each_block(
-        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+    return call.template write<Kind>();
 }
 
 template <class Kind, class T>
 int interpolate_values(const Interpolation<T>& call, bool check_sites) {
     if (int status = check_function_values(call.task, call.function)) return status;
-    if (check_sites) {  // all of them before the first is written
-        const int status = call.for_each_block(
-            [](const auto& e, const auto& callbacks) -> int { return check_evaluation<Kind>(e, callbacks); });
-        if (status) return status;
+    if (check_sites) {
+        if (int status = call.template check<Kind>()) return status;
     }
-    return call.for_each_block(
-        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+    return call.template write<Kind>();
 }
 
 template <class T>
