@@ -11,8 +11,12 @@
 #include "df/partition.hpp"
 #include "df/precision.hpp"
 #include "ozk_df.h"
+#include "simd/vector.hpp"
 
 namespace ozk::df {
+
+template <class T>
+using VectorOf = decltype(simd::broadcast(T()));
 
 // What the caller gives for the sites on one side of the partition.
 template <class T>
@@ -72,6 +76,43 @@ struct Evaluation {
             body([knots](int64_t j) { return knots[j]; });
     }
 };
+
+// Calls body(sites, cells, first, count) for each vector of sites; behind the last site of all stand copies of it.
+// Cells are null where the evaluation has none.
+template <class T, class Cell, class Body>
+OZK_SIMD void for_each_vector(const Evaluation<T, Cell>& e, Body body) {
+    constexpr int kLanes = VectorOf<T>::kLanes;
+    int64_t i = 0;
+    for (; i + kLanes <= e.nsite; i += kLanes) body(e.site + i, e.cell ? e.cell + i : nullptr, i, kLanes);
+    if (i == e.nsite) return;
+    T site[kLanes];
+    Cell cell[kLanes] = {};
+    for (int64_t k = 0; k < kLanes; ++k) {
+        const int64_t from = std::min(i + k, e.nsite - 1);
+        site[k] = e.site[from];
+        if (e.cell) cell[k] = e.cell[from];
+    }
+    body(site, e.cell ? cell : nullptr, i, static_cast<int>(e.nsite - i));
+}
+
+// Writes value(sites, cells), a vector, for each vector of sites.
+template <class T, class Cell, class Value>
+OZK_SIMD void write_each_vector(const Evaluation<T, Cell>& e, T* out, Value value) {
+    const int64_t stride = e.site_stride;
+    const auto write = [&](auto store) OZK_SIMD_LAMBDA {
+        for_each_vector(e, [&](const T* site, const Cell* cell, int64_t first, int count) OZK_SIMD_LAMBDA {
+            const auto v = value(site, cell);
+            if (count == VectorOf<T>::kLanes)
+                store(out + first * stride, v);
+            else
+                simd::store_first(out + first * stride, stride, count, v);
+        });
+    };
+    if (stride == 1)
+        write([](T* at, VectorOf<T> v) OZK_SIMD_LAMBDA { simd::store(at, v); });
+    else
+        write([stride](T* at, VectorOf<T> v) OZK_SIMD_LAMBDA { simd::store_strided(at, stride, v); });
+}
 
 template <class T>
 struct OutsideCallbacks {

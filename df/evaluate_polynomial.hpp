@@ -12,7 +12,7 @@
 
 #include "df/evaluate.hpp"
 #include "df/search.hpp"
-#include "simd/vector.hpp"
+#include "df/uniform_pieces.hpp"
 
 namespace ozk::df {
 
@@ -48,9 +48,6 @@ T horner(int64_t order, int64_t derivative, const T* c, T d) {
     return sum;
 }
 
-template <class T>
-using VectorOf = decltype(simd::broadcast(T()));
-
 // What serves a vector of sites: the numbers of their pieces, and the knots that distances are measured from.
 template <class T>
 struct Pieces {
@@ -82,34 +79,17 @@ struct CellPieces {
 
 // The piece of the cell that UniformSearch finds, without the cell.
 template <class T>
-struct UniformPieces {
-    VectorOf<T> left, scale, h, last;
+struct SitePieces {
+    UniformPieces<T> uniform;
 
-    UniformPieces(const DfTask& task, T step)
-        : left(simd::broadcast(static_cast<const T*>(task.x)[0])),
-          scale(simd::broadcast(uniform_search<T>(task).scale)),
-          h(simd::broadcast(step)),
-          last(simd::broadcast(static_cast<T>(task.nx - 2))) {}
-
-    // Whether the right end, too, is found in the last piece: rounding is off by less than one cell.
-    static bool serves(const DfTask& task) {
-        return is_uniform(task) && task.nx <= (sizeof(T) == 4 ? int64_t{1} << 22 : INT32_MAX);
-    }
+    SitePieces(const DfTask& task, T h) : uniform(task, h, task.nx - 2) {}
 
     template <class Cell>
     OZK_SIMD Pieces<T> at(const T* site, const Cell*) const {
-        const auto zero = left - left;
-        // A NaN has piece 0: the maximum is its second argument then.
-        const auto number = truncate(min(max((simd::load(site) - left) * scale, zero), last));
+        const auto number = uniform.number(simd::load(site));
         Pieces<T> pieces;
-        pieces.knot = left + number * h;
-        const simd::i32x4 index = truncate_to_i32(number);
-        pieces.number[0] = lane<0>(index);
-        pieces.number[1] = lane<1>(index);
-        if constexpr (Pieces<T>::kLanes == 4) {
-            pieces.number[2] = lane<2>(index);
-            pieces.number[3] = lane<3>(index);
-        }
+        pieces.knot = uniform.knot(number);
+        uniform.to_indices(number, pieces.number);
         return pieces;
     }
 };
@@ -141,34 +121,13 @@ OZK_SIMD void load_pieces(const float* coefficients, const Pieces<float>& pieces
 // Derivative kDerivative at every site, of the piece that `finder` finds.
 template <int kOrder, int kDerivative, class T, class Cell, class Finder>
 void write_pieces(const Evaluation<T, Cell>& e, T* out, const Finder& finder) {
-    constexpr int kLanes = VectorOf<T>::kLanes;
     const T* coefficients = e.coefficients();
-    const auto value = [&](const T* site, const Cell* cell) OZK_SIMD_LAMBDA {
+    write_each_vector(e, out, [&](const T* site, const Cell* cell) OZK_SIMD_LAMBDA {
         const Pieces<T> pieces = finder.at(site, cell);
         VectorOf<T> c[kOrder];
         load_pieces(coefficients, pieces, c);
         return horner<kDerivative, T>(c, simd::load(site) - pieces.knot);
-    };
-    const T* site = e.site;
-    const Cell* cell = e.cell;
-    const int64_t stride = e.site_stride;
-    int64_t i = 0;
-    if (stride == 1) {
-        for (; i + kLanes <= e.nsite; i += kLanes)
-            simd::store(out + i, value(site + i, cell ? cell + i : cell));
-    } else {
-        for (; i + kLanes <= e.nsite; i += kLanes)
-            simd::store_strided(out + i * stride, stride, value(site + i, cell ? cell + i : cell));
-    }
-    if (i == e.nsite) return;
-    T last_site[kLanes];
-    Cell last_cell[kLanes] = {};
-    for (int64_t k = 0; k < kLanes; ++k) {
-        const int64_t from = std::min(i + k, e.nsite - 1);
-        last_site[k] = site[from];
-        if (cell) last_cell[k] = cell[from];
-    }
-    simd::store_first(out + i * stride, stride, static_cast<int>(e.nsite - i), value(last_site, last_cell));
+    });
 }
 
 // Derivative kDerivative at sites that all have piece j.
@@ -209,7 +168,7 @@ struct PolynomialKind : TakesAnySites {
             return false;
         } else if (is_uniform(e.task)) {
             if (!UniformPieces<T>::serves(e.task)) return false;
-            const UniformPieces<T> finder(e.task, e.h);
+            const SitePieces<T> finder(e.task, e.h);
             for_each_derivative(
                 e, [&]<int kDerivative>(T* out) { write_pieces<kOrder, kDerivative>(e, out, finder); });
             return true;

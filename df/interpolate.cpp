@@ -5,6 +5,7 @@
 #include "df/evaluate_polynomial.hpp"
 #include "df/evaluate_step.hpp"
 #include "df/evaluate_subbotin.hpp"
+#include "df/memory.hpp"
 #include "df/parallel.hpp"
 #include "df/search.hpp"
 
@@ -34,6 +35,9 @@ struct Interpolation {
     template <class Kind>
     int check() const {
         return for_each_block([this](int64_t first, int64_t count) -> int {
+            int status = kDfOk;
+            if (searches_itself() && Kind::check_without_cells(evaluation(first, count, nullptr), status))
+                return status;
             return with_cells(first, count, [](const auto& e, const auto& outside) -> int {
                 return check_evaluation<Kind>(e, outside);
             });
@@ -49,6 +53,11 @@ struct Interpolation {
                 return write_evaluation<Kind>(e, outside);
             });
         });
+    }
+
+    int find_all(int64_t* found) const {
+        return for_each_block(
+            [&](int64_t first, int64_t count) -> int { return find(first, count, found + first); });
     }
 
   private:
@@ -82,19 +91,23 @@ struct Interpolation {
                 order_stride};
     }
 
+    int find(int64_t first, int64_t count, int64_t* found) const {
+        if (!callbacks.search) {
+            find_cells(task, site_hint, count, site + first, found);
+            return kDfOk;
+        }
+        const int status = user_defined_search(task, count, site + first, callbacks.search,
+                                               callbacks.search_parameters, found);
+        return status < 0 ? status : kDfOk;
+    }
+
     // Calls step(evaluation, callbacks) for the sites and their cells, given or found.
     template <class Step>
     int with_cells(int64_t first, int64_t count, Step step) const {
         int64_t found[kBlock];
         const int64_t* cells = cell ? cell + first : found;
         if (!cell) {
-            if (callbacks.search) {
-                const int status = user_defined_search(task, count, site + first, callbacks.search,
-                                                       callbacks.search_parameters, found);
-                if (status < 0) return status;
-            } else {
-                find_cells(task, site_hint, count, site + first, found);
-            }
+            if (int status = find(first, count, found)) return status;
         }
         return step(evaluation(first, count, cells),
                     OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
@@ -109,12 +122,24 @@ int interpolate_polynomials(const Interpolation<T>& call) {
 }
 
 template <class Kind, class T>
-int interpolate_values(const Interpolation<T>& call, bool check_sites) {
+int interpolate_values(const Interpolation<T>& call) {
     if (int status = check_function_values(call.task, call.function)) return status;
-    if (check_sites) {
-        if (int status = call.template check<Kind>()) return status;
-    }
     return call.template write<Kind>();
+}
+
+template <class T>
+int interpolate_look_up(Interpolation<T> call) {
+    // Sites are looked at twice. Cells that took a search are kept meanwhile, of more sites found again.
+    constexpr int64_t kMostKept = int64_t{1} << 22;
+    if (int status = check_function_values(call.task, call.function)) return status;
+    const bool keeps = !call.cell && !is_uniform(call.task) && call.nsite <= kMostKept;
+    const ScopedArray<int64_t> kept(keeps ? call.nsite : 0);
+    if (keeps && kept.data) {
+        if (int status = call.find_all(kept.data)) return status;
+        call.cell = kept.data;
+    }
+    if (int status = call.template check<LookUp>()) return status;
+    return call.template write<LookUp>();
 }
 
 template <class T>
@@ -123,11 +148,11 @@ int interpolate_kind(const Interpolation<T>& call) {
         case kDfOrderConstant:
             switch (call.task.type) {
                 case kDfTypeStepRight:
-                    return interpolate_values<StepRight>(call, false);
+                    return interpolate_values<StepRight>(call);
                 case kDfTypeStepLeft:
-                    return interpolate_values<StepLeft>(call, false);
+                    return interpolate_values<StepLeft>(call);
                 case kDfTypeLookUp:
-                    return interpolate_values<LookUp>(call, true);
+                    return interpolate_look_up(call);
                 default:
                     return kDfErrorType;
             }
