@@ -37,11 +37,11 @@ struct UniformPieces {
     // Sets index[i] to lane i.
     OZK_SIMD static void to_indices(Vector numbers, int64_t (&index)[Vector::kLanes]) {
         const simd::i32x4 lanes = truncate_to_i32(numbers);
-        index[0] = lane<0>(lanes);
-        index[1] = lane<1>(lanes);
+        index[0] = static_cast<uint32_t>(lane<0>(lanes));
+        index[1] = static_cast<uint32_t>(lane<1>(lanes));
         if constexpr (Vector::kLanes == 4) {
-            index[2] = lane<2>(lanes);
-            index[3] = lane<3>(lanes);
+            index[2] = static_cast<uint32_t>(lane<2>(lanes));
+            index[3] = static_cast<uint32_t>(lane<3>(lanes));
         }
     }
 };
