@@ -199,8 +199,7 @@ class Spline {
     void evaluate(int64_t function, int32_t outside, std::span<const T> sites, int64_t first_order,
                   int64_t orders, T* result) const {
         require_known(function, outside);
-        require(first_order >= 0 && orders >= 1, kOzkCodeArgument,
-                "No order is asked for: pass first 0 and count 1 for values alone.");
+        require(first_order >= 0, kOzkCodeArgument, "The first order is negative: pass 0 for values.");
         require(kind_.type != kDfTypeLookUp || kind_.order != kDfOrderConstant || first_order + orders == 1,
                 kOzkCodeArgument, "A look-up has values alone: pass first 0 and count 1.");
         refuse_outside(outside, sites);
@@ -361,10 +360,11 @@ void require_arrays(const void* spline, int64_t n, const T* first, const T* seco
                     int64_t orders) {
     require(spline != nullptr, kOzkCodeNull, "The spline is null: create one first.");
     require(n >= 0, kOzkCodeSize, "The number of sites is negative.");
+    require(orders >= 1, kOzkCodeArgument, "No order is asked for: pass 1 for values alone.");
     require(n == 0 || (first != nullptr && second != nullptr && result != nullptr), kOzkCodeNull,
             "The sites or the place for the results is null: pass both.");
     int64_t values = 0;
-    require(!__builtin_mul_overflow(n, std::max<int64_t>(orders, 1), &values), kOzkCodeSize,
+    require(!__builtin_mul_overflow(n, orders, &values), kOzkCodeSize,
             "There are more results than memory holds.");
     require(!overlap(first, n, result, values) && !overlap(second, n, result, values), kOzkCodeOverlap,
             "The results overlap the sites: pass an array apart.");
