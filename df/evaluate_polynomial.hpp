@@ -49,10 +49,10 @@ T horner(int64_t order, int64_t derivative, const T* c, T d) {
 }
 
 // What serves a vector of sites: the numbers of their pieces, and the knots that distances are measured from.
-template <class T>
+template <class T, class Number = int64_t>
 struct Pieces {
     static constexpr int kLanes = VectorOf<T>::kLanes;
-    int64_t number[kLanes];
+    Number number[4];
     VectorOf<T> knot;
 };
 
@@ -85,20 +85,21 @@ struct SitePieces {
     SitePieces(const DfTask& task, T h) : uniform(task, h, task.nx - 2) {}
 
     template <class Cell>
-    OZK_SIMD Pieces<T> at(const T* site, const Cell*) const {
+    OZK_SIMD Pieces<T, int32_t> at(const T* site, const Cell*) const {
         const auto number = uniform.number(simd::load(site));
-        Pieces<T> pieces;
+        Pieces<T, int32_t> pieces;
         pieces.knot = uniform.knot(number);
-        uniform.to_indices(number, pieces.number);
+        simd::store(pieces.number, truncate_to_i32(number));
         return pieces;
     }
 };
 
 // The coefficients of the pieces, one piece a lane.
-template <int kOrder>
-OZK_SIMD void load_pieces(const double* coefficients, const Pieces<double>& pieces,
+template <int kOrder, class Number>
+OZK_SIMD void load_pieces(const double* coefficients, const Pieces<double, Number>& pieces,
                           simd::f64x2 (&c)[kOrder]) {
-    const double *a = coefficients + pieces.number[0] * kOrder, *b = coefficients + pieces.number[1] * kOrder;
+    const double* a = coefficients + static_cast<int64_t>(pieces.number[0]) * kOrder;
+    const double* b = coefficients + static_cast<int64_t>(pieces.number[1]) * kOrder;
     for (int j = 0; j + 2 <= kOrder; j += 2) {
         const simd::f64x2 p = simd::load(a + j), q = simd::load(b + j);
         c[j] = interleave_low(p, q);
@@ -106,9 +107,12 @@ OZK_SIMD void load_pieces(const double* coefficients, const Pieces<double>& piec
     }
     if constexpr (kOrder % 2 == 1) c[kOrder - 1] = simd::pair(a[kOrder - 1], b[kOrder - 1]);
 }
-template <int kOrder>
-OZK_SIMD void load_pieces(const float* coefficients, const Pieces<float>& pieces, simd::f32x4 (&c)[kOrder]) {
-    const auto piece = [&](int i) OZK_SIMD_LAMBDA { return coefficients + pieces.number[i] * kOrder; };
+template <int kOrder, class Number>
+OZK_SIMD void load_pieces(const float* coefficients, const Pieces<float, Number>& pieces,
+                          simd::f32x4 (&c)[kOrder]) {
+    const auto piece = [&](int i) OZK_SIMD_LAMBDA {
+        return coefficients + static_cast<int64_t>(pieces.number[i]) * kOrder;
+    };
     if constexpr (kOrder == 4) {
         for (int i = 0; i < 4; ++i) c[i] = simd::load(piece(i));
         simd::transpose(c);
@@ -118,16 +122,31 @@ OZK_SIMD void load_pieces(const float* coefficients, const Pieces<float>& pieces
     }
 }
 
-// Derivative kDerivative at every site, of the piece that `finder` finds.
+// Derivative kDerivative at every site, of the piece that `finder` finds. Pieces are found some vectors ahead: in one
+// go, finding and evaluating are a chain of operations too long for the processor to overlap many of.
 template <int kOrder, int kDerivative, class T, class Cell, class Finder>
 void write_pieces(const Evaluation<T, Cell>& e, T* out, const Finder& finder) {
+    constexpr int64_t kAhead = 16, kLanes = VectorOf<T>::kLanes;
     const T* coefficients = e.coefficients();
-    write_each_vector(e, out, [&](const T* site, const Cell* cell) OZK_SIMD_LAMBDA {
-        const Pieces<T> pieces = finder.at(site, cell);
+    const auto value = [&](const T* site, const auto& pieces) OZK_SIMD_LAMBDA {
         VectorOf<T> c[kOrder];
         load_pieces(coefficients, pieces, c);
         return horner<kDerivative, T>(c, simd::load(site) - pieces.knot);
-    });
+    };
+    int64_t first = 0;
+    if (e.site_stride == 1) {
+        decltype(finder.at(e.site, e.cell)) pieces[kAhead];
+        for (; first + kAhead * kLanes <= e.nsite; first += kAhead * kLanes) {
+            const T* site = e.site + first;
+            for (int64_t k = 0; k < kAhead; ++k)
+                pieces[k] = finder.at(site + k * kLanes, e.cell ? e.cell + first + k * kLanes : nullptr);
+            for (int64_t k = 0; k < kAhead; ++k)
+                simd::store(out + first + k * kLanes, value(site + k * kLanes, pieces[k]));
+        }
+    }
+    write_each_vector(e.part(first, e.nsite - first), out + first * e.site_stride,
+                      [&](const T* site, const Cell* cell)
+                          OZK_SIMD_LAMBDA { return value(site, finder.at(site, cell)); });
 }
 
 // Derivative kDerivative at sites that all have piece j.

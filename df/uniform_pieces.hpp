@@ -30,7 +30,7 @@ struct UniformPieces {
 
     // The number of the knot left of a site; of a NaN 0, as the maximum is its second argument then.
     OZK_SIMD Vector number(Vector t) const {
-        return truncate(min(max((t - left) * scale, left - left), last));
+        return truncate(min(max((t - left) * scale, simd::broadcast(T(0))), last));
     }
     OZK_SIMD Vector knot(Vector number_of_it) const { return left + number_of_it * h; }
 
