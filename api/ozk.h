@@ -350,36 +350,80 @@ OZK_API ozk_status ozk_statistics_weights(const ozk_statistics* statistics, doub
 
 /* ---- Splines ---------------------------------------------------------------------------------------- */
 
-typedef struct ozk_spline ozk_spline;
+/* A spline through given points, and everything that it was made from; several functions over the same knots share
+ * one. Built once, it may be used by several threads at a time. */
+typedef struct ozk_s_spline ozk_s_spline;
+typedef struct ozk_d_spline ozk_d_spline;
 
+/* The kinds, with the conditions at the ends and the inner data that they take (none where nothing is said). */
 enum ozk_spline_kind {
-    kOzkNaturalCubic = 0 /* cubic with two continuous derivatives */
+    kOzkNaturalCubic = 0, /* cubic with two continuous derivatives; an ozk_boundary */
+    kOzkLinear = 1,       /* the polygon through the points */
+    kOzkQuadratic = 2,    /* one continuous derivative; kOzkLeftSlope */
+    kOzkSubbotin =
+        3, /* quadratic with breaks between the knots; an ozk_boundary. Inner: the nx - 1 breaks, one
+                             inside each cell, or null for the middles */
+    kOzkDefaultCubic =
+        4, /* second derivatives given at the nx - 2 inner knots of every function; an ozk_boundary */
+    kOzkHermite = 5,  /* slopes given at the nx - 2 inner knots of every function; an ozk_boundary */
+    kOzkBessel = 6,   /* slopes of parabolas through three knots; an ozk_boundary; 4 knots at least */
+    kOzkHyman = 7,    /* Bessel slopes limited so that it is monotone where the points are; an ozk_boundary; 4
+                             knots at least */
+    kOzkAkima = 8,    /* Akima's slopes; kOzkNoCondition or an ozk_boundary, then 5 knots at least */
+    kOzkStepLeft = 9, /* y[i] on (x[i-1], x[i]] */
+    kOzkStepRight = 10, /* y[i] on [x[i], x[i+1]) */
+    kOzkLookUp = 11     /* the values at the knots; any other site is refused */
 };
 
-/* Conditions at the ends; values[2] are those of the left and of the right end. */
+/* Conditions at the ends; `ends` holds their values at the left and at the right end, the same for all functions. */
 enum ozk_boundary {
+    kOzkNoCondition = 0,        /* kinds that take none; Akima: slopes from extrapolated secants */
     kOzkNotAKnot = 1,           /* the third derivative is continuous at the first and last inner knot */
     kOzkFreeEnds = 2,           /* second derivatives are 0 */
     kOzkFirstDerivatives = 12,  /* first derivatives given */
     kOzkSecondThenFirst = 24,   /* second derivative at the left, first at the right end */
     kOzkFirstThenSecond = 36,   /* first derivative at the left, second at the right end */
     kOzkSecondDerivatives = 48, /* second derivatives given */
-    kOzkPeriodic = 64           /* value, first and second derivative agree at both ends */
+    kOzkPeriodic = 64,          /* value, first and second derivative agree at both ends */
+    kOzkLeftSlope = 128         /* quadratic alone: the first derivative at the left end, one value */
 };
 
-/* Builds splines through ny functions at nx knots: x[nx] ascending, y[function * nx + knot], all finite.
- * Keeps copies. `values` is read for the four conditions that give derivatives, the same for all functions,
- * and null otherwise. */
-OZK_API ozk_status ozk_spline_new(int32_t kind, int64_t nx, const double* x, int64_t ny, const double* y,
-                                  int32_t boundary, const double* values, ozk_spline** spline);
-/* Null is allowed. */
-OZK_API void ozk_spline_delete(ozk_spline* spline);
+/* What a spline is beyond its knots. */
+enum ozk_outside {
+    kOzkContinue = 0, /* the polynomials of the end cells go on */
+    kOzkClamp = 1,    /* the value of the nearest end; derivatives are 0 */
+    kOzkNaN = 2,      /* not a number */
+    kOzkRefuse = 3    /* kOzkCodeArgument, and nothing is written */
+};
 
-/* Derivatives 0 .. orders - 1 (0 is the value) of one function at n sites: result[site * orders + order].
- * Beyond the knots the polynomials of the end cells go on. Sites in any order; ascending ones are found
- * faster. Several threads may evaluate one spline at a time. */
-OZK_API ozk_status ozk_spline_evaluate(const ozk_spline* spline, int64_t function, int64_t n,
-                                       const double* sites, int64_t orders, double* result);
+/* ozk_?_spline_new builds splines through ny functions at nx knots: y[function * nx + knot], all finite. x holds the
+ * knots ascending or, where `uniform` is not 0, the two ends of nx equally spaced knots. `ends` is read for
+ * conditions that have values and null otherwise; inner[function * (nx - 2) + knot - 1], or the breaks, for the kinds
+ * that take inner data, else null. Keeps copies: nx (1 + ny) elements, and the coefficients, as many a cell as the
+ * order.
+ *
+ * ozk_?_spline_evaluate: the derivatives first_order .. first_order + orders - 1 (0 is the value) of one function at
+ * n sites: result[site * orders + k]; result lies apart from the sites. Sites in any order; ascending ones are found
+ * faster. A NaN has NaN values.
+ *
+ * ozk_?_spline_integrate: n integrals of one function from left[i] to right[i], minus that from right[i] to left[i]
+ * where left[i] > right[i]; result lies apart from the limits. There is none of a look-up.
+ *
+ * ozk_?_spline_delete: null is allowed. */
+#define OZK_SPLINE_DECLARE(p, T)                                                                             \
+    OZK_API ozk_status ozk_##p##_spline_new(int32_t kind, int32_t uniform, int64_t nx, const T* x,           \
+                                            int64_t ny, const T* y, int32_t boundary, const T* ends,         \
+                                            const T* inner, ozk_##p##_spline** spline);                      \
+    OZK_API void ozk_##p##_spline_delete(ozk_##p##_spline* spline);                                          \
+    OZK_API ozk_status ozk_##p##_spline_evaluate(const ozk_##p##_spline* spline, int64_t function,           \
+                                                 int32_t outside, int64_t n, const T* sites,                 \
+                                                 int64_t first_order, int64_t orders, T* result);            \
+    OZK_API ozk_status ozk_##p##_spline_integrate(const ozk_##p##_spline* spline, int64_t function,          \
+                                                  int32_t outside, int64_t n, const T* left, const T* right, \
+                                                  T* result);
+
+OZK_SPLINE_DECLARE(s, float)
+OZK_SPLINE_DECLARE(d, double)
 
 /* ---- Linear algebra --------------------------------------------------------------------------------- */
 

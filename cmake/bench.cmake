@@ -23,9 +23,12 @@ find_library(OZK_HWY hwy REQUIRED)
 find_library(OZK_HWY_SORT hwy_contrib REQUIRED)
 find_library(OZK_GSL gsl REQUIRED)
 find_library(OZK_GSL_CBLAS gslcblas REQUIRED)
+find_library(OZK_ALGLIB alglib REQUIRED)
+find_path(OZK_ALGLIB_HEADERS interpolation.h PATH_SUFFIXES libalglib REQUIRED)
 file(GLOB OZK_BENCH_SOURCES CONFIGURE_DEPENDS bench/*.cpp)
 add_executable(ozk_bench ${OZK_BENCH_SOURCES})
-target_link_libraries(ozk_bench PRIVATE ozk_measures ozk_core Eigen3::Eigen ${OZK_SLEEF} ${OZK_HWY_SORT} ${OZK_HWY} ${OZK_GSL} ${OZK_GSL_CBLAS} mvec)
+target_link_libraries(ozk_bench PRIVATE ozk_measures ozk_core Eigen3::Eigen ${OZK_SLEEF} ${OZK_HWY_SORT} ${OZK_HWY} ${OZK_GSL} ${OZK_GSL_CBLAS} ${OZK_ALGLIB} mvec)
+target_include_directories(ozk_bench SYSTEM PRIVATE ${OZK_ALGLIB_HEADERS})
 
 # How much of the catalogue is built.
 add_executable(ozk_status tools/status.cpp)

@@ -6,6 +6,7 @@
 #include "df/parallel.hpp"
 #include "df/partition.hpp"
 #include "ozk_df.h"
+#include "simd/vector.hpp"
 
 namespace ozk::df {
 
@@ -97,6 +98,29 @@ void write_cubic_cell(T* c, T y, T secant, T inverse_step, T left_slope, T right
     c[1] = left_slope;
     c[2] = (T(3) * secant - T(2) * left_slope - right_slope) * inverse_step;
     c[3] = (left_slope + right_slope - T(2) * secant) * inverse_step * inverse_step;
+}
+
+// The same for a cell a lane: coefficient k of all cells, then cell after cell in memory.
+template <class V>
+struct CubicCells {
+    V coefficient[4];
+};
+template <class T, class V>
+OZK_SIMD CubicCells<V> cubic_cells(V y, V secant, V inverse_step, V left_slope, V right_slope) {
+    const V two = simd::broadcast(T(2)), three = simd::broadcast(T(3));
+    return {{y, left_slope, (three * secant - two * left_slope - right_slope) * inverse_step,
+             (left_slope + right_slope - two * secant) * inverse_step * inverse_step}};
+}
+OZK_SIMD void store_cells(double* c, const CubicCells<simd::f64x2>& cells) {
+    const auto& a = cells.coefficient;
+    simd::store(c, interleave_low(a[0], a[1]));
+    simd::store(c + 2, interleave_low(a[2], a[3]));
+    simd::store(c + 4, interleave_high(a[0], a[1]));
+    simd::store(c + 6, interleave_high(a[2], a[3]));
+}
+OZK_SIMD void store_cells(float* c, CubicCells<simd::f32x4> cells) {
+    simd::transpose(cells.coefficient);
+    for (int i = 0; i < 4; ++i) simd::store(c + 4 * i, cells.coefficient[i]);
 }
 
 // Both precisions of an entry point; what follows `function` is handed on behind task and threading.

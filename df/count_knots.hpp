@@ -1,4 +1,5 @@
-// Counting the knots of a short window that are not greater than a site: no branch, so nothing to mispredict.
+// Counting knots that are not greater than a site, in a short window without a branch, so that there is nothing to
+// mispredict; and sites that are left of a knot.
 #pragma once
 
 #include <cstdint>
@@ -21,6 +22,17 @@ int64_t count_window(const T* x, T t) {
     auto count = bits(site) ^ bits(site);
     for (int j = 0; j < kWindow; j += kLanes) count = count - bits(not_less(site, simd::load(x + j)));
     return sum_of_lanes(count);
+}
+
+// How many sites, from the first on, are left of a knot.
+template <class T>
+int64_t count_below(const T* site, int64_t n, T knot) {
+    const auto limit = simd::broadcast(knot);
+    constexpr int kLanes = decltype(limit)::kLanes;
+    int64_t i = 0;
+    while (i + kLanes <= n && lanes(simd::load(site + i) < limit) == (1 << kLanes) - 1) i += kLanes;
+    while (i < n && site[i] < knot) ++i;
+    return i;
 }
 
 }  // namespace ozk::df

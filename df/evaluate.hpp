@@ -1,8 +1,8 @@
 // Evaluation: what the spline kinds share.
 //
-// A kind is a struct with two static functions over an Evaluation: check() looks at the sites and the request
-// and writes nothing, write() fills the result. Cells may come from the caller: every index made from a cell
-// is kept inside the partition.
+// A kind is a struct with static functions over an Evaluation: check() looks at the sites and the request and
+// writes nothing, write() fills the result; write_without_cells() may fill it faster where the cells are not
+// given. Cells may come from the caller: every index made from a cell is kept inside the partition.
 #pragma once
 
 #include <algorithm>
@@ -11,8 +11,12 @@
 #include "df/partition.hpp"
 #include "df/precision.hpp"
 #include "ozk_df.h"
+#include "simd/vector.hpp"
 
 namespace ozk::df {
+
+template <class T>
+using VectorOf = decltype(simd::broadcast(T()));
 
 // What the caller gives for the sites on one side of the partition.
 template <class T>
@@ -45,7 +49,7 @@ struct Evaluation {
         Evaluation e = *this;
         e.nsite = count;
         e.site += first;
-        e.cell += first;
+        if (cell) e.cell += first;
         e.result += first * site_stride;
         return e;
     }
@@ -62,9 +66,6 @@ struct Evaluation {
         return kDfOk;
     }
 
-    // The number j of the left knot of the cell whose polynomial serves a site: the end cells go on outside.
-    int64_t polynomial_of(int64_t i) const { return left_knot(cell[i], task.nx); }
-
     // Calls body with a function that gives knot j.
     template <class Body>
     void with_knots(Body body) const {
@@ -76,10 +77,48 @@ struct Evaluation {
     }
 };
 
+// Calls body(sites, cells, first, count) for each vector of sites; behind the last site of all stand copies of it.
+// Cells are null where the evaluation has none.
+template <class T, class Cell, class Body>
+OZK_SIMD void for_each_vector(const Evaluation<T, Cell>& e, Body body) {
+    constexpr int kLanes = VectorOf<T>::kLanes;
+    int64_t i = 0;
+    for (; i + kLanes <= e.nsite; i += kLanes) body(e.site + i, e.cell ? e.cell + i : nullptr, i, kLanes);
+    if (i == e.nsite) return;
+    T site[kLanes];
+    Cell cell[kLanes] = {};
+    for (int64_t k = 0; k < kLanes; ++k) {
+        const int64_t from = std::min(i + k, e.nsite - 1);
+        site[k] = e.site[from];
+        if (e.cell) cell[k] = e.cell[from];
+    }
+    body(site, e.cell ? cell : nullptr, i, static_cast<int>(e.nsite - i));
+}
+
+// Writes value(sites, cells), a vector, for each vector of sites.
+template <class T, class Cell, class Value>
+OZK_SIMD void write_each_vector(const Evaluation<T, Cell>& e, T* out, Value value) {
+    const int64_t stride = e.site_stride;
+    const auto write = [&](auto store) OZK_SIMD_LAMBDA {
+        for_each_vector(e, [&](const T* site, const Cell* cell, int64_t first, int count) OZK_SIMD_LAMBDA {
+            const auto v = value(site, cell);
+            if (count == VectorOf<T>::kLanes)
+                store(out + first * stride, v);
+            else
+                simd::store_first(out + first * stride, stride, count, v);
+        });
+    };
+    if (stride == 1)
+        write([](T* at, VectorOf<T> v) OZK_SIMD_LAMBDA { simd::store(at, v); });
+    else
+        write([stride](T* at, VectorOf<T> v) OZK_SIMD_LAMBDA { simd::store_strided(at, stride, v); });
+}
+
 template <class T>
 struct OutsideCallbacks {
     OutsideCallback<T> left, right;
 
+    bool any() const { return left.function || right.function; }
     const OutsideCallback<T>* for_site(T t, T left_end, T right_end) const {
         if (t < left_end && left.function) return &left;
         if (t > right_end && right.function) return &right;
@@ -91,6 +130,7 @@ struct OutsideCallbacks {
 // serves.
 template <class T, class Cell, class Body>
 int for_each_run(const Evaluation<T, Cell>& e, const OutsideCallbacks<T>& callbacks, Body body) {
+    if (!callbacks.any()) return body(int64_t{0}, e.nsite, static_cast<const OutsideCallback<T>*>(nullptr));
     const T left = e.left(), right = e.right();
     for (int64_t first = 0; first < e.nsite;) {
         const auto* callback = callbacks.for_site(e.site[first], left, right);
@@ -117,8 +157,16 @@ int write_outside(const Evaluation<T, Cell>& e, const OutsideCallback<T>& callba
     });
 }
 
+// A kind that has no faster way than over the cells.
+struct NeedsCells {
+    template <class T, class Cell>
+    static bool write_without_cells(const Evaluation<T, Cell>&, int64_t) {
+        return false;
+    }
+};
+
 // A kind that takes any sites and requests.
-struct TakesAnySites {
+struct TakesAnySites : NeedsCells {
     template <class T, class Cell>
     static int check(const Evaluation<T, Cell>&) {
         return kDfOk;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "df/evaluate.hpp"
+#include "df/uniform_pieces.hpp"
 
 namespace ozk::df {
 
@@ -13,8 +14,7 @@ struct LookUp {
     static int check(const Evaluation<T, Cell>& e) {
         for (int64_t i = 0; i < e.nsite; ++i)
             if (knot_at(e, i) < 0) return kDfErrorSiteNotKnot;
-        if (e.norder != 1) return kDfErrorLookUpOrderCount;
-        return e.order[0] ? kDfOk : kDfErrorLookUpNoValue;
+        return check_request(e);
     }
 
     template <class T, class Cell>
@@ -25,8 +25,52 @@ struct LookUp {
         });
     }
 
+    // The same two without cells, where the partition is uniform.
+    template <class T, class Cell>
+    static bool check_without_cells(const Evaluation<T, Cell>& e, int& status) {
+        if (!UniformPieces<T>::serves(e.task)) return false;
+        const UniformPieces<T> pieces(e.task, e.h, e.task.nx - 1);
+        int missed = 0;
+        for_each_vector(e, [&](const T* site, const Cell*, int64_t, int) OZK_SIMD_LAMBDA {
+            missed |= lanes(uniform_knots(pieces, simd::load(site)) < pieces.left - pieces.left);
+        });
+        status = missed ? kDfErrorSiteNotKnot : check_request(e);
+        return true;
+    }
+
+    template <class T, class Cell>
+    static bool write_without_cells(const Evaluation<T, Cell>& e, int64_t) {
+        if (!UniformPieces<T>::serves(e.task)) return false;
+        const UniformPieces<T> pieces(e.task, e.h, e.task.nx - 1);
+        with_values<T>(e.task, e.function, [&](auto y) -> int {
+            write_each_vector(e, e.result, [&](const T* site, const Cell*) OZK_SIMD_LAMBDA {
+                return values_at(y, pieces, uniform_knots(pieces, simd::load(site)));
+            });
+            return kDfOk;
+        });
+        return true;
+    }
+
   private:
     static constexpr double kUniformTolerance = 0x1p-40;
+
+    template <class T, class Cell>
+    static int check_request(const Evaluation<T, Cell>& e) {
+        if (e.norder != 1) return kDfErrorLookUpOrderCount;
+        return e.order[0] ? kDfOk : kDfErrorLookUpNoValue;
+    }
+
+    // The knots that the sites are, or -1.
+    template <class T>
+    OZK_SIMD static VectorOf<T> uniform_knots(const UniformPieces<T>& pieces, VectorOf<T> t) {
+        const auto tolerance = simd::broadcast(static_cast<T>(kUniformTolerance)),
+                   one = simd::broadcast(T(1));
+        const auto before = pieces.number(t), behind = before + one;
+        const auto is_before = abs(t - pieces.knot(before)) <= tolerance;
+        const auto is_behind = (abs(t - pieces.knot(behind)) < tolerance) & (behind <= pieces.last);
+        const auto near = select(is_before, before, select(is_behind, behind, one - (one + one)));
+        return select(t == pieces.right, pieces.last, select(pieces.left <= t, near, one - (one + one)));
+    }
 
     // The knot that site i is, or -1.
     template <class T, class Cell>

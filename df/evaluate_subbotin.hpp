@@ -7,15 +7,24 @@
 
 namespace ozk::df {
 
+template <class Knots>
 struct SubbotinPieces {
     const DfTask& task;
+    Knots knot;
 
-    explicit SubbotinPieces(const DfTask& owner) : task(owner) {}
+    SubbotinPieces(const DfTask& owner, const Knots& knots) : task(owner), knot(knots) {}
 
-    template <class T, class Cell, class Knots>
-    int64_t at(const Evaluation<T, Cell>& e, int64_t i, const Knots& knot) const {
-        const int64_t j = e.polynomial_of(i);
-        return j + (e.site[i] >= SubbotinBreaks<T>(task).at(j, knot));
+    template <class T, class Cell>
+    OZK_SIMD Pieces<T> at(const T* site, const Cell* cell) const {
+        Pieces<T> pieces;
+        T left[Pieces<T>::kLanes];
+        for (int i = 0; i < Pieces<T>::kLanes; ++i) {
+            const int64_t j = left_knot(cell[i], task.nx);
+            pieces.number[i] = j + (site[i] >= SubbotinBreaks<T>(task).at(j, knot));
+            left[i] = knot(pieces.number[i]);
+        }
+        pieces.knot = simd::from_lanes(left);
+        return pieces;
     }
 };
 

@@ -5,6 +5,7 @@
 #include "df/evaluate_polynomial.hpp"
 #include "df/evaluate_step.hpp"
 #include "df/evaluate_subbotin.hpp"
+#include "df/memory.hpp"
 #include "df/parallel.hpp"
 #include "df/search.hpp"
 
@@ -30,69 +31,115 @@ struct Interpolation {
     int64_t order_stride;
     typename Precision<T>::Callbacks callbacks;
 
-    // Calls step(evaluation, callbacks) for each block of sites.
-    template <class Step>
-    int for_each_block(Step step) const {
-        const bool own_work = !callbacks.search && !callbacks.left && !callbacks.right;
+    // Checks the sites and the request, all of them before the first is written.
+    template <class Kind>
+    int check() const {
+        return for_each_block([this](int64_t first, int64_t count) -> int {
+            int status = kDfOk;
+            if (searches_itself() && Kind::check_without_cells(evaluation(first, count, nullptr), status))
+                return status;
+            return with_cells(first, count, [](const auto& e, const auto& outside) -> int {
+                return check_evaluation<Kind>(e, outside);
+            });
+        });
+    }
+
+    template <class Kind>
+    int write() const {
+        return for_each_block([this](int64_t first, int64_t count) -> int {
+            if (searches_itself() && Kind::write_without_cells(evaluation(first, count, nullptr), site_hint))
+                return kDfOk;
+            return with_cells(first, count, [](const auto& e, const auto& outside) -> int {
+                return write_evaluation<Kind>(e, outside);
+            });
+        });
+    }
+
+    int find_all(int64_t* found) const {
+        return for_each_block(
+            [&](int64_t first, int64_t count) -> int { return find(first, count, found + first); });
+    }
+
+  private:
+    bool has_callbacks() const { return callbacks.search || callbacks.left || callbacks.right; }
+    bool searches_itself() const { return !cell && !has_callbacks(); }
+
+    template <class Block>
+    int for_each_block(Block do_block) const {
         const int64_t runs = (nsite + kSitesPerRun - 1) / kSitesPerRun;
-        const int64_t threads = own_work ? useful_threads(threading, runs, nsite) : 1;
+        const int64_t threads = has_callbacks() ? 1 : useful_threads(threading, runs, nsite);
         return parallel_for(threading, runs, threads, [&](int64_t run) -> int {
             const int64_t end = std::min(nsite, (run + 1) * kSitesPerRun);
             for (int64_t first = run * kSitesPerRun; first < end; first += kBlock) {
-                if (int status = do_block(first, std::min(kBlock, end - first), step)) return status;
+                if (int status = do_block(first, std::min(kBlock, end - first))) return status;
             }
             return kDfOk;
         });
     }
 
-  private:
+    Evaluation<T, int64_t> evaluation(int64_t first, int64_t count, const int64_t* cells) const {
+        return {task,
+                is_uniform(task) ? UniformPartition<T>(task).h : T(0),
+                function,
+                count,
+                site + first,
+                cells,
+                norder,
+                order,
+                result + first * site_stride,
+                site_stride,
+                order_stride};
+    }
+
+    int find(int64_t first, int64_t count, int64_t* found) const {
+        if (!callbacks.search) {
+            find_cells(task, site_hint, count, site + first, found);
+            return kDfOk;
+        }
+        const int status = user_defined_search(task, count, site + first, callbacks.search,
+                                               callbacks.search_parameters, found);
+        return status < 0 ? status : kDfOk;
+    }
+
+    // Calls step(evaluation, callbacks) for the sites and their cells, given or found.
     template <class Step>
-    int do_block(int64_t first, int64_t count, Step step) const {
+    int with_cells(int64_t first, int64_t count, Step step) const {
         int64_t found[kBlock];
         const int64_t* cells = cell ? cell + first : found;
         if (!cell) {
-            if (callbacks.search) {
-                const int status = user_defined_search(task, count, site + first, callbacks.search,
-                                                       callbacks.search_parameters, found);
-                if (status < 0) return status;
-            } else {
-                find_cells(task, site_hint, count, site + first, found);
-            }
+            if (int status = find(first, count, found)) return status;
         }
-        const T h = is_uniform(task) ? UniformPartition<T>(task).h : T(0);
-        const Evaluation<T, int64_t> e{task,
-                                       h,
-                                       function,
-                                       count,
-                                       site + first,
-                                       cells,
-                                       norder,
-                                       order,
-                                       result + first * site_stride,
-                                       site_stride,
-                                       order_stride};
-        return step(e, OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
-                                           {callbacks.right, callbacks.right_parameters}});
+        return step(evaluation(first, count, cells),
+                    OutsideCallbacks<T>{{callbacks.left, callbacks.left_parameters},
+                                        {callbacks.right, callbacks.right_parameters}});
     }
 };
 
 template <class Kind, class T>
 int interpolate_polynomials(const Interpolation<T>& call) {
     if (int status = check_function_coefficients(call.task, call.function)) return status;
-    return call.for_each_block(
-        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+    return call.template write<Kind>();
 }
 
 template <class Kind, class T>
-int interpolate_values(const Interpolation<T>& call, bool check_sites) {
+int interpolate_values(const Interpolation<T>& call) {
     if (int status = check_function_values(call.task, call.function)) return status;
-    if (check_sites) {  // all of them before the first is written
-        const int status = call.for_each_block(
-            [](const auto& e, const auto& callbacks) -> int { return check_evaluation<Kind>(e, callbacks); });
-        if (status) return status;
+    return call.template write<Kind>();
+}
+
+template <class T>
+int interpolate_look_up(Interpolation<T> call) {
+    // Sites are looked at twice. Cells that took a search are kept meanwhile, of more sites found again.
+    constexpr int64_t kMostKept = int64_t{1} << 22;
+    if (int status = check_function_values(call.task, call.function)) return status;
+    const bool keeps = !call.cell && !is_uniform(call.task) && call.nsite <= kMostKept;
+    const ScopedArray<int64_t> kept(keeps ? call.nsite : 0);
+    if (keeps && kept.data) {
+        if (int status = call.find_all(kept.data)) return status;
+        call.cell = kept.data;
     }
-    return call.for_each_block(
-        [](const auto& e, const auto& callbacks) -> int { return write_evaluation<Kind>(e, callbacks); });
+    if (int status = call.template check<LookUp>()) return status;
+    return call.template write<LookUp>();
 }
 
 template <class T>
@@ -101,11 +148,11 @@ int interpolate_kind(const Interpolation<T>& call) {
         case kDfOrderConstant:
             switch (call.task.type) {
                 case kDfTypeStepRight:
-                    return interpolate_values<StepRight>(call, false);
+                    return interpolate_values<StepRight>(call);
                 case kDfTypeStepLeft:
-                    return interpolate_values<StepLeft>(call, false);
+                    return interpolate_values<StepLeft>(call);
                 case kDfTypeLookUp:
-                    return interpolate_values<LookUp>(call, true);
+                    return interpolate_look_up(call);
                 default:
                     return kDfErrorType;
             }

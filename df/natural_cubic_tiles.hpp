@@ -236,10 +236,19 @@ class NaturalCubicTiles {
 
     template <class Values>
     void expand(const Tile& tile, const Work& w, Values y, T* coefficients) const {
-        for (int64_t i = 0; i < tile.cells; ++i) {
+        T* c = coefficients + 4 * tile.first;
+        int64_t i = 0;
+        for (; i + Vector::kLanes <= tile.cells; i += Vector::kLanes) {
             const int64_t r = i + kOverlap;
-            write_cubic_cell(coefficients + 4 * (tile.first + i), y[tile.first + i], w.secant[r + 1],
-                             w.inverse_step[r + 1], w.slope[r], w.slope[r + 1]);
+            store_cells(c + 4 * i,
+                        cubic_cells<T>(load_values(y, tile.first + i), simd::load(w.secant + r + 1),
+                                       simd::load(w.inverse_step + r + 1), simd::load(w.slope + r),
+                                       simd::load(w.slope + r + 1)));
+        }
+        for (; i < tile.cells; ++i) {
+            const int64_t r = i + kOverlap;
+            write_cubic_cell(c + 4 * i, y[tile.first + i], w.secant[r + 1], w.inverse_step[r + 1], w.slope[r],
+                             w.slope[r + 1]);
         }
     }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "ozk_df.h"
+#include "simd/vector.hpp"
 
 namespace ozk::df {
 
@@ -58,6 +59,16 @@ struct ColumnValues {
     int64_t ny;
     T operator[](int64_t knot) const { return y[knot * ny]; }
 };
+
+// The values at as many knots from `knot` on as a vector holds.
+template <class T>
+OZK_SIMD auto load_values(const RowValues<T>& values, int64_t knot) {
+    return simd::load(values.y + knot);
+}
+template <class T>
+OZK_SIMD auto load_values(const ColumnValues<T>& values, int64_t knot) {
+    return simd::load_strided(values.y + knot * values.ny, values.ny);
+}
 
 // Calls body with the values of function f in the type of their layout.
 template <class T, class Body>

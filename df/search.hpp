@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "df/accelerator.hpp"
+#include "df/count_knots.hpp"
 #include "df/partition.hpp"
 #include "df/precision.hpp"
 #include "ozk_df.h"
@@ -20,29 +21,6 @@ int64_t truncate_to_index(T x, int64_t limit) {
     return x < static_cast<T>(limit) ? std::min(static_cast<int64_t>(x), limit) : limit;
 }
 
-// The first j in first .. nx - 1 with x[j] > t, else nx.
-template <class T>
-int64_t walk_forward(int64_t nx, const T* x, int64_t first, T t) {
-    int64_t j = first;
-    while (j < nx && !(x[j] > t)) ++j;
-    return j;
-}
-
-// The first j in first .. 1, downwards, with x[j-1] not greater than t, else 0.
-template <class T>
-int64_t walk_backward(const T* x, int64_t first, T t) {
-    int64_t j = first;
-    while (j > 0 && x[j - 1] > t) --j;
-    return j;
-}
-
-// The cell of a site other than the last knot, found by walking from knot p >= 0.
-template <class T>
-int64_t walk(int64_t nx, const T* x, int64_t p, T t) {
-    if (p >= nx) return t > x[nx - 1] ? nx : walk_backward(x, nx - 1, t);
-    return x[p] > t ? walk_backward(x, p, t) : walk_forward(nx, x, p, t);
-}
-
 // The number of knots not greater than t among x[lo] .. x[hi - 1], found by bisection, plus lo.
 template <class T>
 int64_t bisect(const T* x, int64_t lo, int64_t hi, T t) {
@@ -54,6 +32,44 @@ int64_t bisect(const T* x, int64_t lo, int64_t hi, T t) {
             lo = middle + 1;
     }
     return lo;
+}
+
+// Knots that a walk looks at one by one. From there on its strides double, so that a bad start costs a logarithm.
+inline constexpr int64_t kWalkedKnots = 8;
+
+// The first j in first .. nx - 1 with x[j] > t, else nx.
+template <class T>
+int64_t walk_forward(int64_t nx, const T* x, int64_t first, T t) {
+    int64_t j = first;
+    for (const int64_t end = std::min(nx, first + kWalkedKnots); j < end; ++j)
+        if (x[j] > t) return j;
+    for (int64_t stride = kWalkedKnots; j < nx; stride *= 2) {
+        const int64_t end = std::min(nx, j + stride);
+        if (x[end - 1] > t) return bisect(x, j, end - 1, t);
+        j = end;
+    }
+    return j;
+}
+
+// The first j in first .. 1, downwards, with x[j-1] not greater than t, else 0.
+template <class T>
+int64_t walk_backward(const T* x, int64_t first, T t) {
+    int64_t j = first;
+    for (const int64_t end = std::max<int64_t>(0, first - kWalkedKnots); j > end; --j)
+        if (!(x[j - 1] > t)) return j;
+    for (int64_t stride = kWalkedKnots; j > 0; stride *= 2) {
+        const int64_t end = std::max<int64_t>(0, j - stride);
+        if (!(x[end] > t)) return bisect(x, end + 1, j, t);
+        j = end;
+    }
+    return j;
+}
+
+// The cell of a site other than the last knot, found by walking from knot p >= 0.
+template <class T>
+int64_t walk(int64_t nx, const T* x, int64_t p, T t) {
+    if (p >= nx) return t > x[nx - 1] ? nx : walk_backward(x, nx - 1, t);
+    return x[p] > t ? walk_backward(x, p, t) : walk_forward(nx, x, p, t);
 }
 
 template <class T>
@@ -166,6 +182,26 @@ inline constexpr int64_t kSitesPerRun = 8192;
 // Finds the cells of a run of sites by the method that suits the partition and the sites.
 template <class T, class Cell>
 void find_cells(const DfTask& task, int64_t site_hint, int64_t nsite, const T* site, Cell* cell);
+
+// Calls body(piece, first, count) for the runs of ascending sites in one piece, that is in one cell or outside
+// next to it. False, and nothing is done, where sites are so sparse that runs are short.
+template <class T, class Body>
+bool for_each_piece_run(const DfTask& task, int64_t nsite, const T* site, Body body) {
+    constexpr int64_t kSitesPerPiece = 4;
+    const T* x = static_cast<const T*>(task.x);
+    const int64_t last = task.nx - 2;
+    int64_t piece = left_knot(bisect(x, 0, task.nx, site[0]), task.nx);
+    const int64_t end_piece = left_knot(bisect(x, 0, task.nx, site[nsite - 1]), task.nx);
+    if ((end_piece - piece) * kSitesPerPiece > nsite) return false;
+    for (int64_t first = 0; first < nsite;) {
+        piece = std::min(walk_forward(task.nx, x, piece + 1, site[first]) - 1, last);
+        int64_t end = nsite;
+        if (piece < last) end = first + 1 + count_below(site + first + 1, nsite - first - 1, x[piece + 1]);
+        body(piece, first, end - first);
+        first = end;
+    }
+    return true;
+}
 
 // The function calls of a method in both precisions and widths.
 #define OZK_DF_SEARCH_INSTANTIATE(Method)                                             \

@@ -248,6 +248,21 @@ inline std::string draw_legend(const Figure& figure, double left, double top) {
     return out + "</g>\n";
 }
 
+// What an SVG document begins with, its heading included.
+inline std::string head(double width, double height, std::string_view title, std::string_view subtitle) {
+    return fmt::format(
+               "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" width=\"{0}\" height=\"{1}\" "
+               "viewBox=\"0 0 {0} {1}\" font-family=\"'Helvetica Neue', Helvetica, Arial, 'Liberation Sans', "
+               "sans-serif\">\n"
+               "<title>{2}</title>\n<desc>{3}</desc>\n"
+               "<style>.title{{font-size:23px;font-weight:700;fill:{4}}}.body{{font-size:14px;fill:{4}}}"
+               ".panel-title{{font-size:16px;font-weight:700;fill:{4}}}.small{{font-size:12px;fill:{5}}}"
+               ".number{{font-size:12px;font-variant-numeric:tabular-nums}}</style>\n"
+               "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n",
+               width, height, escaped(title), escaped(subtitle), kInk, kQuiet) +
+           text(kMargin, 38, "class=\"title\"", title) + text(kMargin, 62, "class=\"body\"", subtitle);
+}
+
 }  // namespace detail
 
 // The whole SVG document: the panels row by row, the legend in the cell after the last one.
@@ -257,18 +272,7 @@ inline std::string draw(const Figure& figure) {
     const int rows = (cells + kColumns - 1) / kColumns;
     const double width = kMargin + kColumns * kCellWidth;
     const double height = kHeader + rows * kCellHeight + kFooter;
-    std::string out = fmt::format(
-        "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" width=\"{0}\" height=\"{1}\" "
-        "viewBox=\"0 0 {0} {1}\" font-family=\"'Helvetica Neue', Helvetica, Arial, 'Liberation Sans', "
-        "sans-serif\">\n"
-        "<title>{2}</title>\n<desc>{3}</desc>\n"
-        "<style>.title{{font-size:23px;font-weight:700;fill:{4}}}.body{{font-size:14px;fill:{4}}}"
-        ".panel-title{{font-size:16px;font-weight:700;fill:{4}}}.small{{font-size:12px;fill:{5}}}"
-        ".number{{font-size:12px;font-variant-numeric:tabular-nums}}</style>\n"
-        "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n",
-        width, height, escaped(figure.title), escaped(figure.subtitle), kInk, kQuiet);
-    out += text(kMargin, 38, "class=\"title\"", figure.title);
-    out += text(kMargin, 62, "class=\"body\"", figure.subtitle);
+    std::string out = head(width, height, figure.title, figure.subtitle);
     for (int cell = 0; cell < cells; ++cell) {
         const double left = kMargin + cell % kColumns * kCellWidth,
                      top = kHeader + cell / kColumns * kCellHeight;

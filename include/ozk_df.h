@@ -366,7 +366,8 @@ enum { kDfCellsFinal = 1000 };
  * ?DFHybridSearch1D: the accelerator table and scale of the task narrow a site down to the knots of one bin,
  * which are bisected to 20 and then counted.
  *
- * ?DFPeakSearch1D: walks from knot trunc(start).
+ * ?DFPeakSearch1D: walks from knot trunc(start). All walks stride longer and longer after eight knots, and bisect the
+ * last stride.
  *
  * ?DFUserDefSearch1D, ?DFUniUserDefSearch1D: the callback is called for up to 1024 sites at a time. A
  * negative return is returned at once, cells of earlier calls being written. Where it leaves a site open the
@@ -515,9 +516,13 @@ typedef struct DfdCallbacks {
  * they are searched. norder, order: as for the evaluation kernels; order null: the value alone. result,
  * stride, result_hint: see DfResultHint. callbacks may be null; with callbacks the calling thread alone
  * works, otherwise the sites are split over the threads. No result depends on the number of threads.
+ * Sites of a uniform partition and dense ascending ones are evaluated without a search. A look-up checks all sites
+ * before it writes; of at most 2^22 sites of a non-uniform partition it keeps the cells meanwhile, 8 bytes each, where
+ * there is memory, of more it searches twice.
  * Status, in the order of the checks: kDfErrorNullTask; 0 when nsite < 1; kDfErrorFunctionIndex;
  * kDfErrorNullSites; kDfErrorSiteHint; kDfErrorNullResult; kDfErrorResultHint; kDfErrorOrder; kDfErrorType;
- * kDfErrorNullValues or kDfErrorNullCoefficients of this function; those of the look-up; a negative status of
+ * kDfErrorNullInternal (breaks); kDfErrorNullValues or kDfErrorNullCoefficients of this function; those of the
+ * look-up; a negative status of
  * a callback, when some results may have been written. */
 #define OZK_DF_INTERPOLATE_DECLARE(p, T)                                                                   \
     OZK_EXPORT int ozk_df_kernel_##p##DFInterpolate1D(                                                     \

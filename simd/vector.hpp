@@ -389,6 +389,10 @@ OZK_SIMD i32x4 join(i32x4 a, i32x4 b) {
 OZK_SIMD i64x2 join_low_words(i64x2 a, i64x2 b) {
     return {_mm_blend_epi16(a.v, _mm_slli_epi64(b.v, 32), 0xCC)};
 }
+OZK_SIMD f64x2 from_lanes(const double (&a)[2]) { return pair(a[0], a[1]); }
+OZK_SIMD f32x4 from_lanes(const float (&a)[4]) { return {_mm_setr_ps(a[0], a[1], a[2], a[3])}; }
+// Lane i of vector k becomes lane k of vector i.
+OZK_SIMD void transpose(f32x4 (&a)[4]) { _MM_TRANSPOSE4_PS(a[0].v, a[1].v, a[2].v, a[3].v); }
 // Lanes 0 and 1 of either vector (a0 a1 b0 b1).
 OZK_SIMD i32x4 join_low(i32x4 a, i32x4 b) { return {_mm_unpacklo_epi64(a.v, b.v)}; }
 // Lanes 2 and 3 in the places of lanes 0 and 1.

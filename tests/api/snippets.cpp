@@ -82,13 +82,23 @@ TEST(Snippet, Statistics) {
 
 TEST(Snippet, Splines) {
     // [splines]
-    const std::vector<double> x = {0, 1, 2, 4}, y = {0, 1, 8, 64};
-    const ozk::spline spline(x, y, ozk::Boundary::not_a_knot());
+    const std::vector<double> x = {0, 1, 2, 4, 5}, y = {0, 1, 8, 64, 125};
+    const ozk::spline cubic(x, y, ozk::Boundary::not_a_knot());
     const std::vector<double> sites = {0.5, 3};
-    const std::vector<double> values = spline(sites), slopes = spline.derivative(1, sites);
+    const std::vector<double> values = cubic(sites), slopes = cubic.derivative(1, sites);
+    const double area = cubic.integral(0, 4);
+
+    ozk::akima_spline akima(x, y);  // and linear_spline, hermite_spline, hyman_spline, step_left ...
+    akima.set_outside(ozk::Outside::clamp);
+    const double last = akima(6.0);  // the value of the last knot
+
+    const ozk::spline even(ozk::uniform_knots{0.0, 1.0, 5}, y);  // five knots from 0 to 1
     // [end]
     EXPECT_NEAR(values[1], 27, 1e-12);
     EXPECT_NEAR(slopes[1], 27, 1e-12);
+    EXPECT_NEAR(area, 64, 1e-12);
+    EXPECT_EQ(last, 125);
+    EXPECT_NEAR(even(0.5), 8, 1e-12);
 }
 
 TEST(Snippet, Threads) {

@@ -1,4 +1,4 @@
-// Statistics, splines and the Cholesky factor through the application interface.
+// Statistics and the Cholesky factor through the application interface.
 
 #include <gtest/gtest.h>
 
@@ -137,68 +137,6 @@ TEST(Statistics, RefusesWithoutChangingWhatWasAdded) {
     EXPECT_EQ(s.mean(), mean);
     EXPECT_EQ(s.covariance(), covariance);
     EXPECT_EQ(s.weight(), 2);
-}
-
-// ---- Splines ------------------------------------------------------------------------------------------
-
-double cubic(double x) { return ((2 * x - 3) * x + 1) * x - 4; }
-double cubic_1(double x) { return (6 * x - 6) * x + 1; }
-double cubic_2(double x) { return 12 * x - 6; }
-
-TEST(Spline, GivesACubicBackUnderEveryConditionThatItMeets) {
-    const std::vector<double> x = {-1, -0.25, 0.5, 1, 2.75, 3};
-    std::vector<double> y, sites = {3.5, -1, 0.5, 0.7, -2, 3, 2.75};
-    for (const double each : x) y.push_back(cubic(each));
-    for (const double each : x) y.push_back(2 * cubic(each));  // a second function
-    for (const ozk::Boundary& boundary :
-         {ozk::Boundary::not_a_knot(), ozk::Boundary::first(cubic_1(-1), cubic_1(3)),
-          ozk::Boundary::second(cubic_2(-1), cubic_2(3)),
-          ozk::Boundary::first_then_second(cubic_1(-1), cubic_2(3)),
-          ozk::Boundary::second_then_first(cubic_2(-1), cubic_1(3))}) {
-        const ozk::spline spline(x, std::span(y).first(x.size()), boundary);
-        for (int pass = 0; pass < 2; ++pass) {  // sites in any order, then ascending
-            const std::vector<double> values = spline(sites), slopes = spline.derivative(1, sites);
-            const ozk::matrix all = spline.derivatives(4, sites);
-            for (size_t i = 0; i < sites.size(); ++i) {
-                EXPECT_NEAR(values[i], cubic(sites[i]), 1e-11);
-                EXPECT_NEAR(slopes[i], cubic_1(sites[i]), 1e-11);
-                EXPECT_EQ(all(i, 0), values[i]);
-                EXPECT_EQ(all(i, 1), slopes[i]);
-                EXPECT_NEAR(all(i, 2), cubic_2(sites[i]), 1e-10);
-                EXPECT_NEAR(all(i, 3), 12, 1e-9);
-            }
-            std::sort(sites.begin(), sites.end());
-        }
-    }
-    const ozk::spline both(x, y, ozk::Boundary::not_a_knot());
-    EXPECT_EQ(both.functions(), 2u);
-    EXPECT_NEAR(both(sites, 1)[3], 2 * cubic(sites[3]), 1e-11);
-    const std::vector<double> ends = both.derivative(2, std::vector<double>{-1, 3});
-    const ozk::spline natural(x, std::span(y).first(x.size()));
-    EXPECT_NEAR(natural.derivative(2, std::vector<double>{-1})[0], 0, 1e-12);
-    EXPECT_GT(std::fabs(ends[0]), 1);
-}
-
-TEST(Spline, RefusesPointsThatItCannotJoin) {
-    const auto refused = [](int32_t code, auto&& call) { expect_refused(Family::spline, code, call); };
-    const std::vector<double> x = {0, 1, 2}, y = {0, 1, 4}, one = {1}, twice = {0, 1, 1}, bad = {0, NAN, 1};
-    refused(kOzkCodeSize, [&] { ozk::spline(one, one); });
-    refused(kOzkCodeSize, [&] { ozk::spline(x, std::vector<double>{0, 1, 2, 3}); });
-    refused(kOzkCodeArgument, [&] { ozk::spline(twice, y); });
-    refused(kOzkCodeArgument, [&] { ozk::spline(bad, y); });
-    refused(kOzkCodeArgument, [&] { ozk::spline(x, bad); });
-    refused(kDfErrorNotPeriodic, [&] { ozk::spline(x, y, ozk::Boundary::periodic()); });
-    refused(kOzkCodeArgument, [&] { ozk::spline(x, y, ozk::Boundary::first(NAN, 0)); });
-    refused(kDfErrorTooFewKnots,
-            [&] { ozk::spline(std::span(x).first(2), std::span(y).first(2), ozk::Boundary::not_a_knot()); });
-
-    const ozk::spline spline(x, y);
-    std::vector<double> out(2, 7);
-    refused(kOzkCodeSize, [&] { spline(x, out); });
-    refused(kOzkCodeArgument, [&] { spline(std::span(x).first(2), out, 1); });
-    refused(kOzkCodeArgument, [&] { spline.derivatives(0, x); });
-    EXPECT_EQ(out, std::vector<double>(2, 7));
-    EXPECT_TRUE(spline(std::vector<double>{}).empty());
 }
 
 // ---- The Cholesky factor ------------------------------------------------------------------------------

@@ -147,6 +147,57 @@ TYPED_TEST(Interpolation, HasTheSameBitsForAnyThreadsSiteHintsAndCellsGiven) {
     }
 }
 
+// The ways that need no cells against the cells: uniform partitions, dense and sparse ascending sites.
+TYPED_TEST(Interpolation, WithoutCellsHasTheBitsOfTheCells) {
+    using T = TypeParam;
+    constexpr int64_t nx = 300, kSites = 3001;
+    const T inf = std::numeric_limits<T>::infinity();
+    const std::vector<T> x = random_knots<T>(nx, 8), y = functions<T>(nx, 2, false), ends{x[0], x.back()};
+    std::vector<T> dense = sites_around(x, kSites), sparse(x);
+    for (T knot : x) dense.insert(dense.end(), {std::nextafter(knot, inf), std::nextafter(knot, -inf)});
+    for (std::vector<T>* t : {&dense, &sparse}) t->insert(t->end(), {inf, -inf, x[0] - 1});
+    const std::vector<int64_t> request{1, 1, 0, 1};
+    struct {
+        int64_t order, type;
+    } kinds[] = {
+        {1, kDfTypeStepRight}, {1, kDfTypeStepLeft}, {2, 0}, {3, 0}, {3, kDfTypeSubbotin}, {4, 0}, {5, 0}};
+    for (const auto& kind : kinds) {
+        for (int64_t hint : {kDfPartitionUniform, kDfPartitionNonUniform}) {
+            for (int64_t y_hint : {kDfStorageRows, kDfStorageColumns}) {
+                Task<T> task(nx, hint == kDfPartitionUniform ? ends : x, hint, 2, y, y_hint);
+                task.describe(kind.order, kind.type);
+                std::ranges::copy(random_values<T>(task.coefficients.size(), 2), task.coefficients.begin());
+                for (std::vector<T> t : {dense, sparse}) {
+                    for (bool sorted : {false, true}) {
+                        if (sorted)
+                            std::sort(t.begin(), t.end());
+                        else
+                            t.push_back(std::numeric_limits<T>::quiet_NaN());
+                        const auto n = static_cast<int64_t>(t.size());
+                        std::vector<int64_t> cell(t.size());
+                        std::vector<T> given(3 * t.size(), T(-7)), found(given);
+                        Df<T>::search(task.handle, nullptr, n, t.data(), 0, nullptr, nullptr, cell.data());
+                        for (const int64_t* cells : {cell.data(), static_cast<int64_t*>(nullptr)}) {
+                            ASSERT_EQ(kDfOk,
+                                      Df<T>::interpolate(task.handle, nullptr, 1, n, t.data(),
+                                                         sorted ? kDfSitesSorted : 0, cells, 4,
+                                                         request.data(), (cells ? given : found).data(), 3,
+                                                         kDfResultBySite, nullptr));
+                        }
+                        for (size_t i = 0; i < given.size(); ++i)
+                            ASSERT_TRUE(given[i] == found[i] ||
+                                        (given[i] != given[i] && found[i] != found[i]))
+                                << "order " << kind.order << ", type " << kind.type << ", site " << t[i / 3]
+                                << ", sorted " << sorted << ": " << given[i] << ", " << found[i];
+                        if (sorted) break;
+                        t.pop_back();
+                    }
+                }
+            }
+        }
+    }
+}
+
 // The definition of the step functions, and both layouts of the values.
 TYPED_TEST(Interpolation, OfStepFunctionsIsContinuousFromTheSideItSays) {
     using T = TypeParam;

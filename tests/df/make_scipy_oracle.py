@@ -1,4 +1,4 @@
-#!/ usr / bin / env python3
+#!/usr/bin/env python3
 """Writes scipy_oracle.inc: splines of SciPy at sites in and beyond the partition, with three derivatives.
 
     /usr/bin/python3 tests/df/make_scipy_oracle.py > tests/df/scipy_oracle.inc
@@ -13,7 +13,7 @@ y = random.uniform(-1, 1, 12)
 y_periodic = numpy.append(y[:-1], y[0])
 sites = numpy.concatenate([[x[0] - 0.25], x, random.uniform(x[0], x[-1], 20), [x[-1] + 0.25]])
 
-#boundary code->SciPy's condition; the values are those of `ends`
+# boundary code: SciPy's condition; the values are those of `ends`
 ends = (1.5, -0.75)
 conditions = {
     1: "not-a-knot",
@@ -24,6 +24,22 @@ conditions = {
     48: ((2, ends[0]), (2, ends[1])),
     64: "periodic",
 }
+
+
+# Data of which stretches rise, fall and rest.
+y_turning = numpy.array([0, 0.05, 0.06, 1.5, 1.6, 1.2, 1.2, 1.1, 0.2, 0.15, 0.9, 2.5])
+
+
+def hyman_slopes(x, y):
+    """Slopes of parabolas through three knots, filtered by Hyman's rule; at the ends those given."""
+    slopes = numpy.gradient(y, x)
+    secants = numpy.diff(y) / numpy.diff(x)
+    before, after = secants[:-1], secants[1:]
+    limit = 3 * numpy.minimum(abs(before), abs(after))
+    filtered = numpy.sign(after) * numpy.minimum(abs(slopes[1:-1]), limit)
+    slopes[1:-1] = numpy.where(before * after > 0, filtered, 0)
+    slopes[0], slopes[-1] = ends
+    return slopes
 
 
 def row(values):
@@ -49,4 +65,5 @@ for code, condition in conditions.items():
 case("Kind::kAkima", 0, y, Akima1DInterpolator(x, y))
 case("Kind::kBessel", 12, y, CubicHermiteSpline(x, y, numpy.concatenate([ends[:1], numpy.gradient(y, x)[1:-1], ends[1:]])))
 case("Kind::kHermite", 12, y, CubicHermiteSpline(x, y, numpy.concatenate([ends[:1], y[1:-1], ends[1:]])))
+case("Kind::kHyman", 12, y_turning, CubicHermiteSpline(x, y_turning, hyman_slopes(x, y_turning)))
 print("};")

@@ -7,7 +7,7 @@
 namespace ozk::df::test {
 namespace {
 
-enum class Kind { kNaturalCubic, kAkima, kBessel, kHermite };
+enum class Kind { kNaturalCubic, kAkima, kBessel, kHermite, kHyman };
 
 struct OracleCase {
     Kind kind;
@@ -34,6 +34,9 @@ int construct(Kind kind, Task<T>& task, int64_t boundary, const T* ends) {
         case Kind::kBessel:
             task.describe(kDfOrderCubic, kDfTypeBessel, boundary, ends);
             return Df<T>::bessel_cubic(task.handle, nullptr, nullptr);
+        case Kind::kHyman:
+            task.describe(kDfOrderCubic, kDfTypeHyman, boundary, ends);
+            return Df<T>::hyman_cubic(task.handle, nullptr, nullptr);
         case Kind::kHermite:  // the values serve as slopes
             task.describe(kDfOrderCubic, kDfTypeHermite, boundary, ends, kDfInternalFirst,
                           static_cast<const T*>(task.handle->y[0]) + 1);

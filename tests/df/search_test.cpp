@@ -37,6 +37,16 @@ std::vector<T> clustered_knots(int64_t nx) {
     return x;
 }
 
+// Distances that grow by one factor over all magnitudes that T holds.
+template <class T>
+std::vector<T> geometric_knots(int64_t nx) {
+    std::vector<T> x(static_cast<size_t>(nx));
+    const double span = 0.9 * std::numeric_limits<T>::max_exponent;
+    for (int64_t i = 0; i < nx; ++i)
+        x[i] = static_cast<T>(std::exp2(span * static_cast<double>(i) / static_cast<double>(nx) - span / 2));
+    return x;
+}
+
 template <class T, class Cell>
 void expect_cells(const std::vector<T>& x, const std::vector<T>& t, const std::vector<Cell>& cell,
                   const char* method) {
@@ -52,10 +62,12 @@ TYPED_TEST_SUITE(CellSearch, Precisions);
 TYPED_TEST(CellSearch, OfAnyKnotsCountsTheKnotsNotGreater) {
     using T = TypeParam;
     for (int64_t nx : {2, 3, 4, 5, 20, 21, 22, 23, 41, 43, 64, 100, 1000, 17000}) {
-        for (const std::vector<T>& x : {random_knots<T>(nx, 5), clustered_knots<T>(nx)}) {
+        for (const std::vector<T>& x :
+             {random_knots<T>(nx, 5), clustered_knots<T>(nx), geometric_knots<T>(nx)}) {
             if (std::adjacent_find(x.begin(), x.end(), std::greater_equal<T>()) != x.end()) continue;
             std::vector<T> t = awkward_sites(x, 200);
             if (t.size() > 5000) t.resize(5000);
+            t.push_back(std::numeric_limits<T>::infinity());
             const auto n = static_cast<int64_t>(t.size());
             Task<T> task(nx, x, kDfPartitionNonUniform, 0, {});
             std::vector<int32_t> narrow(t.size());
