@@ -51,7 +51,7 @@ struct Deviations {
     double origin, offset;
 
     Weight sum(int64_t first, int64_t last, double& deviation) const {
-        constexpr int64_t kLeaf = 256;
+        constexpr int64_t kLeaf = 64;
         if (last - first > kLeaf) {
             const int64_t middle = first + (last - first) / 2;
             double right;
@@ -88,8 +88,9 @@ void mean_deviations(const Sample<Real>& sample, const Real* given_mean, Real* r
             components[work.count++] = i;
         }
         if (work.count == 0) return kOzkStatsOk;
+        // With the central sums of order 2, for their second pass takes the rounding out of the mean.
         if (given_mean == nullptr)
-            accumulate(observations, {Centre::kBlockMean, 1, 1, kPanelBlock}, 0, sample.n, &work, 1, nullptr,
+            accumulate(observations, {Centre::kBlockMean, 1, 2, kPanelBlock}, 0, sample.n, &work, 1, nullptr,
                        nullptr);
         for (int64_t k = 0; k < work.count; ++k) {
             const Deviations<Real> deviations = {sample.component(components[k]), sample.observation_stride(),
