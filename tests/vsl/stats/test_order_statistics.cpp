@@ -1,5 +1,6 @@
 // Extremes, deviations, quantiles and sorting against plain formulas over std::sort and in long double.
 #include "sample_problem.hpp"
+#include "tests/vsl/allocator.hpp"
 
 namespace {
 
@@ -405,6 +406,35 @@ TYPED_TEST(StatsOrder, FaultsAreReportedInOrderAndNothingIsWritten) {
     EXPECT_EQ(K::sort(&task, 0, kOzkStatsRadixSort, nullptr), kOzkStatsErrorSortInPlace);
     EXPECT_EQ(complete.x, before);
     EXPECT_TRUE(complete.untouched());
+}
+
+TYPED_TEST(StatsOrder, WithoutMemoryNothingIsWrittenAndNothingLeaks) {
+    using K = Kernels<TypeParam>;
+    const int live = test_allocator::live_blocks;
+    {
+        Complete<TypeParam> complete;
+        OzkStatsTask* const task = complete.task;
+        const std::function<int()> runs[] = {
+            [=] { return K::deviations(task, kDeviations, kOzkStatsFast, &kThreeThreads); },
+            [=] { return K::quantiles(task, kOzkStatsQuantiles, kOzkStatsFast, &kThreeThreads); },
+            [=] { return K::quantiles(task, kOzkStatsOrderStatistics, kOzkStatsFast, nullptr); },
+            [=] { return K::weighted_median(task, 0, kOzkStatsFast, nullptr); },
+            [=] { return K::sort(task, 0, kOzkStatsRadixSort, nullptr); }};
+        for (const auto& run : runs) {
+            const int before = test_allocator::live_blocks;
+            {
+                const test_allocator::Limit none(0);
+                EXPECT_EQ(run(), kOzkStatsErrorMemory);
+            }
+            EXPECT_TRUE(complete.untouched());
+            EXPECT_EQ(test_allocator::live_blocks, before);
+            EXPECT_EQ(run(), kOzkStatsOk);
+            EXPECT_FALSE(complete.untouched());
+            EXPECT_EQ(test_allocator::live_blocks, before);
+            std::fill(complete.results.begin(), complete.results.end(), TypeParam(-1));
+        }
+    }
+    EXPECT_EQ(test_allocator::live_blocks, live);
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ struct StreamTask : TaskOf<Real> {
     std::vector<Real> orders, quantiles;
     Real epsilon;
 
-    StreamTask(int64_t p, std::vector<Real> of, Real accuracy, bool wide = true)
-        : TaskOf<Real>(p, wide),
+    StreamTask(int64_t p, std::vector<Real> of, Real accuracy, bool wide_integers = true)
+        : TaskOf<Real>(p, wide_integers),
           orders(std::move(of)),
           quantiles(p * orders.size(), Real(kUntouchedValue)),
           epsilon(accuracy) {
