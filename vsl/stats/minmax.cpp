@@ -22,7 +22,7 @@ struct Extremes {
     void add(Real x) {
         low = x < low ? x : low;
         high = x > high ? x : high;
-        has_nan |= x != x;
+        has_nan |= std::isnan(x);
     }
     void add(const Extremes& other) {
         low = other.low < low ? other.low : low;
@@ -38,11 +38,12 @@ struct Extremes {
 template <int kVectors, class Real>
 void fold(const Real* x, int64_t count, int64_t stride, Extremes<Real>* lanes) {
     using V = decltype(simd::broadcast(Real()));
+    const V infinity = simd::broadcast(std::numeric_limits<Real>::infinity());
     V low[kVectors], high[kVectors], ordered[kVectors];
     for (int v = 0; v < kVectors; ++v) {
-        low[v] = simd::broadcast(std::numeric_limits<Real>::infinity());
+        low[v] = infinity;
         high[v] = simd::broadcast(-std::numeric_limits<Real>::infinity());
-        ordered[v] = low[v] == low[v];
+        ordered[v] = high[v] <= low[v];
     }
     for (int64_t j = 0; j < count; ++j, x += stride) {
 #pragma GCC unroll 4
@@ -50,7 +51,7 @@ void fold(const Real* x, int64_t count, int64_t stride, Extremes<Real>* lanes) {
             const V value = simd::load(x + v * V::kLanes);
             low[v] = simd::min(low[v], value);
             high[v] = simd::max(high[v], value);
-            ordered[v] = ordered[v] & (value == value);
+            ordered[v] = ordered[v] & (value <= infinity);
         }
     }
     for (int v = 0; v < kVectors; ++v) {

@@ -4,6 +4,8 @@
 // statistics they are read off the sorted values. Both follow one order of values, so that they agree to the
 // bit.
 
+#include <cmath>
+
 #include "ozk_stats.h"
 #include "vsl/stats/selection.hpp"
 #include "vsl/stats/sort.hpp"
@@ -22,7 +24,7 @@ int64_t list_ranks(const Real* orders, int64_t count, int64_t n, int64_t* ranks)
     int64_t found = 0;
     for (int64_t q = 0; q < count; ++q) {
         const double position = position_of(static_cast<double>(orders[q]), n);
-        if (position != position) continue;
+        if (std::isnan(position)) continue;
         const int64_t k = static_cast<int64_t>(position);
         ranks[found++] = k;
         if (k + 1 < n) ranks[found++] = k + 1;
@@ -41,7 +43,7 @@ struct Orders {
     void write(int64_t n, At at, Real* quantiles) const {
         for (int64_t q = 0; q < count; ++q) {
             const double position = position_of(static_cast<double>(values[q]), n);
-            quantiles[q] = static_cast<Real>(position == position ? interpolate(n, position, at) : position);
+            quantiles[q] = static_cast<Real>(std::isnan(position) ? position : interpolate(n, position, at));
         }
     }
 };
