@@ -348,6 +348,67 @@ OZK_API ozk_status ozk_statistics_get(const ozk_statistics* statistics, uint64_t
 /* W and V. */
 OZK_API ozk_status ozk_statistics_weights(const ozk_statistics* statistics, double* total, double* squares);
 
+/* Estimates of one sample: p components of n >= 1 observations in x, in one of the layouts above. Quantiles are
+ * those of the sorted values s_0 <= ... <= s_(n-1), linear between them: with h = q (n - 1) and k = floor(h),
+ * s_k + (s_(k+1) - s_k)(h - k). */
+
+/* Of one component. Where a value is NaN, everything but the count is. */
+typedef struct ozk_description {
+    int64_t count;
+    double mean;
+    double deviation; /* sqrt(sum (x - m)^2 / (n - 1)), NaN for one observation */
+    double skewness;  /* of central moments, as above; NaN without deviation */
+    double kurtosis;  /* excess */
+    double minimum, lower_quartile, median, upper_quartile, maximum;
+    double median_deviation; /* the median of |x - median|, unscaled */
+    double mean_deviation;   /* sum |x - m| / n */
+} ozk_description;
+
+/* All of it, to descriptions[p]. */
+OZK_API ozk_status ozk_d_describe(int64_t p, int64_t n, const double* x, int32_t layout,
+                                  ozk_description* descriptions);
+/* The quantiles of m >= 1 orders in [0, 1]: that of component i and orders[q] to quantiles[i * m + q]. NaNs count
+ * as larger than everything. */
+OZK_API ozk_status ozk_d_quantiles(int64_t p, int64_t n, const double* x, int32_t layout, int64_t m,
+                                   const double* orders, double* quantiles);
+/* The median of each component under weights[n] >= 0, to medians[p]: the smallest value whose cumulated weight
+ * reaches W / 2, or the mean of it and the next where it is exactly that; NaN where all weights are 0. */
+OZK_API ozk_status ozk_d_weighted_median(int64_t p, int64_t n, const double* x, int32_t layout,
+                                         const double* weights, double* medians);
+/* Each component sorted ascending, in the layout of x; `sorted` may be x. NaNs come last. */
+OZK_API ozk_status ozk_d_sort(int64_t p, int64_t n, const double* x, int32_t layout, double* sorted);
+/* Mean of all observations and covariance within groups: observation j belongs to group groups[j] >= 0; with
+ * C_g the cross-products about the mean of group g, covariance[p * p] = sum of C_g / (n - number of groups).
+ * weights[n] >= 0, null: all 1; with weights sum of C_g / sum of (W_g - V_g / W_g). */
+OZK_API ozk_status ozk_d_pooled_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                           const double* weights, const int64_t* groups, double* mean,
+                                           double* covariance);
+/* The covariance of the components with roles[i] = 1 when the influence of those with -1 is taken out; 0: left
+ * out. covariance holds p rows of p, partial as many rows and columns as there are roles 1. The status is
+ * ozk_stats.h's -4033 when the covariance of the components with -1 is not positive definite. */
+OZK_API ozk_status ozk_d_partial_covariance(int64_t p, const double* covariance, const int64_t* roles,
+                                            double* partial);
+/* The valid correlation matrix next to `correlation`, which may have negative eigenvalues, in the construction of
+ * Rebonato and Jaeckel (1999); p rows of p. The result may be the input. */
+OZK_API ozk_status ozk_d_valid_correlation(int64_t p, const double* correlation, double* valid);
+
+/* Quantiles of data that arrive in portions, with guaranteed rank error: the answer to order q is a value whose
+ * rank among the N values so far is within epsilon N of q N, in whatever order they come; exact up to
+ * min(4 / epsilon, 2^22) values, at least 256. It keeps a few numbers over epsilon for each component, not the
+ * data. */
+typedef struct ozk_quantile_stream ozk_quantile_stream;
+
+/* For p >= 1 components and 0 < epsilon <= 1. */
+OZK_API ozk_status ozk_quantile_stream_new(int64_t p, double epsilon, ozk_quantile_stream** stream);
+/* Null is allowed. */
+OZK_API void ozk_quantile_stream_delete(ozk_quantile_stream* stream);
+/* Adds n >= 1 observations; when it fails, none of them. */
+OZK_API ozk_status ozk_quantile_stream_add(ozk_quantile_stream* stream, int64_t n, const double* x,
+                                           int32_t layout);
+/* As ozk_d_quantiles; NaN before the first observation. */
+OZK_API ozk_status ozk_quantile_stream_get(ozk_quantile_stream* stream, int64_t m, const double* orders,
+                                           double* quantiles);
+
 /* ---- Splines ---------------------------------------------------------------------------------------- */
 
 /* A spline through given points, and everything that it was made from; several functions over the same knots share

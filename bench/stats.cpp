@@ -1,4 +1,5 @@
-// Summary statistics on one thread: means and variances, moments and covariances of p components.
+// Summary statistics on one thread: means and variances, moments and covariances of p components; and the cases of
+// bench/order_statistics.cpp.
 
 #include <gsl/gsl_statistics_double.h>
 
@@ -8,6 +9,7 @@
 #include <random>
 
 #include "bench/driver.hpp"
+#include "bench/order_statistics.hpp"
 #include "ozk_core.h"
 #include "ozk_stats.h"
 
@@ -168,7 +170,7 @@ std::vector<Case> cases() {
     const uint64_t covariance = kOzkStatsMean | kOzkStatsCovariance;
     const auto long_vector = std::make_shared<Data>(1, 5'000'000), ten = std::make_shared<Data>(10, 10'000);
     const auto hundred = std::make_shared<Data>(100, 2'000);
-    return {
+    std::vector<Case> all = {
         variance_case("p=1 n=1000", 1, 1000),
         variance_case("p=10 n=10000", 10, 10'000),
         variance_case("p=1 n=5000000", 1, 5'000'000),
@@ -190,6 +192,8 @@ std::vector<Case> cases() {
          ours(hundred, covariance),
          {contender("Eigen", hundred, eigen_covariance), contender("dsyrk alone", hundred, rank_k_update)}},
     };
+    for (Case& c : order_statistics_cases()) all.push_back(std::move(c));
+    return all;
 }
 
 std::vector<Section> run(const std::string& filter, bool planned) {

@@ -227,8 +227,14 @@ static const uint64_t kOzkStatsMinimum = 0x400;
 static const uint64_t kOzkStatsMaximum = 0x800;
 static const uint64_t kOzkStatsCovariance = 0x1000;
 static const uint64_t kOzkStatsCorrelation = 0x2000;
+static const uint64_t kOzkStatsPooledCovariance = 0x4000; /* with the pooled mean */
+static const uint64_t kOzkStatsGroupCovariances = 0x8000; /* with the groups' means */
 static const uint64_t kOzkStatsQuantiles = 0x10000;
 static const uint64_t kOzkStatsOrderStatistics = 0x20000;
+static const uint64_t kOzkStatsPartialCovariance = 0x100000;
+static const uint64_t kOzkStatsPartialCorrelation = 0x200000;
+static const uint64_t kOzkStatsParametrizedCorrelation = 0x800000;
+static const uint64_t kOzkStatsStreamQuantiles = 0x1000000;
 static const uint64_t kOzkStatsSum = 0x2000000;
 static const uint64_t kOzkStatsRawSum2 = 0x4000000;
 static const uint64_t kOzkStatsRawSum3 = 0x8000000;
@@ -239,13 +245,16 @@ static const uint64_t kOzkStatsCentralSum4 = 0x80000000;
 static const uint64_t kOzkStatsCrossProduct = 0x100000000;
 static const uint64_t kOzkStatsMedianDeviation = 0x200000000;
 static const uint64_t kOzkStatsMeanDeviation = 0x400000000;
+static const uint64_t kOzkStatsSortedObservations = 0x800000000;
 
 /* ---- Methods: bits of the 32-bit method word ---- */
 
 enum {
-    kOzkStatsFast = 0x1,             /* Two passes over blocks that stay in cache; plain selection. */
-    kOzkStatsOnePass = 0x2,          /* The running update, observation by observation. */
-    kOzkStatsFastCallerMean = 0x100, /* Fast, about the means that the caller gives. */
+    kOzkStatsFast = 0x1,              /* Two passes over blocks that stay in cache; plain selection. */
+    kOzkStatsOnePass = 0x2,           /* The running update, observation by observation. */
+    kOzkStatsStreamExactStart = 0x40, /* Streaming quantiles, exact as long as the data fit in a buffer. */
+    kOzkStatsStreamSummary = 0x80,    /* Streaming quantiles, every portion to the summary at once. */
+    kOzkStatsFastCallerMean = 0x100,  /* Fast, about the means that the caller gives. */
     kOzkStatsCrossProductToCovariance = 0x200, /* Covariance and correlation from the cross-product. */
     kOzkStatsSumsToMoments = 0x400,            /* Mean and moments from the sums. */
     kOzkStatsRadixSort = 0x100000              /* Sorting. */
@@ -503,6 +512,198 @@ OZK_EXPORT int _vsldSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t met
                             const OzkThreading* threading);
 OZK_EXPORT int _vslsSSBasic(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                             const OzkThreading* threading);
+
+/* ---- What the estimators below share ----
+ *
+ * They look at one component after another, for the selected components only; results of the others are not
+ * touched. Weights count where it is said. Threads: components are spread over threading->advise_threads's
+ * number of threads, at most p; no result depends on it. Null threading: the calling thread alone. A call
+ * that fails has written nothing.
+ *
+ * Status, checked first by all that read observations: no task kOzkStatsErrorTask; dimension missing or below
+ * 1 kOzkStatsErrorDimension; number of observations kOzkStatsErrorObservationCount; storage missing
+ * kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage. Observations missing, kOzkStatsErrorObservations, is
+ * checked after what each function lists; memory, kOzkStatsErrorMemory, comes last.
+ *
+ * Order of values: ascending by the totalOrder predicate of IEEE 754, where -0 stands before +0, NaNs with the
+ * sign bit before everything and NaNs without it behind. */
+
+/* Minimum and maximum of each component, as the mask has kOzkStatsMinimum and kOzkStatsMaximum; NaN where a
+ * value is NaN. Weights are not read. One pass at the speed of memory, on the calling thread, without scratch.
+ * Status: minimum or maximum array missing kOzkStatsErrorMinimum, kOzkStatsErrorMaximum; neither kOzkStatsFast
+ * nor kOzkStatsOnePass kOzkStatsErrorMethod. */
+OZK_EXPORT int _vsldSSMinmax(OzkStatsTask* task, uint64_t estimates, uint32_t method);
+OZK_EXPORT int _vslsSSMinmax(OzkStatsTask* task, uint64_t estimates, uint32_t method);
+
+/* Absolute deviations of each component, as the mask asks:
+ *
+ *   kOzkStatsMedianDeviation  median of |x_j - median of x|: unscaled; medians as the quantile of order 0.5
+ *                             below, weights not read
+ *   kOzkStatsMeanDeviation    sum of w_j |x_j - m| / W, about the mean, or with kOzkStatsFastCallerMean about
+ *                             what the array of means holds
+ *
+ * Status: median: its array missing kOzkStatsErrorMedianDeviation, no kOzkStatsFast kOzkStatsErrorMethod; mean:
+ * its array missing kOzkStatsErrorMeanDeviation, neither kOzkStatsFast nor kOzkStatsFastCallerMean
+ * kOzkStatsErrorMethod, the caller's means missing kOzkStatsErrorMean. Scratch: n reals for each thread, for
+ * medians only. Accuracy: all in double; means to a few units in the last place, whatever mean over
+ * deviation. */
+OZK_EXPORT int _vsldSSMAD(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                          const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMAD(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                          const OzkThreading* threading);
+
+/* Quantiles and order statistics of each component; weights are not read.
+ *
+ *   kOzkStatsQuantiles        for each order q of the m orders, with s_0 <= ... <= s_(n-1) the sorted values,
+ *                             h = q (n - 1), k = floor(h): s_k + (s_(k+1) - s_k)(h - k), s_(n-1) for q = 1.
+ *                             Component i's m quantiles stand at i * m, in the order of the orders.
+ *   kOzkStatsOrderStatistics  all values sorted, a p by n matrix in a storage of its own
+ *
+ * This is definition 7 of Hyndman and Fan, The American Statistician 50 (1996). Orders may come in any order
+ * and repeat; the quantile of an order that is NaN is NaN. The results do not depend on whether both are
+ * asked for. The order statistics may not overlap the observations.
+ *
+ * Status: for quantiles: quantiles missing kOzkStatsErrorQuantiles, orders kOzkStatsErrorQuantileOrders, number
+ * of orders missing or below 0 or an order outside [0, 1] kOzkStatsErrorQuantileOrderCount; for order
+ * statistics: array missing kOzkStatsErrorOrderStatistics, storage missing kOzkStatsErrorInteger or unknown
+ * kOzkStatsErrorStorage; no kOzkStatsFast kOzkStatsErrorMethod. Scratch: n reals for each thread, together at
+ * most 1 GiB on more than one thread.
+ *
+ * Method: selection (Floyd and Rivest, CACM 18, 1975), about 1.6 n steps for one order, n log m for m; radix
+ * sort for order statistics. */
+OZK_EXPORT int _vsldSSQuantiles(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                const OzkThreading* threading);
+OZK_EXPORT int _vslsSSQuantiles(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                const OzkThreading* threading);
+
+/* The median of each component under the weights (without weights, all 1), to element i of the quantiles: the
+ * smallest x whose cumulated weight reaches W / 2; where it is W / 2 exactly, the mean of it and the next value.
+ * Observations of weight 0 are absent; NaN where all are. The mask is not read. Status: quantiles missing
+ * kOzkStatsErrorQuantiles; no kOzkStatsFast kOzkStatsErrorMethod. Scratch: 2 n reals for each thread. */
+OZK_EXPORT int _vsldSSWeightedMedian(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                     const OzkThreading* threading);
+OZK_EXPORT int _vslsSSWeightedMedian(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                     const OzkThreading* threading);
+
+/* Sorts each component ascending into the sorted observations, a p by n matrix in a storage of its own, or in
+ * place, where these are the observations. The mask is not read. Status: sorted observations missing
+ * kOzkStatsErrorSortedObservations, their storage kOzkStatsErrorInteger; in place: another storage than that of
+ * the observations kOzkStatsErrorInteger, component indices kOzkStatsErrorSortInPlace; storage unknown
+ * kOzkStatsErrorStorage; no kOzkStatsRadixSort kOzkStatsErrorMethod. Scratch: n reals for each thread, 2 n where
+ * the result is by observation, bounded as that of the quantiles. Method: radix sort of the primitives. */
+OZK_EXPORT int _vsldSSSort(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                           const OzkThreading* threading);
+OZK_EXPORT int _vslsSSSort(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                           const OzkThreading* threading);
+
+/* Sort in place, ascending by <: `count` values side by side, or `stride` elements apart; count <= 0 does
+ * nothing. The third rearranges count >= 1 values and returns the k-th smallest, 0 <= k < count. NaNs are equal
+ * to everything: they leave the values in some order, and lose none. Nothing is allocated. Quicksort about the
+ * median of three (Sedgewick, CACM 21, 1978): n log n on average, n^2 for arrays made to be bad. */
+OZK_EXPORT void __vsldQSort(int64_t count, double* array);
+OZK_EXPORT void __vslsQSort(int64_t count, float* array);
+OZK_EXPORT void __vsldQSortStep(int64_t count, double* array, int64_t stride);
+OZK_EXPORT void __vslsQSortStep(int64_t count, float* array, int64_t stride);
+OZK_EXPORT double __vsldQSortSelect(int64_t count, double* array, int64_t k);
+OZK_EXPORT float __vslsQSortSelect(int64_t count, float* array, int64_t k);
+
+/* Quantiles of data that arrive in portions: adds the n >= 0 observations of this call to what the task keeps
+ * of those before, and writes the quantiles of all so far: component i's m quantiles at i * m, NaN before the
+ * first observation. Weights and mask are not read.
+ *
+ * The single parameter is the accuracy epsilon, 0 < epsilon <= 1, that of the first call for all that follow:
+ * the answer to order q is an observed value whose rank among all N values is within epsilon N of q N, for any
+ * data in any order.
+ *
+ *   kOzkStatsStreamExactStart  (also where both are set) values gather in a sorted buffer, and the quantiles are
+ *                              exact, by the formula of _vsl?SSQuantiles, until it holds
+ *                              min(4 / epsilon, 2^22), at least 256; a full buffer goes to the summary. For
+ *                              small portions.
+ *   kOzkStatsStreamSummary     every portion goes to the summary at once. For large portions.
+ *
+ * The two may follow each other. Memory of a component: the buffer and a summary that grows like (1 / epsilon)
+ * log(epsilon N): measured at N = 10^6 at most 1.0 / epsilon tuples of 24 bytes
+ * on random, sorted, reversed, zigzag and constant data, and 5.3 / epsilon on the worst order tried, from both
+ * ends inwards. It goes with the task, or with __vslSQuantilesFreeBuffers, after
+ * which the task starts afresh.
+ *
+ * Status: dimension missing, below 1 or other than that of the portions before kOzkStatsErrorDimension; number
+ * of observations missing or below 0 kOzkStatsErrorObservationCount; for n > 0 observations missing
+ * kOzkStatsErrorObservations, storage missing kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage; quantiles
+ * missing kOzkStatsErrorStreamQuantiles; orders missing kOzkStatsErrorStreamOrders; their number missing or
+ * below 0 kOzkStatsErrorStreamOrderCount; number of parameters missing
+ * kOzkStatsErrorStreamParameterCountMissing, not 1 kOzkStatsErrorStreamParameterCount; an order outside [0, 1]
+ * or NaN kOzkStatsErrorStreamOrderCount; parameters missing kOzkStatsErrorStreamParameters; neither method
+ * kOzkStatsErrorMethod; accuracy out of range kOzkStatsErrorStreamAccuracy; memory kOzkStatsErrorMemory. A
+ * portion that fails is not added.
+ *
+ * Sources: Greenwald and Khanna, SIGMOD 2001; Luo, Wang, Yi and Cormode, VLDB Journal 25 (2016). */
+OZK_EXPORT int _vsldSSStreamQuantiles(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                      const OzkThreading* threading);
+OZK_EXPORT int _vslsSSStreamQuantiles(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                      const OzkThreading* threading);
+/* Frees what the streaming quantiles keep in the task; null is allowed. */
+OZK_EXPORT void __vslSQuantilesFreeBuffers(OzkStatsTask* task);
+
+/* Covariance (kOzkStatsPartialCovariance) and correlation (kOzkStatsPartialCorrelation) of the components Y,
+ * whose partial index is 1, when the influence of the components X, index -1, is taken out; components of index
+ * 0 are left out:
+ *
+ *   S = S_yy - S_yx S_xx^-1 S_xy,    S_ik / sqrt(S_ii S_kk)
+ *
+ * matrices of as many rows as there are components Y, in their order. S_.. are parts of the covariance in the
+ * task, or of the correlation where no covariance is set. Observations are not read. Computed in double through
+ * the Cholesky factor of S_xx; threading is not used.
+ *
+ * Status: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; partial indices missing, none of them 1, or
+ * one other than -1, 0, 1 kOzkStatsErrorPartialIndices; neither covariance nor correlation
+ * kOzkStatsErrorCovariance, its storage missing kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage; each
+ * result asked for missing kOzkStatsErrorPartialCovariance, kOzkStatsErrorPartialCorrelation, its storage as
+ * above; no kOzkStatsFast kOzkStatsErrorMethod; memory kOzkStatsErrorMemory; S_xx not positive definite
+ * kOzkStatsErrorSingularCovariance. */
+OZK_EXPORT int _vsldSSPartialCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+OZK_EXPORT int _vslsSSPartialCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+
+/* Covariance within groups. Observation j belongs to the group that its group index tells, from 0; the number
+ * of groups is one more than the largest index. With W_g, V_g the total and squared weights of group g and
+ * C_g its cross-product matrix about its own mean:
+ *
+ *   kOzkStatsPooledCovariance  sum of C_g / sum of (W_g - V_g / W_g), which without weights is sum of C_g /
+ *                              (n - number of groups with observations); and the pooled mean, which is the
+ *                              mean of all observations
+ *   kOzkStatsGroupCovariances  for each group whose requested index (an int for every group) is nonzero, one
+ *                              after another in group order: p means and C_g / (W_g - V_g / W_g), a matrix of
+ *                              p p values or, packed, p (p + 1) / 2. NaN for a group without observations.
+ *
+ * Status: group indices missing kOzkStatsErrorGroupIndices; pooled: mean missing kOzkStatsErrorPooledMean,
+ * covariance kOzkStatsErrorPooledCovariance, its storage missing kOzkStatsErrorInteger or unknown
+ * kOzkStatsErrorStorage; groups: requested indices missing kOzkStatsErrorGroupIndices, means
+ * kOzkStatsErrorGroupMeans, covariances kOzkStatsErrorGroupCovariances, storage as above; no kOzkStatsFast
+ * kOzkStatsErrorMethod; a group index below 0 or from 2^40 on kOzkStatsErrorGroupIndices. Scratch: 8 (n +
+ * groups + 2 p^2 + 260 p) bytes. Computed in double on the calling thread. */
+OZK_EXPORT int _vsldSSPooledCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+OZK_EXPORT int _vslsSSPooledCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+
+/* A valid correlation matrix near the correlation matrix of the task, which may have negative eigenvalues: with
+ * R = B L B', negative and vanishing eigenvalues raised to p u max(1, largest one) (u: the real type's epsilon),
+ * and the rows of B sqrt(L) scaled to length 1, the result is the product of that matrix with its transpose,
+ * with ones on the diagonal. A matrix that is positive definite comes out as it was, up to rounding. The mask is
+ * not read; the result may be the input. Computed in double; threading is not used.
+ *
+ * Status: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; correlation missing
+ * kOzkStatsErrorCorrelation, its storage missing kOzkStatsErrorInteger or unknown kOzkStatsErrorStorage; result
+ * missing kOzkStatsErrorParametrizedCorrelation, its storage as above; no kOzkStatsFast kOzkStatsErrorMethod;
+ * memory kOzkStatsErrorMemory; an element that is not finite, or no convergence kOzkStatsErrorEigenvalues.
+ *
+ * Source: Rebonato and Jaeckel, Journal of Risk 2 (1999). */
+OZK_EXPORT int _vsldSSCorrelationParametrization(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                                 const OzkThreading* threading);
+OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                                 const OzkThreading* threading);
 
 #ifdef __cplusplus
 }

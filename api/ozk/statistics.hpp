@@ -1,4 +1,5 @@
-// Summary statistics of several components, in as many portions of observations as the caller likes.
+// Summary statistics of several components: in as many portions of observations as the caller likes, and of one
+// sample in one call.
 #pragma once
 
 #include <cstdint>
@@ -144,6 +145,137 @@ class statistics {
 
     size_t components_;
     ozk_statistics* statistics_ = nullptr;
+};
+
+// ---- One sample ---------------------------------------------------------------------------------------
+
+// What ozk.h says of it: count, mean, deviation, skewness, kurtosis, minimum, lower_quartile, median,
+// upper_quartile, maximum, median_deviation, mean_deviation.
+using description = ozk_description;
+
+namespace detail {
+
+// Observations of p components in x; throws when they are no whole number.
+inline int64_t observations(const char* function, std::span<const double> x, size_t p) {
+    if (p == 0 || x.size() % p != 0) {
+        throw error(Family::statistics, kOzkCodeSize,
+                    std::string(function) + ": " + std::to_string(x.size()) +
+                        " values are no whole number of observations of " + std::to_string(p) +
+                        " components");
+    }
+    return static_cast<int64_t>(x.size() / p);
+}
+
+}  // namespace detail
+
+// Everything that is usually asked about a sample, of each of its p components.
+inline std::vector<description> describe(std::span<const double> x, size_t p = 1,
+                                         Layout layout = Layout::by_observation) {
+    const int64_t n = detail::observations("ozk::describe", x, p);
+    std::vector<description> descriptions(p);
+    detail::check(ozk_d_describe(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                 descriptions.data()));
+    return descriptions;
+}
+// The columns of a matrix, whose rows are the observations.
+inline std::vector<description> describe(const matrix& x) { return describe(x.values(), x.columns()); }
+
+// A row for each component, a column for each order in [0, 1].
+inline matrix quantiles(std::span<const double> x, std::span<const double> orders, size_t p = 1,
+                        Layout layout = Layout::by_observation) {
+    const int64_t n = detail::observations("ozk::quantiles", x, p);
+    matrix values(p, orders.size());
+    detail::check(ozk_d_quantiles(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                  static_cast<int64_t>(orders.size()), orders.data(),
+                                  values.values().data()));
+    return values;
+}
+
+// The median of each component, every observation counting as its weight >= 0.
+inline std::vector<double> weighted_median(std::span<const double> x, std::span<const double> weights,
+                                           size_t p = 1, Layout layout = Layout::by_observation) {
+    const int64_t n = detail::observations("ozk::weighted_median", x, p);
+    detail::same_size(Family::statistics, "ozk::weighted_median", static_cast<size_t>(n), weights.size());
+    std::vector<double> medians(p);
+    detail::check(ozk_d_weighted_median(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                        weights.data(), medians.data()));
+    return medians;
+}
+
+// Sorts each component ascending, in place.
+inline void sort(std::span<double> x, size_t p = 1, Layout layout = Layout::by_observation) {
+    const int64_t n = detail::observations("ozk::sort", x, p);
+    detail::check(ozk_d_sort(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout), x.data()));
+}
+
+struct pooled_covariance_result {
+    std::vector<double> mean;
+    matrix covariance;
+};
+// The covariance within groups: observation j belongs to group groups[j] >= 0.
+inline pooled_covariance_result pooled_covariance(std::span<const double> x, std::span<const int64_t> groups,
+                                                  size_t p = 1, Layout layout = Layout::by_observation) {
+    const int64_t n = detail::observations("ozk::pooled_covariance", x, p);
+    detail::same_size(Family::statistics, "ozk::pooled_covariance", static_cast<size_t>(n), groups.size());
+    pooled_covariance_result result = {std::vector<double>(p), matrix(p, p)};
+    detail::check(ozk_d_pooled_covariance(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                          nullptr, groups.data(), result.mean.data(),
+                                          result.covariance.values().data()));
+    return result;
+}
+
+// The covariance of the components with role 1 when the influence of those with role -1 is taken out.
+inline matrix partial_covariance(const matrix& covariance, std::span<const int64_t> roles) {
+    detail::same_size(Family::statistics, "ozk::partial_covariance", covariance.rows(), covariance.columns());
+    detail::same_size(Family::statistics, "ozk::partial_covariance", covariance.rows(), roles.size());
+    size_t count = 0;
+    for (const int64_t role : roles) count += role == 1;
+    matrix partial(count, count);
+    detail::check(ozk_d_partial_covariance(static_cast<int64_t>(roles.size()), covariance.values().data(),
+                                           roles.data(), partial.values().data()));
+    return partial;
+}
+
+// The valid correlation matrix next to one that may have negative eigenvalues.
+inline matrix valid_correlation(matrix correlation) {
+    detail::same_size(Family::statistics, "ozk::valid_correlation", correlation.rows(),
+                      correlation.columns());
+    detail::check(ozk_d_valid_correlation(static_cast<int64_t>(correlation.rows()),
+                                          correlation.values().data(), correlation.values().data()));
+    return correlation;
+}
+
+// Quantiles of data that arrive in portions, of which it keeps a summary: the rank of an answer is within
+// epsilon N of what was asked for. Movable; one thread at a time uses it.
+class quantile_stream {
+  public:
+    explicit quantile_stream(double epsilon, size_t p = 1) : components_(p) {
+        detail::check(ozk_quantile_stream_new(static_cast<int64_t>(p), epsilon, &stream_));
+    }
+    quantile_stream(quantile_stream&& other) noexcept
+        : components_(other.components_), stream_(std::exchange(other.stream_, nullptr)) {}
+    quantile_stream& operator=(quantile_stream&& other) noexcept {
+        std::swap(components_, other.components_);
+        std::swap(stream_, other.stream_);
+        return *this;
+    }
+    ~quantile_stream() { ozk_quantile_stream_delete(stream_); }
+
+    void add(std::span<const double> x, Layout layout = Layout::by_observation) {
+        const int64_t n = detail::observations("ozk::quantile_stream::add", x, components_);
+        detail::check(ozk_quantile_stream_add(stream_, n, x.data(), static_cast<int32_t>(layout)));
+    }
+    // A row for each component, a column for each order in [0, 1].
+    ozk::matrix quantiles(std::span<const double> orders) {
+        ozk::matrix values(components_, orders.size());
+        detail::check(ozk_quantile_stream_get(stream_, static_cast<int64_t>(orders.size()), orders.data(),
+                                              values.values().data()));
+        return values;
+    }
+
+  private:
+    size_t components_;
+    ozk_quantile_stream* stream_ = nullptr;
 };
 
 }  // namespace ozk

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -65,6 +66,27 @@ TEST(Snippet, Streams) {
     workers[0].uniform(u);
     // [end]
     EXPECT_EQ(workers.size(), 4u);
+}
+
+TEST(Snippet, OneSample) {
+    const std::vector<double> prices = {1, 20, 2, 30, 3, 10, 4, 40};
+    std::vector<std::array<double, 6>> summary;
+    // [one sample]
+    for (const ozk::description& d : ozk::describe(prices, 2)) {  // pairs: two components
+        const double spread = d.upper_quartile - d.lower_quartile;
+        summary.push_back({d.mean, d.deviation, d.minimum, d.median, d.maximum, spread});
+    }
+    const std::vector<double> orders = {0.05, 0.95};
+    const ozk::matrix range = ozk::quantiles(prices, orders, 2);  // a row for each component
+
+    ozk::quantile_stream stream(0.001);  // ranks within a thousandth, of any number of values
+    stream.add(prices);
+    const double median = stream.quantiles(std::vector<double>{0.5})(0, 0);
+    // [end]
+    EXPECT_EQ(summary[1][3], 25);
+    EXPECT_EQ(summary[0][5], 1.5);
+    EXPECT_EQ(range(0, 1), 1 + 0.95 * 3);
+    EXPECT_EQ(median, 7);
 }
 
 TEST(Snippet, Statistics) {
@@ -130,7 +152,7 @@ TEST(Snippet, StandsInThePageAsItIsCompiledHere) {
         EXPECT_NE(page.find("```cpp\n" + snippet + "```"), page.npos) << snippet;
         ++count;
     }
-    EXPECT_EQ(count, 7);
+    EXPECT_EQ(count, 8);
 }
 
 }  // namespace

@@ -118,31 +118,77 @@ TEST(StatsBasic, DigitsSurviveAMeanMuchLargerThanTheDeviation) {
                 }
 }
 
-// Univariate data sets of certified mean and standard deviation, NIST Statistical Reference Datasets: NumAcc1
-// to 4.
-TEST(StatsBasic, NistDataSetsHaveTheirCertifiedValues) {
-    struct Set {
-        std::vector<double> values;
-        double mean, deviation;
-        double digits;  // log relative error of the deviation: what the data's own rounding leaves
-    };
+// Univariate data sets of certified mean, standard deviation and lag-1 autocorrelation, NIST Statistical
+// Reference Datasets: NumAcc1 to 4.
+struct Certified {
+    std::vector<double> values;
+    double mean, deviation, autocorrelation;
+    double digits;  // log relative error of the deviation: what the data's own rounding leaves
+};
+
+std::vector<Certified> certified_sets() {
     const auto alternating = [](double first, double low, double high) {
         std::vector<double> values = {first};
         for (int i = 0; i < 500; ++i) values.insert(values.end(), {low, high});
         return values;
     };
-    const Set sets[] = {{{10000001, 10000003, 10000002}, 10000002, 1, 15},
-                        {alternating(1.2, 1.1, 1.3), 1.2, 0.1, 14.5},
-                        {alternating(1000000.2, 1000000.1, 1000000.3), 1000000.2, 0.1, 9.4},
-                        {alternating(10000000.2, 10000000.1, 10000000.3), 10000000.2, 0.1, 8.2}};
-    for (const Set& set : sets)
+    return {{{10000001, 10000003, 10000002}, 10000002, 1, -0.5, 15},
+            {alternating(1.2, 1.1, 1.3), 1.2, 0.1, -0.999, 14.5},
+            {alternating(1000000.2, 1000000.1, 1000000.3), 1000000.2, 0.1, -0.999, 9.4},
+            {alternating(10000000.2, 10000000.1, 10000000.3), 10000000.2, 0.1, -0.999, 8.2}};
+}
+
+TEST(StatsBasic, NistDataSetsHaveTheirCertifiedValuesWholeAndInPortions) {
+    for (const Certified& set : certified_sets())
+        for (const uint32_t method : kMethods)
+            for (const bool portions : {false, true}) {
+                Problem<double> problem(1, static_cast<int64_t>(set.values.size()));
+                problem.x = set.values;
+                const uint64_t mask = kOzkStatsMean | kOzkStatsCovariance;
+                for (int64_t first = 0; first < problem.n;) {
+                    const int64_t last = portions ? std::min(problem.n, first + 2 + first / 2) : problem.n;
+                    ASSERT_EQ(problem.run(mask, method, nullptr, first, last), 0);
+                    first = last;
+                }
+                EXPECT_NEAR(problem.results[kOzkStatsMean][0], set.mean, 1e-15 * set.mean);
+                const double deviation = std::sqrt(problem.results[kOzkStatsCovariance][0]);
+                // Between portions the mean is rounded to its array.
+                const double rounding = portions ? set.mean / set.deviation * 0x1p-53 : 0;
+                EXPECT_NEAR(deviation, set.deviation, set.deviation * (std::pow(10, -set.digits) + rounding))
+                    << set.mean << ", method " << method << (portions ? ", in portions" : "");
+                // And to 14 digits that of the data as they are stored.
+                EXPECT_EQ(first_error(problem, mask, 1e-14 + rounding), "") << set.mean;
+            }
+}
+
+TEST(StatsBasic, NistDataSetsHaveTheirCertifiedAutocorrelation) {
+    for (const Certified& set : certified_sets()) {
+        // The series beside itself one later, about the certified mean; then all of it, for the variance.
+        const int64_t n = static_cast<int64_t>(set.values.size());
+        Problem<double> lagged(2, n - 1), whole(1, n);
+        whole.x = set.values;
+        std::copy(set.values.begin(), set.values.end() - 1, lagged.x.begin());
+        std::copy(set.values.begin() + 1, set.values.end(), lagged.x.begin() + (n - 1));
+        lagged.results[kOzkStatsMean] = {set.mean, set.mean};
+        whole.results[kOzkStatsMean] = {set.mean};
+        ASSERT_EQ(lagged.run(kOzkStatsCrossProduct, kOzkStatsFastCallerMean), 0);
+        ASSERT_EQ(whole.run(kOzkStatsCrossProduct, kOzkStatsFastCallerMean), 0);
+        EXPECT_NEAR(lagged.results[kOzkStatsCrossProduct][1] / whole.results[kOzkStatsCrossProduct][0],
+                    set.autocorrelation, std::pow(10, -std::min(set.digits, 14.0)));
+    }
+}
+
+TEST(StatsBasic, NistDataSetsInSinglePrecisionHaveTheDigitsThatItHolds) {
+    for (const Certified& set : certified_sets())
         for (const uint32_t method : kMethods) {
-            Problem<double> problem(1, static_cast<int64_t>(set.values.size()));
-            problem.x = set.values;
+            Problem<float> problem(1, static_cast<int64_t>(set.values.size()));
+            problem.x.assign(set.values.begin(), set.values.end());
             ASSERT_EQ(problem.run(kOzkStatsMean | kOzkStatsCovariance, method), 0);
-            EXPECT_NEAR(problem.results[kOzkStatsMean][0], set.mean, 1e-15 * set.mean);
-            const double deviation = std::sqrt(problem.results[kOzkStatsCovariance][0]);
-            EXPECT_NEAR(deviation, set.deviation, set.deviation * std::pow(10, -set.digits)) << set.mean;
+            EXPECT_NEAR(problem.results[kOzkStatsMean][0], set.mean, 0x1p-24 * set.mean);
+            EXPECT_EQ(first_error(problem, kOzkStatsMean | kOzkStatsCovariance, 0x1p-24), "") << set.mean;
+            if (set.mean == 10000002) {  // the only one whose data it holds exactly
+                EXPECT_EQ(problem.results[kOzkStatsCovariance][0], 1);
+            }
         }
 }
 
