@@ -10,7 +10,7 @@
 //
 // Special lanes: the larger magnitude is outside the range in which no square overflows and none of the parts
 // that matter underflows. There the scalar path computes on both arguments times a power of two. A smaller
-// magnitude is raised to 2^-460 (single 2^-54), which does not show in the result.
+// magnitude below 2^-460 (single 2^-54) is raised to that, which does not show in the result.
 //
 // An infinite result of finite arguments is an overflow. hypot(infinity, NaN) is infinite.
 
