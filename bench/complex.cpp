@@ -1,4 +1,4 @@
-// Complex functions and pack/unpack, 1,024 elements in the first-level cache. Peers of a multiplication or division
+// Complex functions, pack/unpack and strided forms, 1,024 elements in the first-level cache. Peers of a multiplication or division
 // differ in care, which their names tell: "C99" recovers infinities (Annex G), "plain formula" neither that nor
 // overflow, "long double" computes with 64 bits. The high accuracy level rounds each component correctly but for
 // hundredths of an ulp, which of these only "long double" comes near to.
@@ -7,6 +7,7 @@
 
 #include <Eigen/Core>
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <memory>
 #include <random>
@@ -27,7 +28,6 @@ template <class T>
 struct Data {
     std::vector<Complex<T>> a, b, r;
     std::vector<T> real;
-    std::vector<int32_t> index, mask;
 
     Data()
         : a(kElements * kStride), b(kElements * kStride), r(kElements * kStride), real(kElements * kStride) {
@@ -35,11 +35,6 @@ struct Data {
         std::uniform_real_distribution<T> uniform(-10, 10);
         for (auto* v : {&a, &b})
             for (Complex<T>& z : *v) z = {uniform(random), uniform(random)};
-        for (int i = 0; i < kElements; ++i) {
-            index.push_back(i);
-            mask.push_back(static_cast<int32_t>(random() & 1));
-        }
-        std::shuffle(index.begin(), index.end(), random);
     }
 };
 
@@ -95,7 +90,6 @@ class Cases {
         to_real("Abs", {real_loop("C library", [](auto x) { return std::abs(x); }),
                         real_loop("plain formula", [](auto x) { return std::sqrt(std::norm(x)); })});
         to_real("Arg", {real_loop("C library", [](auto x) { return std::arg(x); })});
-        pack();
     }
 
   private:
@@ -195,11 +189,93 @@ class Cases {
         one_argument(function, std::move(peers), data_->real.data());
     }
 
+    std::vector<Case>& all_;
+    std::shared_ptr<Data<T>> data_ = std::make_shared<Data<T>>();
+};
+
+// Pack and unpack of elements of any type, which p names.
+template <class Element>
+class Packs {
+  public:
+    Packs(char p, std::vector<Case>& all) : type_(p), all_(all) {}
+
+    void add_all() {
+        using Step = void(int64_t, const Element*, int64_t, Element*, int32_t);
+        using Back = void(int64_t, const Element*, Element*, int64_t, int32_t);
+        using By = void(int64_t, const Element*, const void*, Element*, int32_t);
+        using BackBy = void(int64_t, const Element*, Element*, const void*, int32_t);
+        pack_case(
+            "PackI",
+            [](void* k, Data& d) {
+                reinterpret_cast<Step*>(k)(kElements, d.a.data(), kStride, d.r.data(), 1);
+            },
+            [](Data& d) {
+                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[i * kStride];
+            });
+        pack_case(
+            "PackV",
+            [](void* k, Data& d) {
+                reinterpret_cast<By*>(k)(kElements, d.a.data(), d.index.data(), d.r.data(), 1);
+            },
+            [](Data& d) {
+                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[d.index[i]];
+            });
+        pack_case(
+            "PackM",
+            [](void* k, Data& d) {
+                reinterpret_cast<By*>(k)(kElements, d.a.data(), d.mask.data(), d.r.data(), 1);
+            },
+            [](Data& d) {
+                for (int i = 0, j = 0; i < kElements; ++i)
+                    if (d.mask[i] != 0) d.r[j++] = d.a[i];
+            });
+        pack_case(
+            "UnpackI",
+            [](void* k, Data& d) {
+                reinterpret_cast<Back*>(k)(kElements, d.a.data(), d.r.data(), kStride, 1);
+            },
+            [](Data& d) {
+                for (int i = 0; i < kElements; ++i) d.r[i * kStride] = d.a[i];
+            });
+        pack_case(
+            "UnpackV",
+            [](void* k, Data& d) {
+                reinterpret_cast<BackBy*>(k)(kElements, d.a.data(), d.r.data(), d.index.data(), 1);
+            },
+            [](Data& d) {
+                for (int i = 0; i < kElements; ++i) d.r[d.index[i]] = d.a[i];
+            });
+        pack_case(
+            "UnpackM",
+            [](void* k, Data& d) {
+                reinterpret_cast<BackBy*>(k)(kElements, d.a.data(), d.r.data(), d.mask.data(), 1);
+            },
+            [](Data& d) {
+                for (int i = 0, j = 0; i < kElements; ++i)
+                    if (d.mask[i] != 0) d.r[i] = d.a[j++];
+            });
+    }
+
+  private:
+    struct Data {
+        std::vector<Element> a, r;
+        std::vector<int32_t> index, mask;
+
+        Data() : a(kElements * kStride), r(kElements * kStride) {
+            std::mt19937 random(1);
+            for (int i = 0; i < kElements; ++i) {
+                index.push_back(i);
+                mask.push_back(static_cast<int32_t>(random() & 1));
+            }
+            std::shuffle(index.begin(), index.end(), random);
+        }
+    };
+
     template <class Ours, class Plain>
     void pack_case(const char* function, Ours ours, Plain plain) {
-        Case c{fmt::format("pack/{}/{}", function, kType), kElements, {}, {}};
+        Case c{fmt::format("pack/{}/{}", function, type_), kElements, {}, {}};
         void* const* const table =
-            kernel<void* const>(fmt::format("ozk_vml_kernel_{}{}_ttab", kType, function).c_str());
+            kernel<void* const>(fmt::format("ozk_vml_kernel_{}{}_ttab", type_, function).c_str());
         if (table != nullptr) {
             c.ours = {{"ours", [ours, d = data_, kernel = table[1]] {
                            ours(kernel, *d);
@@ -212,71 +288,77 @@ class Cases {
                     }}};
         all_.push_back(std::move(c));
     }
-    void pack() {
-        using Step = void(int64_t, const Element*, int64_t, Element*, int32_t);
-        using Back = void(int64_t, const Element*, Element*, int64_t, int32_t);
-        using By = void(int64_t, const Element*, const void*, Element*, int32_t);
-        using BackBy = void(int64_t, const Element*, Element*, const void*, int32_t);
-        pack_case(
-            "PackI",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<Step*>(k)(kElements, elements(d.a), kStride, elements(d.r), 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[i * kStride];
-            });
-        pack_case(
-            "PackV",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<By*>(k)(kElements, elements(d.a), d.index.data(), elements(d.r), 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[d.index[i]];
-            });
-        pack_case(
-            "PackM",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<By*>(k)(kElements, elements(d.a), d.mask.data(), elements(d.r), 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0, j = 0; i < kElements; ++i)
-                    if (d.mask[i] != 0) d.r[j++] = d.a[i];
-            });
-        pack_case(
-            "UnpackI",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<Back*>(k)(kElements, elements(d.a), elements(d.r), kStride, 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0; i < kElements; ++i) d.r[i * kStride] = d.a[i];
-            });
-        pack_case(
-            "UnpackV",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<BackBy*>(k)(kElements, elements(d.a), elements(d.r), d.index.data(), 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0; i < kElements; ++i) d.r[d.index[i]] = d.a[i];
-            });
-        pack_case(
-            "UnpackM",
-            [](void* k, Data<T>& d) {
-                reinterpret_cast<BackBy*>(k)(kElements, elements(d.a), elements(d.r), d.mask.data(), 1);
-            },
-            [](Data<T>& d) {
-                for (int i = 0, j = 0; i < kElements; ++i)
-                    if (d.mask[i] != 0) d.r[i] = d.a[j++];
-            });
-    }
-
+    char type_;
     std::vector<Case>& all_;
-    std::shared_ptr<Data<T>> data_ = std::make_shared<Data<T>>();
+    std::shared_ptr<Data> data_ = std::make_shared<Data>();
 };
+
+// Strided forms of simple real functions beside a loop with the same strides.
+template <class T>
+void add_strided(std::vector<Case>& all) {
+    constexpr char kType = sizeof(T) == 4 ? 's' : 'd';
+    struct Data {
+        std::vector<T> a, b, r;
+        Data() : a(kElements * kStride), b(kElements * kStride), r(kElements * kStride) {
+            std::mt19937 random(1);
+            std::uniform_real_distribution<T> uniform(1, 10);
+            for (auto* v : {&a, &b})
+                for (T& x : *v) x = uniform(random);
+        }
+    };
+    const auto data = std::make_shared<Data>();
+    const auto add = [&](const char* function, auto plain, auto run) {
+        void* const* const table =
+            kernel<void* const>(fmt::format("ozk_vml_kernel_{}{}I_ttab", kType, function).c_str());
+        Case c{fmt::format("strided/{}/{}", function, kType), kElements, {}, {}};
+        if (table != nullptr) {
+            c.ours = {{"ours", [run, data, kernel = table[1]] {
+                           run(kernel, *data);
+                           keep(data->r.data());
+                       }}};
+        }
+        c.peers = {{"scalar loop", [plain, data] {
+                        int stride = kStride;  // unknown to the compiler, as a call's is
+                        asm volatile("" : "+r"(stride));
+                        for (int i = 0; i < kElements; ++i)
+                            data->r[i * stride] = plain(data->a[i * stride], data->b[i * stride]);
+                        keep(data->r.data());
+                    }}};
+        all.push_back(std::move(c));
+    };
+    const auto unary = [](void* kernel, Data& d) {
+        using Kernel = void(int, const T*, int, T*, int);
+        reinterpret_cast<Kernel*>(kernel)(kElements, d.a.data(), kStride, d.r.data(), kStride);
+    };
+    const auto binary = [](void* kernel, Data& d) {
+        using Kernel = void(int, const T*, int, const T*, int, T*, int);
+        reinterpret_cast<Kernel*>(kernel)(kElements, d.a.data(), kStride, d.b.data(), kStride, d.r.data(),
+                                          kStride);
+    };
+    add(
+        "Add", [](T x, T y) { return x + y; }, binary);
+    add(
+        "Mul", [](T x, T y) { return x * y; }, binary);
+    add(
+        "Fmax", [](T x, T y) { return x > y ? x : y; }, binary);
+    add(
+        "Hypot", [](T x, T y) { return std::sqrt(x * x + y * y); }, binary);
+    add(
+        "Abs", [](T x, T) { return std::abs(x); }, unary);
+    add(
+        "Sqrt", [](T x, T) { return std::sqrt(x); }, unary);
+}
 
 std::vector<Case> cases() {
     std::vector<Case> all;
     Cases<double>(all).add_all();
     Cases<float>(all).add_all();
+    Packs<OzkComplex16>('z', all).add_all();
+    Packs<OzkComplex8>('c', all).add_all();
+    Packs<double>('d', all).add_all();
+    Packs<float>('s', all).add_all();
+    add_strided<double>(all);
+    add_strided<float>(all);
     return all;
 }
 

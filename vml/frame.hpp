@@ -182,11 +182,21 @@ struct Unit {
 struct Strided {
     template <class V, class T>
     [[gnu::always_inline]] static V load(const T* p, int32_t step, int64_t i) {
-        return simd::load_strided_as<V>(p + i * step, step);
+        return simd::load_strided_as<V>(element(p, step, i), step);
     }
     template <class T, class V>
     [[gnu::always_inline]] static void store(T* p, int32_t step, int64_t i, V v) {
-        simd::store_strided(p + i * step, step, v);
+        simd::store_strided(element(p, step, i), step, v);
+    }
+
+  private:
+    // Where a vector starts. The compiler is kept from relating it to others: it would have a pointer for each element
+    // of a block, more than there are registers.
+    template <class T>
+    [[gnu::always_inline]] static T* element(T* p, int32_t step, int64_t i) {
+        p += i * step;
+        asm("" : "+r"(p));
+        return p;
     }
 };
 

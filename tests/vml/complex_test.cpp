@@ -354,6 +354,37 @@ TEST_F(ComplexFunctions, MagnitudeAngleAndRootOfSpecialComponentsAreThoseOfTheSt
     EXPECT_EQ(_vmlGetErrStatus(), kVmlOk) << "nothing of this is an error";
 }
 
+TEST_F(ComplexFunctions, ReadDenormalsAsZerosAndMakeNoneInTheFlushMode) {
+    const auto is_denormal = [](double x, bool single) {
+        return x != 0 && std::abs(x) < (single ? 0x1p-126 : 0x1p-1022);
+    };
+    for (const Kernel& k : kKernels) {
+        if (std::string(k.name).find("Conj_") == 1) continue;  // copies bits
+        const double normal = k.single ? 0x1p-126 : 0x1p-1022, denormal = normal / 8;
+        const double middle = k.single ? 0x1p-63 : 0x1p-520, large = k.single ? 0x1p126 : 0x1p1022;
+        const double components[] = {0.0, -denormal, denormal * 5, normal, -middle, 3.0, large, -kInfinity};
+        const auto flushed = [&](Complex z) {
+            const auto part = [&](double x) { return std::abs(x) < normal ? std::copysign(0.0, x) : x; };
+            return Complex(part(z.real()), part(z.imag()));
+        };
+        for (int i = 0; i < 8 * 8 * 8 * 8; ++i) {
+            const Complex a(components[i % 8], components[i / 8 % 8]);
+            const Complex b(components[i / 64 % 8], components[i / 512]);
+            if (k.arguments == 1 && i >= 64) break;
+            _vmlSetMode(kVmlErrorIgnore | kVmlDenormalFlush);
+            const Complex r = one(k, a, b), expected = one(k, flushed(a), flushed(b));
+            _vmlSetMode(kVmlErrorIgnore);
+            // The low level's special lanes are more accurate than its other ones.
+            const bool near =
+                std::string(k.name) == "cSqrt_21" && std::abs(r - expected) <= 0x1p-21 * std::abs(r);
+            ASSERT_TRUE(near || (alike(r.real(), expected.real()) && alike(r.imag(), expected.imag())))
+                << k.name << a << b << r << expected;
+            ASSERT_FALSE(is_denormal(r.real(), k.single) || is_denormal(r.imag(), k.single))
+                << k.name << a << b << r;
+        }
+    }
+}
+
 TEST_F(ComplexFunctions, RaiseNoFlagForSpecialElementsThatTheResultDoesNot) {
     for (const Kernel& k : kKernels) {
         std::feclearexcept(FE_ALL_EXCEPT);
@@ -405,6 +436,15 @@ TEST_F(ComplexFunctions, ReportBothPartsAndTakeBothPartsFromTheCallback) {
         EXPECT_EQ(records[0].code, kVmlOverflow);
         EXPECT_EQ(product.re, 17);
     }
+    const OzkComplex8 small = {0, 0x1p-100f};
+    OzkComplex8 single_quotient;
+    records.clear();
+    _vmlcDiv_HA(1, &large, &small, &single_quotient);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].code, kVmlOverflow);
+    EXPECT_EQ(records[0].r1, kInfinity);
+    EXPECT_EQ(records[0].r1_imaginary, -kInfinity);
+    EXPECT_EQ(single_quotient.im, -19);
     const OzkComplex16 tiny = {0x1p-1000, 0}, huge = {0, 0x1p1000};
     OzkComplex16 quotient;
     for (const auto function : {_vmlzDiv_HA, _vmlzDiv_26}) {

@@ -14,13 +14,14 @@
 #include "vml/frame.hpp"
 #include "vml/kernels/complex_range.hpp"
 #include "vml/kernels/error_free.hpp"
+#include "vml/kernels/real.hpp"
 
 namespace ozk::vml {
 namespace {
 
 template <class T>
 int magnitude_scalar(T re, T im, T& result) {
-    const long double x = re, y = im;
+    const long double x = canonical(re), y = canonical(im);  // the x87 unit knows no flush mode
     result = std::isinf(re) || std::isinf(im) ? static_cast<T>(HUGE_VAL)
                                               : static_cast<T>(std::sqrt(x * x + y * y));
     return std::isinf(result) && std::isfinite(re) && std::isfinite(im) ? kVmlOverflow : kVmlOk;

@@ -17,6 +17,7 @@
 #include "vml/frame.hpp"
 #include "vml/kernels/complex_range.hpp"
 #include "vml/kernels/error_free.hpp"
+#include "vml/kernels/real.hpp"
 
 namespace ozk::vml {
 namespace {
@@ -65,6 +66,7 @@ OzkComplex16 root_of_limits(OzkComplex16 z) {
 
 OzkComplex16 root_scalar(OzkComplex16 z) {
     if (!std::isfinite(z.re) || !std::isfinite(z.im)) return root_of_limits(z);
+    z = {canonical(z.re), canonical(z.im)};
     const double larger = std::max(std::abs(z.re), std::abs(z.im));
     if (larger == 0) return {0.0, z.im};
     const int scale = std::ilogb(larger) / 2;

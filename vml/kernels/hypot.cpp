@@ -1,16 +1,16 @@
 // hypot(x, y) = sqrt(x^2 + y^2).
 //
-// Method: h = sqrt(x^2 + y^2) as it comes, then one correction by (x^2 + y^2 - h^2) / (2 h). Each square is split:
-// with a = a_high + a_low, a_high of half the bits, a_high^2 is exact and a_low (a + a_high) rounded far below
-// the result's last place. x^2 - h^2 cancels first: both lie within a factor of two. Borges, "An improved algorithm
-// for hypot(a,b)", arXiv:1904.09481 (2019), corrects the same residual.
+// Method of HA: the root of x^2 + y^2 rounded once. Both sides are cut to multiples of one unit, 2^-25 (single 2^-10)
+// of the larger side's power of two: as the sum with a number whose last bit that is. The squares of the cut sides,
+// and even their sum, are exact, and what they lack, a_low (a + a_high), is rounded far below the sum's last place.
+// Dekker, "A floating-point technique for extending the available precision", Numer. Math. 18 (1971), cuts alike.
 //
-// Error bounds, in ulp of the result: h before the correction 1.25; the correction is known to 5.1 %, the
-// error of 1/(2h) from the bits of h, so that HA is at most 0.5 + 0.064. LA and EP are h as it comes, 1.25 ulp.
+// Error bounds, in ulp of the result: the sum's half an ulp comes to at most 0.354, the root adds half an ulp: HA 0.86.
+// LA and EP are the root of the rounded squares' sum, 1.25 ulp.
 //
 // Special lanes: the larger magnitude is outside the range in which no square overflows and none of the parts
 // that matter underflows. There the scalar path computes on both arguments times a power of two. A smaller
-// magnitude far below the larger one is raised to 2^-60 of it (single 2^-18), which does not show in the result.
+// magnitude below 2^-460 (single 2^-54) is raised to that, which does not show in the result.
 //
 // An infinite result of finite arguments is an overflow. hypot(infinity, NaN) is infinite.
 
@@ -23,32 +23,40 @@ template <class T>
 struct HypotConstants;
 template <>
 struct HypotConstants<double> {
-    static constexpr double kLeast = 0x1p-400, kBeyond = 0x1p511, kNegligible = 0x1p-60;
-    static constexpr int64_t kHighPart = int64_t{-1} << 27;
-    static constexpr int64_t kInverseOfTwice = 0x7fce621900000000;  // less the bits of h: 1 / (2 h), to 5.1 %
+    static constexpr double kLeast = 0x1p-400, kBeyond = 0x1p511, kNegligible = 0x1p-460;
+    static constexpr double kToCut = 0x1p27;  // times the larger side: what both sides are cut by
 };
 template <>
 struct HypotConstants<float> {
-    static constexpr float kLeast = 0x1p-36F, kBeyond = 0x1p63F, kNegligible = 0x1p-18F;
-    static constexpr int32_t kHighPart = -1 << 12;
-    static constexpr int32_t kInverseOfTwice = 0x7e7310cb;
+    static constexpr float kLeast = 0x1p-36F, kBeyond = 0x1p63F, kNegligible = 0x1p-54F;
+    static constexpr float kToCut = 0x1p13F;
 };
 
 template <class T>
 struct Hypot : RealOperation<T, 2> {
     using typename RealOperation<T, 2>::Vector;
     using Constants = HypotConstants<T>;
+    using Checked = std::conditional_t<sizeof(T) == 8, simd::f64x4, Vector>;
     static constexpr T kOrdinary = 1;
 
     // By the bits of the larger magnitude: its high word in double precision.
-    OZK_SIMD static Vector special(Vector x, Vector y) {
+    OZK_SIMD static simd::i32x4 outside(simd::i32x4 x, simd::i32x4 y) {
         constexpr int kShift = sizeof(T) == 8 ? 32 : 0;
         constexpr auto kLeast =
             static_cast<int32_t>(std::bit_cast<typename Hypot::Bits>(Constants::kLeast) >> kShift);
         constexpr auto kBeyond =
             static_cast<int32_t>(std::bit_cast<typename Hypot::Bits>(Constants::kBeyond) >> kShift);
-        const auto out = outside<kLeast, kBeyond>(simd::max(words(abs(x)), words(abs(y))));
-        return vector(out);
+        const auto magnitude = simd::broadcast(int32_t{0x7FFFFFFF});
+        return vml::outside<kLeast, kBeyond>(simd::max(x & magnitude, y & magnitude));
+    }
+    OZK_SIMD static Vector special(Vector x, Vector y) {
+        if constexpr (sizeof(T) == 8)
+            return simd::mask_of_high_words(outside(as_i32(bits(x)), as_i32(bits(y))));
+        else
+            return as_f32(outside(bits(x), bits(y)));
+    }
+    OZK_SIMD static simd::i32x4 special(const simd::f64x4& x, const simd::f64x4& y) {
+        return outside(simd::high_words(x), simd::high_words(y));
     }
 
     template <class V>
@@ -58,17 +66,7 @@ struct Hypot : RealOperation<T, 2> {
     template <class V>
     OZK_SIMD static Sides<V> sides(V x, V y) {
         const V a = abs(x), b = abs(y), larger = max(a, b);
-        return {larger, max(min(a, b), larger * Hypot::splat(Constants::kNegligible))};
-    }
-
-  private:
-    OZK_SIMD static simd::i32x4 words(simd::f64x2 x) { return as_i32(bits(x)); }
-    OZK_SIMD static simd::i32x4 words(simd::f32x4 x) { return bits(x); }
-    OZK_SIMD static Vector vector(simd::i32x4 mask) {
-        if constexpr (sizeof(T) == 8)
-            return simd::mask_of_high_words(mask);
-        else
-            return as_f32(mask);
+        return {larger, max(min(a, b), Hypot::splat(Constants::kNegligible))};
     }
 };
 
@@ -81,39 +79,22 @@ struct HypotHigh : Hypot<T> {
 
     static constexpr int kWide = 2;
 
-    // a^2 = high + rest
+    // a^2 = square + rest
     template <class V>
-    struct Square {
-        V high, rest;
+    struct Cut {
+        V square, rest;
     };
     template <class V>
-    OZK_SIMD static Square<V> square(V a) {
-        const V high = a & Hypot<T>::splat_bits(Hypot<T>::Constants::kHighPart);
+    OZK_SIMD static Cut<V> cut(const V& a, const V& by) {
+        const V high = (a + by) - by;
         return {high * high, (a - high) * (a + high)};
     }
     template <class V>
-    struct Uncorrected {
-        V h, larger_square, smaller_square, rest;
-    };
-    template <class V>
-    OZK_SIMD static Uncorrected<V> prepare(V x, V y) {
-        const auto [a, b] = Hypot<T>::sides(x, y);
-        const auto aa = square(a), bb = square(b);
-        return {sqrt(a * a + b * b), aa.high, bb.high, aa.rest + bb.rest};
-    }
-    template <class V>
-    OZK_SIMD static V finish(const Uncorrected<V>& u) {
-        const auto hh = square(u.h);
-        const V residual = ((u.larger_square - hh.high) + u.smaller_square) + (u.rest - hh.rest);
-        const auto inverse_of_twice = simd::broadcast(Hypot<T>::Constants::kInverseOfTwice) - bits(u.h);
-        if constexpr (sizeof(T) == 8)
-            return u.h + residual * as_f64(inverse_of_twice);
-        else
-            return u.h + residual * as_f32(inverse_of_twice);
-    }
-    template <class V>
     OZK_SIMD static V compute(V x, V y) {
-        return finish(prepare(x, y));
+        const auto [a, b] = Hypot<T>::sides(x, y);
+        const V by = a * Hypot<T>::splat(Hypot<T>::Constants::kToCut);
+        const auto aa = cut(a, by), bb = cut(b, by);
+        return sqrt((aa.square + bb.square) + (aa.rest + bb.rest));
     }
     static int scalar(T x, T y, T& result) { return hypot_scalar(x, y, result); }
 };

@@ -10,6 +10,7 @@
 //
 // Special lanes: everything but positive normal numbers.
 
+#include "vml/kernels/by_singles.hpp"
 #include "vml/kernels/real.hpp"
 
 namespace ozk::vml {
@@ -18,9 +19,13 @@ namespace {
 using simd::broadcast;
 using simd::f32x4;
 using simd::f64x2;
+using simd::f64x4;
 
 // y (1 - e)^(-1/2)
-OZK_SIMD f64x2 corrected(f64x2 y, f64x2 e) { return y + y * (e * (broadcast(0.5) + e * broadcast(0.375))); }
+template <class V>
+OZK_SIMD V corrected(const V& y, const V& e) {
+    return y + y * (e * (broadcast(0.5) + e * broadcast(0.375)));
+}
 
 template <class T>
 int inv_sqrt_scalar(T x, T& result);
@@ -52,24 +57,32 @@ struct InvSqrtHighDouble : RealOperation<double> {
     OZK_SIMD static Vector special(Vector x) {
         return simd::mask_of_high_words(outside<0x00100000, 0x7FF00000>(as_i32(bits(x))));
     }
-    OZK_SIMD static Vector compute(Vector x) {
+    OZK_SIMD static simd::i32x4 special(const f64x4& x) {
+        return outside<0x00100000, 0x7FF00000>(high_words(x));
+    }
+    static constexpr int kWide = 4;
+    template <class V>
+    OZK_SIMD static V compute(const V& x) {
         // The exponent's last bit stays in m; half of what is taken away goes into the scale.
         constexpr int64_t kHalfField = int64_t{0x3FE} << 52, kScale = int64_t{0x3FF + 0x1FF} << 52;
         const auto m = as_f64((bits(x) & broadcast((int64_t{1} << 53) - 1)) | broadcast(kHalfField));
         const auto scale =
             as_f64(broadcast(kScale) - (simd::shift_right<1>(bits(x)) & broadcast(int64_t{0x3FF} << 52)));
 
-        const f64x2 estimate = low_to_f64(reciprocal_sqrt_estimate(to_f32(m)));
-        const f64x2 y = high_part(corrected(estimate, broadcast(1.0) - m * (estimate * estimate)));
-        const f64x2 square = y * y, square_high = high_part(square), m_high = high_part(m);
-        const f64x2 e = ((broadcast(1.0) - m_high * square_high) - m_high * (square - square_high)) -
-                        (m - m_high) * square;
+        const V estimate = by_singles([](f32x4 z) OZK_SIMD_LAMBDA { return reciprocal_sqrt_estimate(z); }, m);
+        const V y = high_part(corrected(estimate, broadcast(1.0) - m * (estimate * estimate)));
+        const V square = y * y, square_high = high_part(square), m_high = high_part(m);
+        const V e = ((broadcast(1.0) - m_high * square_high) - m_high * (square - square_high)) -
+                    (m - m_high) * square;
         return corrected(y, e) * scale;
     }
     static int scalar(double x, double& result) { return inv_sqrt_scalar(x, result); }
 
   private:
-    OZK_SIMD static f64x2 high_part(f64x2 x) { return x & splat_bits(kHighPart); }
+    template <class V>
+    OZK_SIMD static V high_part(const V& x) {
+        return x & splat_bits(kHighPart);
+    }
 };
 
 // Subnormal numbers.
