@@ -57,11 +57,21 @@ constexpr int32_t kExponent = -1 << 23;  // sign and exponent of a single
 
 // Ordinary are the singles from the least normal one to the last below the bound: their bits less those of the
 // former, as an offset binary number, are below the span.
+constexpr int32_t kOffset = 0x7F800000;  // -0x00800000 - 0x80000000
+template <int32_t kBoundBits>
+constexpr int32_t kLast = static_cast<int32_t>(static_cast<uint32_t>(kBoundBits - 1) + uint32_t{kOffset});
 template <int32_t kBoundBits>
 OZK_SIMD simd::f32x4 outside_normal(simd::f32x4 x) {
-    constexpr int32_t kOffset = 0x7F800000;  // -0x00800000 - 0x80000000
-    constexpr int32_t kLast = static_cast<int32_t>(static_cast<uint32_t>(kBoundBits - 1) + uint32_t{kOffset});
-    return as_f32(bits(x) + broadcast(kOffset) > broadcast(kLast));
+    return as_f32(bits(x) + broadcast(kOffset) > broadcast(kLast<kBoundBits>));
+}
+// Whether there are others in a block: by the largest number of each lane.
+using Singles = simd::wide<simd::f32x4, kBlock / simd::f32x4::kLanes>;
+template <int32_t kBoundBits>
+OZK_SIMD simd::f32x4 outside_normal(const Singles& x) {
+    const auto numbers = bits(x) + broadcast(kOffset);
+    simd::i32x4 largest = numbers.v[0];
+    for (const simd::i32x4& number : numbers.v) largest = max(largest, number);
+    return as_f32(largest > broadcast(kLast<kBoundBits>));
 }
 
 // What the functions have in common: arguments, special lanes and the scalar path, where x is ln's argument ...
@@ -70,10 +80,12 @@ struct OfPositive {
     using Argument = float;
     using Result = float;
     using Vector = simd::f32x4;
+    using Checked = Singles;
     static constexpr float kOrdinary = 1.0f;
     static constexpr int kWide = 2;
 
     OZK_SIMD static simd::f32x4 special(simd::f32x4 x) { return outside_normal<0x7F800000>(x); }
+    OZK_SIMD static simd::f32x4 special(const Singles& x) { return outside_normal<0x7F800000>(x); }
     static int scalar(float x, float& result);
 };
 // ... and where 1 + x is.
@@ -81,10 +93,14 @@ struct OfOnePlus {
     using Argument = float;
     using Result = float;
     using Vector = simd::f32x4;
+    using Checked = Singles;
     static constexpr float kOrdinary = 0.0f;
     static constexpr int kWide = 2;
 
     OZK_SIMD static simd::f32x4 special(simd::f32x4 x) {
+        return outside_normal<0x7E800000>(broadcast(1.0f) + x);
+    }
+    OZK_SIMD static simd::f32x4 special(const Singles& x) {
         return outside_normal<0x7E800000>(broadcast(1.0f) + x);
     }
     static int scalar(float x, float& result);
