@@ -174,6 +174,22 @@ OZK_SIMD f64x2_pair gather_pairs(const double* table, i32x4 offset) {  // by lan
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
+// The pairs of a table of pairs of singles that the four lanes of `index` name: first members, second members.
+struct f32x4_pair {
+    f32x4 first, second;
+};
+OZK_SIMD f32x4_pair gather_pairs(const float* table, i32x4 index) {
+    const auto pairs = [table](uint64_t indices) OZK_SIMD_LAMBDA {
+        const float *const a = table + 2 * (indices & 0xFFFFFFFF), *const b = table + 2 * (indices >> 32);
+        const __m128 first = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a)));
+        return _mm_loadh_pi(first, reinterpret_cast<const __m64*>(b));
+    };
+    const __m128 low = pairs(static_cast<uint64_t>(_mm_cvtsi128_si64(index.v)));
+    const __m128 high = pairs(static_cast<uint64_t>(_mm_extract_epi64(index.v, 1)));
+    return {{_mm_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0))},
+            {_mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1))}};
+}
+
 // The pairs that start at the elements of a table that the two lanes of `element` name, both even.
 OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     const __m128d low = _mm_load_pd(table + _mm_cvtsi128_si64(element.v));

@@ -152,6 +152,22 @@ template <int K>
 OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
+template <int K>
+struct wide_single_pair {
+    wide<f32x4, K> first, second;
+};
+template <int K>
+OZK_SIMD wide_single_pair<K> gather_pairs(const float* table, const wide<i32x4, K>& index) {
+    wide_single_pair<K> result;
+#pragma GCC unroll 8
+    for (int k = 0; k < K; ++k) {
+        const f32x4_pair entries = gather_pairs(table, index.v[k]);
+        result.first.v[k] = entries.first;
+        result.second.v[k] = entries.second;
+    }
+    return result;
+}
+
 // ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
 using f64x4 = wide<f64x2, 2>;
