@@ -280,8 +280,8 @@ typedef struct OzkComplex16 {
  * dExp10   As dExp; exact where the result is a double, as for the integers 0 to 22. HA 0.53 ulp.
  * dExpm1   Results above the largest number: overflow. expm1(+-0) = +-0, -1 below -38. HA 0.51 ulp. As dExp, the table
  *          less 1 carried to twice the precision.
- * dLn      +-0: pole, -infinity. x < 0: domain. HA 0.51, LA 2.2 ulp, EP 29 bits. Table by the reciprocal estimate,
- *          polynomial.
+ * dLn      +-0: pole, -infinity. x < 0: domain. HA 0.51, LA 2.5 ulp, EP 29 bits. Table by the reciprocal estimate, LA
+ *          by the leading bits; polynomial.
  * dLog2    As dLn; exact for powers of two. HA 0.51 ulp.
  * dLog10   As dLn; exact for powers of ten. HA 0.51, LA 2.2 ulp.
  * dLog1p   -1: pole, -infinity. x < -1: domain. log1p(+-0) = +-0. HA 0.51 ulp. As dLn of 1 + x, the sum taken exactly.

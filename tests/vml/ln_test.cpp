@@ -11,8 +11,6 @@ class LnTest : public FreshState {};
 template <class Estimate>
 using LnOfHighLevel = Ln<LnHigh, Estimate>;
 template <class Estimate>
-using LnOfLowLevel = Ln<LnLow, Estimate>;
-template <class Estimate>
 using LnOfFastLevel = Ln<LnFast, Estimate>;
 
 TEST_F(LnTest, MeetsTheAccuracyOfEachLevel) {
@@ -69,7 +67,6 @@ TEST_F(LnTest, ReadsSubnormalArgumentsAsZeroWhereTheModeAsksForIt) {
 TEST_F(LnTest, HoldsForEveryEstimateWithinTheDocumentedError) {
     const std::vector<double> x = with_table_edges(arguments(10000));
     expect_for_every_estimate<LnOfHighLevel>(0.52, mpfr_log, x);
-    expect_for_every_estimate<LnOfLowLevel>(2.2, mpfr_log, x);
     expect_for_every_estimate<LnOfFastLevel>(0x1p26, mpfr_log, x);
 }
 

@@ -1,6 +1,6 @@
-// ln(x), double precision: the operation.
+// ln(x), double precision: the operations.
 //
-// Method: x = 2^k m, 1 <= m < 2; c is the estimate of 1/m rounded to a multiple of 2^-10, so that r = m c - 1
+// Method, HA and EP: x = 2^k m, 1 <= m < 2; c is the estimate of 1/m rounded to a multiple of 2^-10, so that r = m c - 1
 // is small and exactly representable, and ln(x) = k ln 2 - ln(c) + log1p(r); -ln(c) from a table, log1p(r) by
 // a polynomial. Tang, "Table-driven implementation of the logarithm function in IEEE floating-point
 // arithmetic", ACM TOMS 16 (1990).
@@ -14,8 +14,7 @@
 //   is 0 or
 //       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
 //       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
-//   LA  2.2. The same with a polynomial of degree 5, 2^-52.5 of r. The sum with r is carried here too: where the
-//       estimate at x next to 1 is below 1 by as much as it may be, the two nearly cancel.
+//   LA  2.5: LnLow, below.
 //   EP  2^-31 relative: only the table's high parts, r rounded, degree 3.
 //
 // Special lanes: zero, negative, subnormal, infinite, NaN.
@@ -32,6 +31,9 @@ namespace ozk::vml {
 struct LnPair {
     double high, low;
 };
+struct LnNearest {
+    double reciprocal, logarithm;
+};
 struct LnScalarEntry {
     double reciprocal, high, low;
 };
@@ -39,12 +41,6 @@ struct LnScalarEntry {
 #include "vml/kernels/ln_tables.inc"
 
 struct LnHigh {};
-struct LnLow {
-    static constexpr double kC2 = -0x1.ffffffffff81fp-2;  // -0.49999999999988803
-    static constexpr double kC3 = 0x1.55555555543c5p-2;   // 0.33333333333308374
-    static constexpr double kC4 = -0x1.0000148058ee1p-2;  // -0.2500003054940248
-    static constexpr double kC5 = 0x1.9999cacdb4d0ap-3;   // 0.2000003665949424
-};
 struct LnFast {};
 
 struct HardwareEstimate {
@@ -160,13 +156,7 @@ struct Ln : PositiveNormal {
             const V low = k * simd::broadcast(kLn2Low) + table_low;
             const V sum = base + r;
             const V lost = (base - sum) + r;
-            if constexpr (std::is_same_v<Level, LnHigh>) {
-                return sum + ((low + lost) + r2 * ln_high_factor(r, r2));
-            } else {
-                const V q = (simd::broadcast(Level::kC2) + r * simd::broadcast(Level::kC3)) +
-                            r2 * (simd::broadcast(Level::kC4) + r * simd::broadcast(Level::kC5));
-                return sum + ((low + lost) + r2 * q);
-            }
+            return sum + ((low + lost) + r2 * ln_high_factor(r, r2));
         }
     }
     template <class V>
@@ -180,6 +170,61 @@ struct Ln : PositiveNormal {
         return (simd::broadcast(-0.5) + r * simd::broadcast(kHighC3)) +
                r2 * ((simd::broadcast(kHighC4) + r * simd::broadcast(kHighC5)) +
                      r2 * simd::broadcast(kHighC6));
+    }
+
+    static int scalar(double x, double& result) { return ln_scalar(x, result); }
+};
+
+// The LA level.
+//
+// Method: x = 2^k z, z between 0.7 and 1.42; c is the number whose bits, rounded to steps of 2^43, are nearest to those
+// of z. z - c is exact, r = (z - c) / c by the tabled reciprocal, |r| <= 2^-10, and ln(x) = k ln 2 + ln(c) + log1p(r).
+//
+// Error bound 2.5 ulp of the result. Next to 1, k = 0 and c = 1: r is exact, the polynomial's 2^-52.5 of it and two
+// roundings are left. Beyond, ln(c) is at most twice the result; where k = -1, k ln 2 and ln(c) cancel by a bit.
+struct LnLow : PositiveNormal {
+    static constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+    static constexpr double kC2 = -0x1.ffffffffff81fp-2;  // -0.49999999999988803
+    static constexpr double kC3 = 0x1.55555555543c5p-2;   // 0.33333333333308374
+    static constexpr double kC4 = -0x1.0000148058ee1p-2;  // -0.2500003054940248
+    static constexpr double kC5 = 0x1.9999cacdb4d0ap-3;   // 0.2000003665949424
+
+    template <class V>
+    struct Reduced {
+        V k, difference;
+        decltype(simd::bits(V{})) element;  // of the table
+    };
+
+    template <class V>
+    OZK_SIMD static Reduced<V> prepare(V x) {
+        constexpr int kStepBits = 43;
+        constexpr int64_t kOne = 0x3FF0000000000000, kSignificand = 0x000FFFFFFFFFFFFF;
+        constexpr int64_t kLeast = 0x3FE6A00000000000, kHalfStep = int64_t{1} << (kStepBits - 1);
+        constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
+        constexpr double kMagicBias = 0x1p52 + 1023;
+        // k + 1023 in the exponent's place, below it z's bits less those of the table's first significand.
+        const auto shifted = bits(x) + simd::broadcast(kOne - kLeast + kHalfStep);
+        const V k =
+            as_f64(simd::shift_right<52>(shifted) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias);
+        const auto offset = shifted & simd::broadcast(kSignificand);
+        const V z = as_f64(offset + simd::broadcast(kLeast - kHalfStep));
+        const auto steps = shifted & simd::broadcast(kSignificand & -2 * kHalfStep);
+        const V c = as_f64(steps + simd::broadcast(kLeast));
+        return {k, z - c, simd::shift_right<kStepBits - 1>(steps)};
+    }
+
+    template <class V>
+    OZK_SIMD static V finish(const Reduced<V>& x) {
+        const auto [reciprocal, logarithm] = simd::gather_pairs_at(&kLnNearest[0].reciprocal, x.element);
+        const V r = x.difference * reciprocal;
+        const V r2 = r * r;
+        const V q = (simd::broadcast(kC2) + r * simd::broadcast(kC3)) +
+                    r2 * (simd::broadcast(kC4) + r * simd::broadcast(kC5));
+        return (x.k * simd::broadcast(kLn2) + logarithm) + (r + r2 * q);
+    }
+    template <class V>
+    OZK_SIMD static V compute(V x) {
+        return finish(prepare(x));
     }
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }
