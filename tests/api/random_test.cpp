@@ -25,7 +25,9 @@ TEST(Stream, GivesTheNumbersOfItsGeneratorHoweverTheyAreCut) {
     const uint32_t seed[] = {77, 5};
     for (const auto& [name, identifier] :
          {std::pair("MCG31M1", kOzkVslMcg31m1), std::pair("MCG59", kOzkVslMcg59),
-          std::pair("MT19937", kOzkVslMt19937), std::pair("SFMT19937", kOzkVslSfmt19937)}) {
+          std::pair("MT19937", kOzkVslMt19937),
+          std::pair("MT2203:6023", OzkVslGenerator(kOzkVslMt2203 + 6023)),
+          std::pair("SFMT19937", kOzkVslSfmt19937)}) {
         OzkVslStream* kernel_stream = nullptr;
         ASSERT_EQ(__vslNewStreamEx(&kernel_stream, identifier, 2, seed), 0);
         std::vector<double> expected(kNumbers);
@@ -81,7 +83,10 @@ TEST(Stream, ForWorkersDividesTheNumbersTheWayTheGeneratorOffers) {
             return stream;
         });
     }
-    expect_starts("WH:20", [&](size_t k) { return ozk::stream("WH:" + std::to_string(20 + k), seed); });
+    for (const std::string family : {"WH:", "MT2203:"}) {
+        expect_starts(family + "20",
+                      [&](size_t k) { return ozk::stream(family + std::to_string(20 + k), seed); });
+    }
     expect_starts("MRG32K3A", [&](size_t k) {
         ozk::stream stream("MRG32K3A", seed);
         stream.skip_ahead(std::vector<uint64_t>{0, k << 63, k >> 1});
