@@ -16,7 +16,6 @@ struct Mt2203 : Twister<Mt2203Shape> {
         const uint32_t(&row)[3] = _vsl_mt2203_table[stream->identifier - kOzkVslMt2203];
         return {row[0], row[1], row[2]};
     }
-    static double single_scale(double a, double b) { return (b - a) * kWordUnit; }
 };
 
 static_assert(sizeof(Mt2203::State) == 70 * sizeof(uint32_t));
@@ -24,7 +23,7 @@ static_assert(sizeof(Mt2203::State) == 70 * sizeof(uint32_t));
 }  // namespace
 }  // namespace ozk::vsl
 
-OZK_VSL_EXPORT_WORD_ARRAY(MT2203, ozk::vsl::Mt2203)
+OZK_VSL_EXPORT_GENERATOR(MT2203, ozk::vsl::WordArray<ozk::vsl::Mt2203>)
 
 extern "C" constexpr uint32_t _vsl_mt2203_table[kOzkVslMt2203Sets][3] = {
 #include "vsl/streams/mt2203_table.inc"  // generated: tools/parameters/mt2203_table.cpp
