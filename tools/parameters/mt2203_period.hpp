@@ -40,7 +40,7 @@ inline bool may_be_irreducible(std::uint32_t a) {
     for (const int bound : {12, 24, 48, 100}) {
         // A factor of degree d divides t^(2^k) + t for each multiple k of d, so the upper half of a batch will do.
         NTL::GF2X product(1);
-        for (; k < bound; ) {
+        for (; k < bound;) {
             NTL::SqrMod(power, power, modulus);
             if (++k > bound / 2) NTL::MulMod(product, product, power + t, modulus);
         }

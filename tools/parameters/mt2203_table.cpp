@@ -57,7 +57,8 @@ int main(int argc, char** argv) {
     std::string line;
     for (std::ifstream file(argv[argc - 1]); std::getline(file, line);) {
         Result each;
-        if (std::sscanf(line.c_str(), "%zu %x %x %x", &each.row, &each.found.a, &each.found.b, &each.found.c) == 4 &&
+        if (std::sscanf(line.c_str(), "%zu %x %x %x", &each.row, &each.found.a, &each.found.b,
+                        &each.found.c) == 4 &&
             each.row > 0 && each.row < kRows - 1)
             results.push_back(each);
     }

@@ -50,6 +50,9 @@ int32_t generate_words(OzkVslStream* stream, int32_t n, void* r) {
 
 template <class Generator, class Real>
 int32_t generate_uniform(OzkVslStream* stream, int32_t n, Real* r, Real a, Real b) {
+    if constexpr (Generator::kUnit == kWordUnit) {
+        if (a == 0 && b == 1) return Generator::generate(stream, n, r, UnitUniform<Real>());
+    }
     return Generator::generate(stream, n, r, Uniform<Real>{uniform_scale<Generator>(a, b), a});
 }
 

@@ -22,6 +22,14 @@ struct Words {
     }
 };
 
+OZK_SIMD void store_four(double* r, simd::f64x2 low, simd::f64x2 high) {
+    simd::store(r, low);
+    simd::store(r + 2, high);
+}
+OZK_SIMD void store_four(float* r, simd::f64x2 low, simd::f64x2 high) {
+    simd::store(r, simd::to_f32(low, high));
+}
+
 // number * scale + a of unsigned words, computed in double for both precisions. Generators whose words are no integers
 // hand over the numbers.
 template <class Real>
@@ -38,18 +46,29 @@ struct Uniform {
     OZK_SIMD void put(Real* r, simd::i32x4 words) const {
         put(r, simd::low_unsigned_to_f64(words), simd::high_unsigned_to_f64(words));
     }
-    OZK_SIMD void put(Real* r, simd::f64x2 low, simd::f64x2 high) const { store(r, place(low), place(high)); }
+    OZK_SIMD void put(Real* r, simd::f64x2 low, simd::f64x2 high) const {
+        store_four(r, place(low), place(high));
+    }
 
   private:
     OZK_SIMD simd::f64x2 place(simd::f64x2 numbers) const {
         return numbers * simd::broadcast(scale) + simd::broadcast(a);
     }
-    OZK_SIMD static void store(double* r, simd::f64x2 low, simd::f64x2 high) {
-        simd::store(r, low);
-        simd::store(r + 2, high);
+};
+
+// What Uniform gives on [0, 1) for 32-bit words, to the bit: a word becomes the low half of 2^20 + word 2^-32, and one
+// exact subtraction is all the arithmetic.
+template <class Real>
+struct UnitUniform {
+    OZK_SIMD Real operator()(uint32_t word) const { return static_cast<Real>(word * kWordUnit); }
+    OZK_SIMD void put(Real* r, simd::i32x4 words) const {
+        const simd::i32x4 high = simd::broadcast(int32_t{0x41300000});
+        store_four(r, number(simd::interleave_low(words, high)), number(simd::interleave_high(words, high)));
     }
-    OZK_SIMD static void store(float* r, simd::f64x2 low, simd::f64x2 high) {
-        simd::store(r, simd::to_f32(low, high));
+
+  private:
+    OZK_SIMD static simd::f64x2 number(simd::i32x4 halves) {
+        return simd::as_f64(simd::as_i64(halves)) - simd::broadcast(0x1p20);
     }
 };
 

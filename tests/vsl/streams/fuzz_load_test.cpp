@@ -30,7 +30,8 @@ std::vector<Bytes> seeds() {
           uint32_t{kOzkVslArs5}, uint32_t{kOzkVslPhilox4x32x10}}) {
         const drawing::Stream stream = drawing::make(identifier, {3});
         double numbers[7];
-        _vsldRngUniform(0, stream.get(), 7, numbers, 0, 1);  // refused where the processor lacks an instruction
+        _vsldRngUniform(0, stream.get(), 7, numbers, 0,
+                        1);  // refused where the processor lacks an instruction
         images.push_back(saved(stream));
         const uint64_t key[2] = {identifier, 1};
         attach(stream, kOzkVslGaussianChunk, std::string(24, 'g'));
