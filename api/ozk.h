@@ -243,7 +243,7 @@ typedef struct ozk_stream ozk_stream;
 
 /* The identifier of the generator called `name`: MCG31M1, R250, MRG32K3A, MCG59, WH, SOBOL, NIEDERREITER,
  * MT19937, MT2203, SFMT19937, NONDETERMINISTIC, ARS5 or PHILOX4X32X10. "WH:17" and "MT2203:17" name parameter
- * set 17 of a family. The generator of the identifier need not be built: ozk_stream_new tells. */
+ * set 17 of a family. */
 OZK_API ozk_status ozk_generator_find(const char* name, uint32_t* generator);
 
 /* Creates a stream and seeds it with n 32-bit words (none: the generator's default). The first seed word of
@@ -256,8 +256,8 @@ OZK_API ozk_status ozk_stream_new(uint32_t generator, int64_t n, const uint32_t*
  * offers: MCG31M1 and MCG59 give stream k numbers k, k + count, ...; of WH and MT2203 each has a parameter set of its
  * own, from that of the identifier on; those of the others start so many numbers apart that no worker comes to the
  * next one's: 2^127 of MRG32K3A, 2^63 of MT19937 and SFMT19937, 2^96 of ARS5 and PHILOX4X32X10; those of
- * NONDETERMINISTIC are independent as they are. Refused for R250,
- * SOBOL, NIEDERREITER, and for more streams than there are sets. */
+ * NONDETERMINISTIC are independent as they are. Refused for R250, SOBOL, NIEDERREITER, and for more streams than there
+ * are sets. */
 OZK_API ozk_status ozk_streams_new(uint32_t generator, int64_t n, const uint32_t* seed, int64_t count,
                                    ozk_stream** streams);
 OZK_API ozk_status ozk_stream_copy(const ozk_stream* stream, ozk_stream** copy);

@@ -102,6 +102,7 @@ enum OzkVslLimits {
     kOzkVslRegistryRows = 512,           /* Rows of room in a generator table. */
     kOzkVslSharedDataEntries = 128,      /* Entries of the shared data table. */
     kOzkVslWhSets = 273,                 /* Parameter sets of WH. */
+    kOzkVslMt2203Sets = 6024,            /* Parameter sets of MT2203. */
     kOzkVslMrg32k3aPowers = 193,         /* Matrices of a component in the table of MRG32K3A. */
     kOzkVslSobolDimensions = 40,         /* Dimensions with numbers of their own. */
     kOzkVslSobolInitialNumbers = 8,      /* Most initial numbers of such a dimension. */
@@ -433,6 +434,15 @@ OZK_VSL_DECLARE_GENERATOR(WH)
  * 2^19937 - 1. Singles take the scale (b - a) 2^-32 rounded to single. Skip ahead, which can fail with
  * kOzkVslErrorNoMemory for counts above 0x1FFFFF and then leaves the stream where it was. */
 OZK_VSL_DECLARE_GENERATOR(MT19937)
+
+/* 6024 twisters of period 2^2203 - 1 with twists of their own, so that streams of different parameter sets are
+ * independent (Matsumoto and Nishimura, "Dynamic creation of pseudorandom number generators", Monte Carlo and
+ * Quasi-Monte Carlo Methods 1998). Words of 32 bits; recurrence of 69 words, middle distance 34, 5 lower bits.
+ * Seed: the initialisation by array of MT19937 with 69 words. Skip ahead as MT19937. */
+OZK_VSL_DECLARE_GENERATOR(MT2203)
+
+/* By parameter set of MT2203: the twist, and the masks of the tempering's left shifts by 7 and by 15. */
+OZK_EXPORT extern const uint32_t _vsl_mt2203_table[kOzkVslMt2203Sets][3];
 
 /* SIMD-oriented fast Mersenne twister SFMT19937 (Saito and Matsumoto, Monte Carlo and Quasi-Monte Carlo Methods
  * 2006). Words of 32 bits. Seed: the published initialisation by array with the seed words as its key; the key

@@ -31,8 +31,7 @@ class stream {
   public:
     // By the generator's name: MCG31M1, MCG59, MRG32K3A, MT19937, PHILOX4X32X10, ARS5, NONDETERMINISTIC ...;
     // "WH:17" and "MT2203:17" are parameter sets of a family. The seed of SOBOL and NIEDERREITER is the number
-    // of dimensions: see sobol and niederreiter below. Throws error for an unknown name or a generator that is
-    // not built.
+    // of dimensions: see sobol and niederreiter below. Throws error for an unknown name.
     explicit stream(const std::string& generator, uint32_t seed = 1)
         : stream(generator, std::span<const uint32_t>(&seed, 1)) {}
     // Seeded with several 32-bit words.

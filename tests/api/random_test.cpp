@@ -24,8 +24,16 @@ std::vector<double> draw(ozk::stream& stream, size_t n) {
 TEST(Stream, GivesTheNumbersOfItsGeneratorHoweverTheyAreCut) {
     const uint32_t seed[] = {77, 5};
     for (const auto& [name, identifier] :
-         {std::pair("MCG31M1", kOzkVslMcg31m1), std::pair("MCG59", kOzkVslMcg59),
-          std::pair("MT19937", kOzkVslMt19937), std::pair("SFMT19937", kOzkVslSfmt19937)}) {
+         std::initializer_list<std::pair<const char*, uint32_t>>{{"MCG31M1", kOzkVslMcg31m1},
+                                                                 {"R250", kOzkVslR250},
+                                                                 {"MRG32K3A", kOzkVslMrg32k3a},
+                                                                 {"MCG59", kOzkVslMcg59},
+                                                                 {"WH:272", kOzkVslWh + 272},
+                                                                 {"MT19937", kOzkVslMt19937},
+                                                                 {"MT2203:6023", kOzkVslMt2203 + 6023},
+                                                                 {"SFMT19937", kOzkVslSfmt19937},
+                                                                 {"ARS5", kOzkVslArs5},
+                                                                 {"PHILOX4X32X10", kOzkVslPhilox4x32x10}}) {
         OzkVslStream* kernel_stream = nullptr;
         ASSERT_EQ(__vslNewStreamEx(&kernel_stream, identifier, 2, seed), 0);
         std::vector<double> expected(kNumbers);
@@ -81,12 +89,31 @@ TEST(Stream, ForWorkersDividesTheNumbersTheWayTheGeneratorOffers) {
             return stream;
         });
     }
-    expect_starts("WH:20", [&](size_t k) { return ozk::stream("WH:" + std::to_string(20 + k), seed); });
+    for (const std::string family : {"WH:", "MT2203:"}) {
+        expect_starts(family + "20",
+                      [&](size_t k) { return ozk::stream(family + std::to_string(20 + k), seed); });
+    }
     expect_starts("MRG32K3A", [&](size_t k) {
         ozk::stream stream("MRG32K3A", seed);
         stream.skip_ahead(std::vector<uint64_t>{0, k << 63, k >> 1});
         return stream;
     });
+    for (const char* name : {"MT19937", "SFMT19937"}) {
+        expect_starts(name, [&](size_t k) {
+            ozk::stream stream(name, seed);
+            for (size_t i = 0; i < k; ++i) stream.skip_ahead(uint64_t{1} << 63);
+            return stream;
+        });
+    }
+    for (const char* name : {"ARS5", "PHILOX4X32X10"}) {
+        expect_starts(name, [&](size_t k) {
+            ozk::stream stream(name, seed);
+            stream.skip_ahead(std::vector<uint64_t>{0, k << 32});
+            return stream;
+        });
+    }
+    EXPECT_EQ(ozk::stream::for_workers("NONDETERMINISTIC", kWorkers).size(), kWorkers);
+    EXPECT_EQ(ozk::stream::for_workers("MT2203:6021", kWorkers).size(), kWorkers);
     EXPECT_TRUE(ozk::stream::for_workers("MRG32K3A", 0).empty());
     EXPECT_EQ(ozk::stream::for_workers("WH:272", 1).size(), 1u);
 }
@@ -173,7 +200,9 @@ TEST(Stream, RefusesWithoutWritingOrMoving) {
     refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, NAN, 1); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(3, 3); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(-1, 3); });
-    refused(kOzkCodeArgument, [] { ozk::stream::for_workers("R250", 2); });
+    for (const char* name : {"R250", "SOBOL", "NIEDERREITER", "MT2203:6023"}) {
+        refused(kOzkCodeArgument, [=] { ozk::stream::for_workers(name, 2); });
+    }
     refused(kOzkCodeArgument, [] { ozk::stream::for_workers("WH:271", 3); });
     refused(kOzkCodeSize, [] { ozk::stream::for_workers("MCG59", -1); });
     refused(kOzkVslErrorNoSkipAheadEx, [&] { stream.skip_ahead(std::vector<uint64_t>{1, 1}); });

@@ -3,12 +3,15 @@
 //
 // Best-first search over the leading output bits: a node has settled the bits of b and c that reach the first v of
 // them, and holds the reduced lattice of those; its key is the excess of its defects over the least ones known, less
-// kWeight for every bit settled, so that deep nodes go first unless they are much worse.
+// a weight for every bit settled, so that deep nodes go first unless they are much worse.
 //
 // Build: g++ -std=c++20 -O3 -march=native -o build/mt2203_tempering tools/parameters/mt2203_tempering.cpp -pthread
 // Run:   build/mt2203_tempering tools/parameters/mt2203_a.txt build/mt2203_found.txt 4
 // (4 threads; some 0.3 s of processor time a row). A row found is appended to the results, "row a b c"; started again,
-// it goes on with the rows that the results lack. Table: tools/parameters/mt2203_table.cpp.
+// it goes on with the coefficients that the results lack. The search is all but exhaustive: a lower weight than 1 with
+// a larger budget than 24000 (further arguments) finds the same sums of defects, so rows whose best masks are worse
+// than others need another twist: tools/parameters/mt2203_twist.cpp.
+// Table: tools/parameters/mt2203_table.cpp, which takes the better one of several results of a row.
 
 #include <algorithm>
 #include <array>
@@ -32,8 +35,10 @@ namespace {
 
 using namespace twister;
 
-constexpr double kWeight = 1.0;
-constexpr int kBudget = 24000;  // lattices reduced; the search goes on until it has found any masks
+struct Width {
+    double weight = 1.0;
+    int budget = 24000;  // lattices reduced; the search goes on until it has found any masks
+};
 
 // No mask bit reaches the output bits below this: the defects of the last ones are settled before.
 constexpr int kSettledBits = kWordBits - kShiftB;
@@ -78,7 +83,7 @@ std::vector<Node> choices(const Node& from, int bit) {
     return all;
 }
 
-Node search(std::uint32_t a) {
+Node search(std::uint32_t a, const Width& width) {
     std::mt19937 random(a);  // breaks ties
     Node best;
     std::priority_queue<Node> open;
@@ -87,7 +92,7 @@ Node search(std::uint32_t a) {
     root.lattice = std::make_shared<Lattice>(a);
     open.push(root);
     int reduced = 0;
-    while (!open.empty() && (reduced < kBudget || best.excess == std::numeric_limits<int>::max())) {
+    while (!open.empty() && (reduced < width.budget || best.excess == std::numeric_limits<int>::max())) {
         const Node node = open.top();
         open.pop();
         if (node.excess >= best.excess) continue;
@@ -97,7 +102,7 @@ Node search(std::uint32_t a) {
             ++reduced;
             choice.excess += lattice->defect() - kLeastDefect[static_cast<std::size_t>(v)];
             if (choice.excess >= best.excess) continue;
-            choice.key = choice.excess - kWeight * v + 0.5 * random() / 0x1p32;
+            choice.key = choice.excess - width.weight * v + 0.5 * random() / 0x1p32;
             choice.lattice = std::move(lattice);
             if (v == kSettledBits)
                 best = std::move(choice);
@@ -117,18 +122,23 @@ struct Row {
 
 int main(int argc, char** argv) {
     if (argc < 3) {
-        std::fprintf(stderr, "usage: mt2203_tempering COEFFICIENTS RESULTS [THREADS]\n");
+        std::fprintf(stderr, "usage: mt2203_tempering COEFFICIENTS RESULTS [THREADS [WEIGHT BUDGET]]\n");
         return EXIT_FAILURE;
     }
     const int threads = argc > 3 ? std::atoi(argv[3]) : 1;
+    Width width;
+    if (argc > 5) width = {std::atof(argv[4]), std::atoi(argv[5])};
 
-    std::set<int> found;
+    std::set<std::uint32_t> found;
     std::string line;
-    for (std::ifstream results(argv[2]); std::getline(results, line);) found.insert(std::atoi(line.c_str()));
+    for (std::ifstream results(argv[2]); std::getline(results, line);) {
+        Row row;
+        if (std::sscanf(line.c_str(), "%d %x", &row.number, &row.a) == 2) found.insert(row.a);
+    }
     std::vector<Row> rows;
     for (std::ifstream coefficients(argv[1]); std::getline(coefficients, line);) {
         Row row;
-        if (std::sscanf(line.c_str(), "%d %x", &row.number, &row.a) == 2 && !found.contains(row.number))
+        if (std::sscanf(line.c_str(), "%d %x", &row.number, &row.a) == 2 && !found.contains(row.a))
             rows.push_back(row);
     }
 
@@ -143,7 +153,7 @@ int main(int argc, char** argv) {
     for (int i = 0; i < threads; ++i)
         workers.emplace_back([&] {
             for (std::size_t k = taken++; k < rows.size(); k = taken++) {
-                const Node best = search(rows[k].a);
+                const Node best = search(rows[k].a, width);
                 const std::lock_guard one(writing);
                 std::fprintf(results, "%d %08x %08x %08x\n", rows[k].number, rows[k].a, best.b, best.c);
                 std::fflush(results);

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "vsl/streams/generator.hpp"
-#include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
 namespace {
@@ -91,7 +90,7 @@ int32_t generate(OzkVslStream* stream, int32_t n, Result* r, Use use) {
 
 template <class Real>
 int32_t integers_as_reals(OzkVslStream* stream, int32_t n, Real* r, double a, double b) {
-    const UnsignedOutput output(a, b);
+    const Uniform<Real> output{(b - a) * kWordUnit, a};
     return generate<IntegerAbstract>(stream, n, r, [&](const uint32_t* x, int32_t count, Real* out) {
         convert(x, static_cast<uint32_t>(count), out, output);
     });

@@ -13,7 +13,7 @@ struct Ars5Cipher {
 
     template <class Result, class Output>
     static void encipher(const uint32_t (&key)[kKeyWords], uint64_t low, uint64_t high, uint64_t blocks,
-                         Result* r, const Output& output) {
+                         Result* r, Output output) {
         const Ars5Keys keys(key);
         if (__vslCPUisAES()) {
             ars5_by_instructions(keys, low, high, blocks, r, output);
@@ -26,12 +26,6 @@ struct Ars5Cipher {
 using Ars5 = CounterBased<Ars5Cipher>;
 static_assert(sizeof(Ars5::State) == 52);
 
-int32_t skip(OzkVslStream* stream, const uint64_t (&count)[3]) {
-    if (!__vslCPUisAES()) return kOzkVslErrorNoAes;
-    Ars5::skip(state_of<Ars5::State>(stream), count);
-    return kOzkVslSuccess;
-}
-
 }  // namespace
 }  // namespace ozk::vsl
 
@@ -40,34 +34,21 @@ extern "C" {
 using namespace ozk::vsl;
 
 int32_t __vslBRngARS5InitStream(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
-    uint64_t count[3] = {};
-    switch (method) {
-        case kOzkVslInitSeed:
-            Ars5::seed(state_of<Ars5::State>(stream), n, static_cast<const uint32_t*>(params));
-            return kOzkVslSuccess;
-        case kOzkVslInitLeapfrog:
-            return kOzkVslErrorNoLeapfrog;
-        case kOzkVslInitSkipAhead:
-            count[0] = skip_count(params);
-            return skip(stream, count);
-        case kOzkVslInitSkipAheadEx:
-            skip_words(n, params, count);
-            return skip(stream, count);
-        default:
-            return kOzkVslErrorUnknownMethod;
-    }
+    const bool skips = method == kOzkVslInitSkipAhead || method == kOzkVslInitSkipAheadEx;
+    if (skips && !__vslCPUisAES()) return kOzkVslErrorNoAes;
+    return Ars5::initialise(method, stream, n, params);
 }
 
 int32_t __vsliBRngARS5(OzkVslStream* stream, int32_t n, void* r) {
     if (!__vslCPUisAES()) return kOzkVslErrorNoAes;
-    return Ars5::generate(stream, n, static_cast<uint32_t*>(r), WordOutput());
+    return Ars5::generate(stream, n, static_cast<uint32_t*>(r), Words());
 }
 int32_t __vslsBRngARS5(OzkVslStream* stream, int32_t n, float* r, float a, float b) {
-    return Ars5::generate(stream, n, r, SignedSingleOutput(a, b));
+    return Ars5::generate(stream, n, r, SignedUniform<float>(a, b));
 }
 int32_t __vsldBRngARS5(OzkVslStream* stream, int32_t n, double* r, double a, double b) {
     if (!__vslCPUisAES()) return kOzkVslErrorNoAes;
-    return Ars5::generate(stream, n, r, SignedOutput(a, b));
+    return Ars5::generate(stream, n, r, SignedUniform<double>(a, b));
 }
 
 }  // extern "C"

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "simd/aes.hpp"
+#include "vsl/streams/output.hpp"
 #include "vsl/streams/plain_aes.hpp"
-#include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
 
@@ -35,7 +35,7 @@ struct Ars5Keys {
 // side cover the latency of the instruction.
 template <class Result, class Output>
 [[gnu::target("aes")]] void ars5_by_instructions(const Ars5Keys& k, uint64_t low, uint64_t high,
-                                                 uint64_t blocks, Result* r, const Output& output) {
+                                                 uint64_t blocks, Result* r, Output output) {
     using namespace simd;
     constexpr uint64_t kInFlight = 8;
     const i64x2 k0 = k.keys[0], k1 = k.keys[1], k2 = k.keys[2], k3 = k.keys[3], k4 = k.keys[4],
@@ -47,7 +47,7 @@ template <class Result, class Output>
         for (; single > 0; --single, r += 4) {
             i64x2 x = aes_round(aes_round(counter ^ k0, k1), k2);
             x = aes_round(aes_round(x, k3), k4);
-            output(as_i32(aes_last_round(x, k5)), r);
+            output.put(r, as_i32(aes_last_round(x, k5)));
             counter = counter + pair(int64_t{1}, int64_t{0});
         }
         if (blocks == 0) return;
@@ -71,7 +71,7 @@ template <class Result, class Output>
 #pragma GCC unroll 8
             for (uint64_t i = 0; i < kInFlight; ++i) x[i] = aes_round(x[i], k4);
 #pragma GCC unroll 8
-            for (uint64_t i = 0; i < kInFlight; ++i) output(as_i32(aes_last_round(x[i], k5)), r + 4 * i);
+            for (uint64_t i = 0; i < kInFlight; ++i) output.put(r + 4 * i, as_i32(aes_last_round(x[i], k5)));
         }
         single = blocks;
     }
@@ -80,7 +80,7 @@ template <class Result, class Output>
 // The same by tables.
 template <class Result, class Output>
 void ars5_by_tables(const Ars5Keys& k, uint64_t low, uint64_t high, uint64_t blocks, Result* r,
-                    const Output& output) {
+                    Output output) {
     plain_aes::Columns keys[Ars5Keys::kRounds + 1];
     std::memcpy(keys, k.keys, sizeof keys);
     for (; blocks > 0; --blocks, ++low, r += 4) {

@@ -47,7 +47,8 @@ int32_t __vslAddChunk(OzkVslStream* stream, uint32_t identifier, const uint64_t*
     OzkVslChunk* const chunk = allocate_record<OzkVslChunk>();
     if (!chunk) return kOzkVslErrorNoMemory;
     *chunk = {identifier, size, data, stream->chunks, {0, 0}};
-    if (key && shared_data::attach(key, chunk->data, size, shared_data::kReservedEntries) == kOzkVslSuccess) {
+    if (key &&
+        shared_data::attach(key, chunk->data, chunk->size, shared_data::kReservedEntries) == kOzkVslSuccess) {
         chunk->key[0] = key[0];
         chunk->key[1] = key[1];
     }

@@ -11,13 +11,14 @@
 #include <cstring>
 
 #include "vsl/streams/generator.hpp"
-#include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
 
 template <class Cipher>
 class CounterBased {
   public:
+    using Word = uint32_t;
+    static constexpr double kUnit = kWordUnit;
     static constexpr uint32_t kBlockWords = 4;
 
     struct State {
@@ -27,15 +28,31 @@ class CounterBased {
         uint32_t block[kBlockWords];
     };
 
-    // Key words, then counter words; those not given are 0.
-    static void seed(State& state, int32_t n, const uint32_t* words) {
-        state = {};
-        const int32_t given = std::clamp(n, 0, int32_t{Cipher::kKeyWords + kBlockWords});
-        if (given > 0) std::memcpy(&state, words, static_cast<size_t>(given) * sizeof *words);
+    static int32_t initialise(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
+        State& state = state_of<State>(stream);
+        uint64_t count[3] = {};
+        switch (method) {
+            case kOzkVslInitSeed:
+                seed(state, n, static_cast<const uint32_t*>(params));
+                return kOzkVslSuccess;
+            case kOzkVslInitLeapfrog:
+                return kOzkVslErrorNoLeapfrog;
+            case kOzkVslInitSkipAhead:
+                count[0] = skip_count(params);
+                skip(state, count);
+                return kOzkVslSuccess;
+            case kOzkVslInitSkipAheadEx:
+                // At most three words of the count: they say more than the period of 2^130 words.
+                std::copy_n(static_cast<const uint64_t*>(params), std::clamp(n, 0, 3), count);
+                skip(state, count);
+                return kOzkVslSuccess;
+            default:
+                return kOzkVslErrorUnknownMethod;
+        }
     }
 
     template <class Result, class Output>
-    static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, const Output& output) {
+    static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, Output output) {
         if (n < 1) return kOzkVslSuccess;
         State& state = state_of<State>(stream);
         uint32_t wanted = static_cast<uint32_t>(n);
@@ -50,10 +67,27 @@ class CounterBased {
         r += blocks * kBlockWords;
         wanted %= kBlockWords;
         if (wanted == 0) return kOzkVslSuccess;
-        encipher(state, 1, state.block, WordOutput());
+        encipher(state, 1, state.block, Words());
         convert(state.block, wanted, r, output);
         state.remaining = kBlockWords - wanted;
         return kOzkVslSuccess;
+    }
+
+  private:
+    using Counter = unsigned __int128;
+
+    static Counter counter(const State& state) {
+        Counter c;
+        std::memcpy(&c, state.counter, sizeof c);
+        return c;
+    }
+    static void set_counter(State& state, Counter c) { std::memcpy(state.counter, &c, sizeof c); }
+
+    // Key words, then counter words; those not given are 0.
+    static void seed(State& state, int32_t n, const uint32_t* words) {
+        state = {};
+        const int32_t given = std::clamp(n, 0, int32_t{Cipher::kKeyWords + kBlockWords});
+        if (given > 0) std::memcpy(&state, words, static_cast<size_t>(given) * sizeof *words);
     }
 
     // Skips as many words as a count of three 64-bit words says, least significant first.
@@ -69,26 +103,16 @@ class CounterBased {
         const uint64_t m2 = count[2] - (count[0] < pending && count[1] == 0);
         const Counter q = Counter{m1 >> 2 | m2 << 62} << 64 | (m0 >> 2 | m1 << 62);
         set_counter(state, counter(state) + q);
-        encipher(state, 1, state.block, WordOutput());
+        encipher(state, 1, state.block, Words());
         state.remaining = kBlockWords - static_cast<uint32_t>(m0 % kBlockWords);
     }
-
-  private:
-    using Counter = unsigned __int128;
-
-    static Counter counter(const State& state) {
-        Counter c;
-        std::memcpy(&c, state.counter, sizeof c);
-        return c;
-    }
-    static void set_counter(State& state, Counter c) { std::memcpy(state.counter, &c, sizeof c); }
 
     // A state that was loaded may hold any number.
     static uint32_t remaining(const State& state) { return std::min(state.remaining, kBlockWords); }
 
     // Writes whole blocks and advances the counter, a run at a time within which its low half does not wrap.
     template <class Result, class Output>
-    static void encipher(State& state, uint64_t blocks, Result* r, const Output& output) {
+    static void encipher(State& state, uint64_t blocks, Result* r, Output output) {
         Counter c = counter(state);
         while (blocks > 0) {
             const uint64_t low = static_cast<uint64_t>(c);
@@ -101,10 +125,5 @@ class CounterBased {
         set_counter(state, c);
     }
 };
-
-// The count of an extended skip: at most three words of it, more than the period of 2^130 words.
-inline void skip_words(int32_t n, const void* params, uint64_t (&count)[3]) {
-    for (int32_t i = 0; i < 3; ++i) count[i] = i < n ? static_cast<const uint64_t*>(params)[i] : 0;
-}
 
 }  // namespace ozk::vsl

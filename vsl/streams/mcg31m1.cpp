@@ -38,8 +38,6 @@ struct Modulus31 {
         return min_unsigned(sum, sum - simd::broadcast(static_cast<int32_t>(kModulus)));
     }
 
-    static double number(Word x) { return static_cast<int32_t>(x); }
-
     static Word seed(int32_t n, const uint32_t* words) {
         const Word x = n < 1 ? 0 : words[0] % kModulus;
         return x == 0 ? 1 : x;

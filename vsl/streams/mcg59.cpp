@@ -9,12 +9,9 @@ struct Modulus59 {
     using Word = uint64_t;
     static constexpr Word kMask = (Word{1} << 59) - 1;
     static constexpr Word kMultiplier = 302875106592253;  // 13^13
-    static constexpr double kUnit = 0x1p-59;
+    static constexpr double kUnit = 0x1p-59;  // the largest words become 2^59 as doubles, and so 1
 
     static Word multiply(Word x, Word y) { return x * y & kMask; }
-
-    // Rounded to 53 bits, so the largest words become 2^59.
-    static double number(Word x) { return static_cast<double>(static_cast<int64_t>(x)); }
 
     static Word seed(int32_t n, const uint32_t* words) {
         Word x = n < 1 ? 0 : words[0];

@@ -127,8 +127,6 @@ struct Mrg32k3a {
         Triple first, second;
     };
 
-    static double number(Word word) { return word; }
-
     static int32_t initialise(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
         State& state = state_of<State>(stream);
         switch (method) {

@@ -13,7 +13,11 @@ struct Mt19937 : Twister<Mt19937Shape> {
     static constexpr Parameters parameters(const OzkVslStream*) {
         return {0x9908b0df, 0x9d2c5680, 0xefc60000};
     }
-    static double single_scale(float a, float b) { return (b - a) * static_cast<float>(kWordUnit); }
+    // In the precision of the results.
+    template <class Real>
+    static Real scale(Real a, Real b) {
+        return (b - a) * static_cast<Real>(kWordUnit);
+    }
 };
 
 static_assert(sizeof(Mt19937::State) == 625 * sizeof(uint32_t));
@@ -21,4 +25,4 @@ static_assert(sizeof(Mt19937::State) == 625 * sizeof(uint32_t));
 }  // namespace
 }  // namespace ozk::vsl
 
-OZK_VSL_EXPORT_WORD_ARRAY(MT19937, ozk::vsl::Mt19937)
+OZK_VSL_EXPORT_GENERATOR(MT19937, ozk::vsl::WordArray<ozk::vsl::Mt19937>)

@@ -3,7 +3,7 @@
 // Sixteen lanes run side by side, lane i at output i of a pass, each advancing by a^16: the products of a
 // pass don't wait for each other, and the sequence is that of one step at a time.
 //
-// A Modulus has Word, multiply(x, y), kMultiplier, kUnit, number(x) and seed(n, words). One whose products are
+// A Modulus has Word, multiply(x, y), kMultiplier, kUnit and seed(n, words). One whose products are
 // better made of vectors has, too: Factor, a multiplier prepared for them, and multiply(four words, Factor).
 #pragma once
 

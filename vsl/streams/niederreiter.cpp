@@ -63,4 +63,4 @@ static_assert(sizeof(QuasiRandom<Niederreiter>::State) <= 21056 * sizeof(uint32_
 }  // namespace
 }  // namespace ozk::vsl
 
-OZK_VSL_EXPORT_QUASI_RANDOM(Niederr, ozk::vsl::Niederreiter)
+OZK_VSL_EXPORT_GENERATOR(Niederr, ozk::vsl::QuasiRandom<ozk::vsl::Niederreiter>)

@@ -188,6 +188,7 @@ int32_t attach_chunk(OzkVslStream* stream, const ChunkHeader& header, void* data
         __vslUnregisterGlobRODataReference(chunk->key);
         chunk->key[0] = chunk->key[1] = 0;
         chunk->data = data;
+        chunk->size = header.size;
     }
     return kOzkVslSuccess;
 }

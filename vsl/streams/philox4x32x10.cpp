@@ -16,7 +16,7 @@ struct PhiloxCipher {
 
     template <class Result, class Output>
     static void encipher(const uint32_t (&key)[kKeyWords], uint64_t low, uint64_t high, uint64_t blocks,
-                         Result* r, const Output& output) {
+                         Result* r, Output output) {
         const RoundKeys keys(key);
         constexpr uint64_t kPerPass = 2 * kPairs;
         for (; blocks >= kPerPass; blocks -= kPerPass, low += kPerPass, r += 4 * kPerPass) {
@@ -48,8 +48,7 @@ struct PhiloxCipher {
 
     // Blocks low, low + 1, ..., two for each pair.
     template <int kCount, class Result, class Output>
-    OZK_SIMD static void pass(const RoundKeys& keys, uint64_t low, uint64_t high, Result* r,
-                              const Output& output) {
+    OZK_SIMD static void pass(const RoundKeys& keys, uint64_t low, uint64_t high, Result* r, Output output) {
         using namespace simd;
         const i64x2 multiplier0 = broadcast(kMultiplier0), multiplier1 = broadcast(kMultiplier1);
         i64x2 x0[kCount], x1[kCount], x2[kCount], x3[kCount];
@@ -74,8 +73,8 @@ struct PhiloxCipher {
         }
         for (int i = 0; i < kCount; ++i) {
             const i64x2 words01 = join_low_words(x0[i], x1[i]), words23 = join_low_words(x2[i], x3[i]);
-            output(as_i32(interleave_low(words01, words23)), r + 8 * i);
-            output(as_i32(interleave_high(words01, words23)), r + 8 * i + 4);
+            output.put(r + 8 * i, as_i32(interleave_low(words01, words23)));
+            output.put(r + 8 * i + 4, as_i32(interleave_high(words01, words23)));
         }
     }
 };
@@ -86,41 +85,4 @@ static_assert(sizeof(Philox::State) == 44);
 }  // namespace
 }  // namespace ozk::vsl
 
-extern "C" {
-
-using namespace ozk::vsl;
-
-int32_t __vslBRngPHILOX4X32X10InitStream(uint32_t method, OzkVslStream* stream, int32_t n,
-                                         const void* params) {
-    Philox::State& state = state_of<Philox::State>(stream);
-    uint64_t count[3] = {};
-    switch (method) {
-        case kOzkVslInitSeed:
-            Philox::seed(state, n, static_cast<const uint32_t*>(params));
-            return kOzkVslSuccess;
-        case kOzkVslInitLeapfrog:
-            return kOzkVslErrorNoLeapfrog;
-        case kOzkVslInitSkipAhead:
-            count[0] = skip_count(params);
-            Philox::skip(state, count);
-            return kOzkVslSuccess;
-        case kOzkVslInitSkipAheadEx:
-            skip_words(n, params, count);
-            Philox::skip(state, count);
-            return kOzkVslSuccess;
-        default:
-            return kOzkVslErrorUnknownMethod;
-    }
-}
-
-int32_t __vsliBRngPHILOX4X32X10(OzkVslStream* stream, int32_t n, void* r) {
-    return Philox::generate(stream, n, static_cast<uint32_t*>(r), WordOutput());
-}
-int32_t __vslsBRngPHILOX4X32X10(OzkVslStream* stream, int32_t n, float* r, float a, float b) {
-    return Philox::generate(stream, n, r, UnsignedOutput(a, b));
-}
-int32_t __vsldBRngPHILOX4X32X10(OzkVslStream* stream, int32_t n, double* r, double a, double b) {
-    return Philox::generate(stream, n, r, UnsignedOutput(a, b));
-}
-
-}  // extern "C"
+OZK_VSL_EXPORT_GENERATOR(PHILOX4X32X10, ozk::vsl::Philox)

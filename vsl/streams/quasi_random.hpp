@@ -13,7 +13,6 @@
 #include <cstring>
 
 #include "vsl/streams/generator.hpp"
-#include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
 
@@ -25,6 +24,9 @@ using Column = uint32_t[kDirections];
 template <class Family>
 class QuasiRandom {
   public:
+    using Word = uint32_t;
+    static constexpr double kUnit = kWordUnit;
+
     struct State {
         uint32_t dimensions;
         uint32_t coordinate;  // of the next output
@@ -52,7 +54,7 @@ class QuasiRandom {
     }
 
     template <class Result, class Output>
-    static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, const Output& output) {
+    static int32_t generate(OzkVslStream* stream, int32_t n, Result* r, Output output) {
         if (n < 1) return kOzkVslSuccess;
         State& state = state_of<State>(stream);
         const Position at = position(state);
@@ -194,8 +196,7 @@ class QuasiRandom {
     // Eight rows of `width` >= 4 words from row x on, which becomes the row after them.
     template <class Result, class Output>
     OZK_SIMD static Result* eight_rows(uint32_t* x, uint32_t width, const uint32_t* v0, const uint32_t* v1,
-                                       const uint32_t* v2, const uint32_t* v3, Result* r,
-                                       const Output& output) {
+                                       const uint32_t* v2, const uint32_t* v3, Result* r, Output output) {
         using namespace simd;
         constexpr uint32_t kLanes = i32x4::kLanes;
         const auto at = [](const uint32_t* p)
@@ -204,7 +205,7 @@ class QuasiRandom {
             const i32x4 step0 = at(v0 + j), step1 = at(v1 + j), step2 = at(v2 + j), step3 = at(v3 + j);
             Result* out = r + j;
             const auto emit = [&](i32x4 step) OZK_SIMD_LAMBDA {
-                output(row, out);
+                output.put(out, row);
                 out += width;
                 row = row ^ step;
             };
@@ -227,14 +228,14 @@ class QuasiRandom {
     }
 
     template <class Result, class Output>
-    static Result* point(State& state, uint32_t d, Result* r, const Output& output) {
+    static Result* point(State& state, uint32_t d, Result* r, Output output) {
         convert(state.point, d, r, output);
         advance(state, d);
         return r + d;
     }
 
     template <class Result, class Output>
-    static Result* whole_points(State& state, uint32_t d, uint32_t points, Result* r, const Output& output) {
+    static Result* whole_points(State& state, uint32_t d, uint32_t points, Result* r, Output output) {
         for (; points > 0 && state.index % kRows != 0; --points) r = point(state, d, r, output);
         for (; points >= kRows && state.index < 0 - kRows; points -= kRows) {
             state.index += kRows;
@@ -246,7 +247,7 @@ class QuasiRandom {
     }
 
     template <class Result, class Output>
-    static Result* narrow_points(State& state, uint32_t d, uint32_t points, Result* r, const Output& output) {
+    static Result* narrow_points(State& state, uint32_t d, uint32_t points, Result* r, Output output) {
         // The fewest points, a power of two, that fill whole vectors and a row.
         uint32_t k = 1;
         while (d << k < kNarrow || (d << k) % simd::i32x4::kLanes != 0) ++k;
@@ -265,7 +266,7 @@ class QuasiRandom {
     // blocks * 8 rows of 2^k points, from a multiple of so many on.
     template <class Result, class Output>
     static Result* joined_points(State& state, uint32_t d, uint32_t k, uint32_t blocks, Result* r,
-                                 const Output& output) {
+                                 Output output) {
         constexpr uint32_t kWidest = 4 * kNarrow;
         uint32_t row[kWidest], steps[kDirections][kWidest];
         const uint32_t width = d << k, first = state.index >> k, end = first + blocks * kRows;
@@ -291,20 +292,3 @@ class QuasiRandom {
 };
 
 }  // namespace ozk::vsl
-
-// The four exported functions of a quasi-random generator.
-#define OZK_VSL_EXPORT_QUASI_RANDOM(Name, Family)                                                         \
-    extern "C" int32_t __vslBRng##Name##InitStream(uint32_t method, OzkVslStream* stream, int32_t n,      \
-                                                   const void* params) {                                  \
-        return ozk::vsl::QuasiRandom<Family>::initialise(method, stream, n, params);                      \
-    }                                                                                                     \
-    extern "C" int32_t __vslsBRng##Name(OzkVslStream* stream, int32_t n, float* r, float a, float b) {    \
-        return ozk::vsl::QuasiRandom<Family>::generate(stream, n, r, ozk::vsl::UnsignedOutput(a, b));     \
-    }                                                                                                     \
-    extern "C" int32_t __vsldBRng##Name(OzkVslStream* stream, int32_t n, double* r, double a, double b) { \
-        return ozk::vsl::QuasiRandom<Family>::generate(stream, n, r, ozk::vsl::UnsignedOutput(a, b));     \
-    }                                                                                                     \
-    extern "C" int32_t __vsliBRng##Name(OzkVslStream* stream, int32_t n, void* r) {                       \
-        return ozk::vsl::QuasiRandom<Family>::generate(stream, n, static_cast<uint32_t*>(r),              \
-                                                       ozk::vsl::WordOutput());                           \
-    }

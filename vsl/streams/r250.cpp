@@ -22,8 +22,6 @@ struct R250 {
         uint32_t j;  // the one kNear before the next
     };
 
-    static double number(Word word) { return word; }
-
     static int32_t initialise(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
         switch (method) {
             case kOzkVslInitSeed:
@@ -46,7 +44,7 @@ struct R250 {
         State& state = state_of<State>(stream);
         state.i %= kWords;  // a state that was read from elsewhere may hold anything
         state.j %= kWords;
-        if constexpr (std::is_same_v<Output, Words<R250>>) {
+        if constexpr (std::is_same_v<Output, Words>) {
             if (n >= 2 * kWords) {
                 advance(state, kWords, r, output);
                 follow(r, n);

@@ -13,10 +13,8 @@ struct Generator {
     int32_t sets;
 };
 
-// A generator is its source file and its row here. A row without functions reserves an identifier whose
-// streams can't be created.
+// A generator is its source file and its row here.
 #define OZK_FUNCTIONS(Name) __vslBRng##Name##InitStream, __vslsBRng##Name, __vsldBRng##Name, __vsliBRng##Name
-#define OZK_NONE            nullptr, nullptr, nullptr, nullptr
 
 constexpr Generator kGenerators[] = {
     // state size, seed count, includes zero, word size, bits, functions; parameter sets
@@ -28,7 +26,7 @@ constexpr Generator kGenerators[] = {
     {{11712, 2900, 0, 4, 32, OZK_FUNCTIONS(Sobol)}, 1},
     {{84288, 21056, 0, 4, 32, OZK_FUNCTIONS(Niederr)}, 1},
     {{2520, 625, 1, 4, 32, OZK_FUNCTIONS(MT19937)}, 1},
-    {{312, 70, 1, 4, 32, OZK_NONE}, 6024},  // MT2203
+    {{312, 70, 1, 4, 32, OZK_FUNCTIONS(MT2203)}, kOzkVslMt2203Sets},
     {{48, 0, 1, 4, 32, OZK_FUNCTIONS(iAbstract)}, 1},
     {{64, 0, 1, 4, 32, OZK_FUNCTIONS(dAbstract)}, 1},
     {{56, 0, 1, 4, 32, OZK_FUNCTIONS(sAbstract)}, 1},
@@ -38,7 +36,6 @@ constexpr Generator kGenerators[] = {
     {{64, 11, 1, 4, 32, OZK_FUNCTIONS(PHILOX4X32X10)}, 1},
 };
 #undef OZK_FUNCTIONS
-#undef OZK_NONE
 
 constexpr int32_t kBuiltIn = static_cast<int32_t>(std::size(kGenerators));
 constexpr int32_t kWhRow = 4, kSobolRow = 5, kNiederreiterRow = 6;

@@ -77,7 +77,6 @@ struct Sfmt19937 {
     struct Parameters {};
 
     static Parameters parameters(const OzkVslStream*) { return {}; }
-    static double single_scale(double a, double b) { return (b - a) * kWordUnit; }
 
     // ---- Words ------------------------------------------------------------------------------------------
 
@@ -214,4 +213,4 @@ struct Sfmt19937 {
 }  // namespace
 }  // namespace ozk::vsl
 
-OZK_VSL_EXPORT_WORD_ARRAY(SFMT19937, ozk::vsl::Sfmt19937)
+OZK_VSL_EXPORT_GENERATOR(SFMT19937, ozk::vsl::WordArray<ozk::vsl::Sfmt19937>)

@@ -10,7 +10,8 @@ namespace ozk::vsl::shared_data {
 namespace {
 
 constinit OzkVslSharedData entries[kOzkVslSharedDataEntries] = {};
-constinit int32_t sizes[kOzkVslSharedDataEntries] = {};  // of the entries' data, in bytes; 0: not known
+constinit int32_t sizes[kOzkVslSharedDataEntries] =
+    {};  // of the entries' data, in bytes; negative: not known
 constinit int used = 0;
 constinit std::atomic<uint32_t> lock_word = 0;
 
@@ -51,11 +52,14 @@ int32_t find_or_add(OzkVslSharedData*& entry, const uint64_t* key, void* data, i
 
 }  // namespace
 
-int32_t attach(const uint64_t* key, void*& data, int32_t size, int reserved) {
+int32_t attach(const uint64_t* key, void*& data, int32_t& size, int reserved) {
     return locked([&] {
         OzkVslSharedData* entry;
         const int32_t status = find_or_add(entry, key, data, size, reserved);
-        if (status == kOzkVslSuccess) data = entry->data;
+        if (status != kOzkVslSuccess) return status;
+        data = entry->data;
+        const int32_t known = sizes[entry - entries];
+        if (known >= 0) size = known;
         return status;
     });
 }
@@ -63,7 +67,7 @@ int32_t attach(const uint64_t* key, void*& data, int32_t size, int reserved) {
 int32_t size_of(const uint64_t* key) {
     return locked([&] {
         const OzkVslSharedData* const entry = find(key);
-        return entry ? sizes[entry - entries] : 0;
+        return entry ? sizes[entry - entries] : kUnknownSize;
     });
 }
 
@@ -86,7 +90,7 @@ int32_t __vslFindGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* 
 
 int32_t __vslCreateGlobRODataTableEntry(OzkVslSharedData** entry, const uint64_t* key, void* data) {
     OzkVslSharedData* created;
-    const int32_t status = locked([&] { return find_or_add(created, key, data, 0, 0); });
+    const int32_t status = locked([&] { return find_or_add(created, key, data, kUnknownSize, 0); });
     if (status == kOzkVslSuccess) *entry = created;
     return status;
 }

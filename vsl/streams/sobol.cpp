@@ -57,4 +57,4 @@ static_assert(sizeof(QuasiRandom<Sobol>::State) <= 2900 * sizeof(uint32_t));
 }  // namespace
 }  // namespace ozk::vsl
 
-OZK_VSL_EXPORT_QUASI_RANDOM(Sobol, ozk::vsl::Sobol)
+OZK_VSL_EXPORT_GENERATOR(Sobol, ozk::vsl::QuasiRandom<ozk::vsl::Sobol>)

@@ -3,7 +3,6 @@
 #include "simd/processor_random.hpp"
 #include "vsl/streams/draw.hpp"
 #include "vsl/streams/generator.hpp"
-#include "vsl/streams/word_output.hpp"
 
 namespace ozk::vsl {
 namespace {
@@ -60,7 +59,7 @@ int32_t __vslBRngTRNGInitStream(uint32_t method, OzkVslStream* stream, int32_t n
 }
 
 int32_t __vsliBRngTRNG(OzkVslStream* stream, int32_t n, void* r) {
-    return generate_halves(stream, n, static_cast<uint32_t*>(r), [](uint32_t word) { return word; });
+    return generate_halves(stream, n, static_cast<uint32_t*>(r), Words());
 }
 
 int32_t __vslsBRngTRNG(OzkVslStream* stream, int32_t n, float* r, float a, float b) {

@@ -181,7 +181,7 @@ struct WichmannHill {
 
         void first_word(uint32_t* x) const { simd::store(reinterpret_cast<int32_t*>(x), word(0)); }
 
-        OZK_SIMD void put(Word* r, Words<WichmannHill>) const {
+        OZK_SIMD void put(Word* r, Words) const {
 #pragma GCC unroll 4
             for (int i = 0; i < kPass; ++i) simd::store(reinterpret_cast<int32_t*>(r[i].x), word(i));
         }

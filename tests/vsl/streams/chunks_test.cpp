@@ -91,13 +91,23 @@ TEST_F(Chunks, CopyDuplicatesPrivateDataReferencesSharedDataAndReversesTheOrder)
     EXPECT_EQ(references(key), 0u);
 }
 
-TEST_F(Chunks, SecondChunkWithASharedKeyUsesTheFirstOnesData) {
+TEST_F(Chunks, SecondChunkWithASharedKeyUsesTheFirstOnesDataAndTheirSize) {
     const Key key = {{0, 9}};
     add(a, 1, "first", key);
     void* const superseded = make_data("second");
-    ASSERT_EQ(__vslAddChunk(&b, 1, key, superseded, 7), kOzkVslSuccess);
-    EXPECT_EQ(text_of(b, 1), text_of(a, 1));
+    for (int32_t size : {7, 2, 1 << 30}) {
+        ASSERT_EQ(__vslAddChunk(&b, 1, key, superseded, size), kOzkVslSuccess);
+        EXPECT_EQ(text_of(b, 1), text_of(a, 1));
+        EXPECT_EQ(b.chunks->size, 6);  // nothing is read, and so saved, from beyond the shared block
+    }
     ozk_serv_deallocate(superseded);
+
+    // Data that were put into the table without a chunk have the size that a chunk says.
+    OzkVslSharedData* entry;
+    ASSERT_EQ(__vslCreateGlobRODataTableEntry(&entry, Key{{0, 10}}, make_data("bare")), kOzkVslSuccess);
+    ASSERT_EQ(__vslAddChunk(&b, 2, Key{{0, 10}}, nullptr, 5), kOzkVslSuccess);
+    EXPECT_EQ(b.chunks->size, 5);
+    EXPECT_EQ(__vslUnregisterGlobRODataReference(Key{{0, 10}}), kOzkVslSuccess);
 }
 
 TEST_F(Chunks, KeepTheirDataPrivateWhenOneEntryOfTheTableIsLeft) {

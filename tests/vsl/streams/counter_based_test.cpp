@@ -225,7 +225,7 @@ TEST(Ars5, TablesGiveWhatTheInstructionsGive) {
     const uint32_t key[4] = {1, 0x80000000, 77, 0xFFFFFFFF};
     std::vector<uint32_t> by_tables(4 * 20);
     ozk::vsl::ars5_by_tables(ozk::vsl::Ars5Keys(key), ~uint64_t{0} - 21, 5, 20, by_tables.data(),
-                             ozk::vsl::WordOutput());
+                             ozk::vsl::Words());
     for (size_t i = 0; i < by_tables.size(); ++i) {
         const Wide counter = (Wide{5} << 64) + (~uint64_t{0} - 21) + i / 4;
         ASSERT_EQ(by_tables[i], Ars5::block({key[0], key[1], key[2], key[3]}, counter)[i % 4]) << i;

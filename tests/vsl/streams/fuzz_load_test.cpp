@@ -23,12 +23,15 @@ uint64_t setting(const char* name, uint64_t otherwise) {
 
 std::vector<Bytes> seeds() {
     std::vector<Bytes> images;
-    for (uint32_t identifier = 1u << 20; identifier <= 16u << 20; identifier += 1u << 20) {
-        OzkVslStream* made = nullptr;
-        const uint32_t seed = 3;
-        if (__vslNewStreamEx(&made, identifier, 1, &seed) != kOzkVslSuccess) continue;
-        const drawing::Stream stream(made);
-        drawing::doubles(stream, 7);
+    for (const uint32_t identifier :
+         {uint32_t{kOzkVslMcg31m1}, uint32_t{kOzkVslR250}, uint32_t{kOzkVslMrg32k3a}, uint32_t{kOzkVslMcg59},
+          kOzkVslWh + 272u, uint32_t{kOzkVslSobol}, uint32_t{kOzkVslNiederreiter}, uint32_t{kOzkVslMt19937},
+          kOzkVslMt2203 + 6023u, uint32_t{kOzkVslSfmt19937}, uint32_t{kOzkVslNondeterministic},
+          uint32_t{kOzkVslArs5}, uint32_t{kOzkVslPhilox4x32x10}}) {
+        const drawing::Stream stream = drawing::make(identifier, {3});
+        double numbers[7];
+        _vsldRngUniform(0, stream.get(), 7, numbers, 0,
+                        1);  // refused where the processor lacks an instruction
         images.push_back(saved(stream));
         const uint64_t key[2] = {identifier, 1};
         attach(stream, kOzkVslGaussianChunk, std::string(24, 'g'));
@@ -61,7 +64,7 @@ void mutate(Bytes& bytes, Random& random) {
         const size_t at = below(random, 2)   ? below(random, size)
                           : below(random, 2) ? below(random, near)
                                              : size - 1 - below(random, near);
-        switch (below(random, 6)) {
+        switch (below(random, 7)) {
             case 0:
                 bytes[at] = static_cast<char>(bytes[at] ^ 1 << below(random, 8));
                 break;
@@ -73,6 +76,11 @@ void mutate(Bytes& bytes, Random& random) {
                 break;
             case 3:
                 bytes.insert(at, below(random, 40), static_cast<char>(random()));
+                break;
+            case 4:  // every word from here to the end of the state, whatever it counts
+                for (size_t word = std::max<size_t>(at / 4 * 4, 20); word + 4 <= size; word += 4) {
+                    put(bytes, word, awkward(random));
+                }
                 break;
             default:
                 if (at / 4 * 4 + 4 <= size) put(bytes, at / 4 * 4, awkward(random));

@@ -5,6 +5,7 @@
 
 #include "ozk_vsl.h"
 #include "tests/vsl/allocator.hpp"
+#include "tests/vsl/streams/drawing.hpp"
 
 namespace {
 
@@ -175,6 +176,26 @@ TEST(Stream, RefusesWhatItsGeneratorDoesNotDo) {
     EXPECT_EQ(draw(stream, 5), draw(fresh, 5));
     __vslDeleteStream(&stream);
     __vslDeleteStream(&fresh);
+}
+
+TEST(Uniforms, OnTheUnitIntervalAreTheScaledWordsAtEveryLength) {
+    for (const uint32_t generator :
+         {uint32_t{kOzkVslR250}, uint32_t{kOzkVslSobol}, uint32_t{kOzkVslNiederreiter},
+          uint32_t{kOzkVslMt19937}, uint32_t{kOzkVslMt2203}, uint32_t{kOzkVslSfmt19937},
+          uint32_t{kOzkVslPhilox4x32x10}}) {
+        const drawing::Stream words_of = drawing::make(generator, {3}),
+                              doubles_of = drawing::make(generator, {3}),
+                              singles_of = drawing::make(generator, {3});
+        for (const size_t n : {1, 6, 1300, 3}) {
+            const auto words = drawing::words(words_of, n);
+            const auto doubles = drawing::doubles(doubles_of, n);
+            const auto singles = drawing::singles(singles_of, n);
+            for (size_t i = 0; i < n; ++i) {
+                ASSERT_EQ(doubles[i], words[i] * 0x1p-32) << generator << " " << i;
+                ASSERT_EQ(singles[i], static_cast<float>(words[i] * 0x1p-32)) << generator << " " << i;
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -62,6 +62,19 @@ struct Mt19937 {
     }
 };
 
+template <uint32_t kSet>
+struct Mt2203 {
+    static constexpr uint32_t kIdentifier = kOzkVslMt2203 + kSet;
+    static constexpr size_t kArray = 69;
+    static constexpr bool kScaleInSingle = false;
+    static Words reference(const Words& key, size_t count) {
+        const auto& row = _vsl_mt2203_table[kSet];
+        PlainTwister twister{69, 34, 0x1f, row[0], row[1], row[2], 12, {}};
+        twister.seed(key);
+        return twister.outputs(count);
+    }
+};
+
 struct Sfmt19937 {
     static constexpr uint32_t kIdentifier = kOzkVslSfmt19937;
     static constexpr size_t kArray = 624;
@@ -137,7 +150,7 @@ const Words kSeed = {31, 41, 59};
 
 template <class Generator>
 class Twisters : public testing::Test {};
-using Generators = testing::Types<Mt19937, Sfmt19937>;
+using Generators = testing::Types<Mt19937, Mt2203<0>, Mt2203<3000>, Mt2203<6023>, Sfmt19937>;
 TYPED_TEST_SUITE(Twisters, Generators);
 
 TYPED_TEST(Twisters, FollowTheirRecurrenceFromAnySeedAtEveryLength) {
@@ -248,6 +261,18 @@ TEST(Mt19937, GivesThePublishedOutputs) {
 TEST(Sfmt19937, GivesThePublishedOutputs) {
     EXPECT_EQ(Stream(kOzkVslSfmt19937, {0x1234, 0x5678, 0x9abc, 0xdef0}).words(5),
               (Words{2920711183, 3885745737, 3501893680, 856470934, 1421864068}));
+}
+
+TEST(Mt2203, TwistsOfTheSetsDifferInTheirLowHalvesAndHaveTheirTopBit) {
+    for (uint32_t set = 1; set < 6023; ++set) {
+        const uint32_t a = _vsl_mt2203_table[set][0];
+        ASSERT_EQ(a & 0xFFFF, 1375 + set);
+        ASSERT_NE(a >> 31, 0u) << set;
+    }
+    const uint32_t first[] = {0xaf81055f, 0xdd7eef80, 0xefd78000},
+                   last[] = {0xe8761d4b, 0x72967680, 0xefeb0000};
+    EXPECT_TRUE(std::equal(first, first + 3, _vsl_mt2203_table[0]));
+    EXPECT_TRUE(std::equal(last, last + 3, _vsl_mt2203_table[6023]));
 }
 
 TEST(PolynomialRemainder, IsWhatDividingBitByBitLeaves) {
