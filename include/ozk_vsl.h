@@ -581,6 +581,18 @@ OZK_EXPORT int32_t _vslsRngGaussian(int32_t method, OzkVslStream* stream, int32_
 OZK_EXPORT int32_t _vsldRngGaussian(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
                                     double sigma);
 
+/* n vectors T z + a of `dimension` numbers each, one after the other in r (n by dimension, row after row): z
+ * standard Gaussian numbers of the same method codes, drawn component after component, vector after vector; a the
+ * vector of means; t the lower triangular factor T of the covariance matrix T T' (OzkVslFactorStorage), of which
+ * the values are not checked. kOzkVslErrorBadArguments, before anything is drawn or written, for another method,
+ * dimension < 1 or another storage; else as Gaussian. The products are those of the core's triangular multiply,
+ * which may round differently for another number of vectors: results of differently cut calls are equal but for
+ * their last digits. */
+OZK_EXPORT int32_t _vslsRngGaussianMV(int32_t method, OzkVslStream* stream, int32_t n, float* r,
+                                      int32_t dimension, int32_t storage, const float* a, const float* t);
+OZK_EXPORT int32_t _vsldRngGaussianMV(int32_t method, OzkVslStream* stream, int32_t n, double* r,
+                                      int32_t dimension, int32_t storage, const double* a, const double* t);
+
 /* ---- Other continuous distributions --------------------------------------------------------------------- *
  * n numbers each. kOzkVslErrorBadArguments, before anything is drawn or written, for a method code that is not
  * named and for parameters out of the ranges given, NaN included; else the first negative status of the basic
