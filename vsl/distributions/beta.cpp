@@ -50,7 +50,7 @@ int32_t johnk(OzkVslStream* stream, int32_t n, Real* r, double p, double q, doub
 }
 
 // Cheng: V = lambda ln(u1 / (1 - u1)) and W = a exp(V) are accepted when
-//   alpha ln(alpha / (b + W)) + gamma V - ln 4 >= ln(u1^2 u2).
+//   u1^2 u2 <= exp(alpha ln(alpha / (b + W)) + gamma V - ln 4).
 struct Cheng {
     double alpha, lambda, gamma_minus_alpha, ln_a_over_b, ln_alpha_over_b;
     double sign;  // 1: the result is W / (b + W); -1: b / (b + W)
@@ -73,25 +73,26 @@ Cheng cheng(double p, double q) {
 template <class Real>
 int32_t by_cheng(OzkVslStream* stream, int32_t n, Real* r, const Cheng& c, double shift, double beta) {
     return by_rejection<2>(stream, n, r, [=](int32_t count, const double* u, Real* out) {
-        double odds[kCandidates], s[kCandidates], t[kCandidates], ln_t[kCandidates], ln_z[kCandidates];
+        double v[kCandidates], s[kCandidates], t[kCandidates], bound[kCandidates], x[kCandidates];
+        for (int32_t i = 0; i < count; ++i) v[i] = u[2 * i] / (1 - u[2 * i]);
+        take_ln(count, v);
         for (int32_t i = 0; i < count; ++i) {
-            const double u1 = u[2 * i];
-            odds[i] = u1 / (1 - u1);
-            ln_z[i] = u1 * u1 * u[2 * i + 1];
+            v[i] *= c.lambda;
+            s[i] = v[i] + c.ln_a_over_b;
         }
-        take_ln(count, odds);
-        take_ln(count, ln_z);
-        for (int32_t i = 0; i < count; ++i) s[i] = c.lambda * odds[i] + c.ln_a_over_b;
         take_exp_of_minus_magnitude(count, s, t);
-        for (int32_t i = 0; i < count; ++i) ln_t[i] = 1 + t[i];
-        take_ln(count, ln_t);
+        for (int32_t i = 0; i < count; ++i) bound[i] = 1 + t[i];
+        take_ln(count, bound);
+        for (int32_t i = 0; i < count; ++i) {
+            bound[i] = c.alpha * (v[i] - std::max(s[i], 0.0) + c.ln_alpha_over_b - bound[i]) +
+                       (c.gamma_minus_alpha * v[i] - kLn4);
+            x[i] = shift + beta * logistic(c.sign * s[i], t[i]);
+        }
+        take_exp(count, bound);
         int32_t kept = 0;
         for (int32_t i = 0; i < count; ++i) {
-            const double v = c.lambda * odds[i];
-            const double density =
-                c.alpha * (v - std::max(s[i], 0.0) + c.ln_alpha_over_b - ln_t[i]) + c.gamma_minus_alpha * v;
-            out[kept] = static_cast<Real>(shift + beta * logistic(c.sign * s[i], t[i]));
-            kept += density - kLn4 >= ln_z[i];
+            out[kept] = static_cast<Real>(x[i]);
+            kept += u[2 * i] * u[2 * i] * u[2 * i + 1] < bound[i];
         }
         return kept;
     });

@@ -16,6 +16,7 @@ namespace ozk::vsl {
 namespace {
 
 constexpr double kSqrt2 = 1.4142135623730951;
+constexpr double kNearlyZero = 0x1p-60;
 
 struct MarsagliaTsang {
     double d, c;
@@ -35,34 +36,40 @@ double logarithm_beyond_cube(double e, double ln) {
             e * (1.0 / 5 - e * (1.0 / 6 - e * (1.0 / 7 - e * (1.0 / 8 - e * (1.0 / 9 - e * 0.1))))));
 }
 
-// For `count` candidates of kUniforms uniforms each: cube[i] = (1 + e)^3, and whether it is accepted.
+// For `count` candidates of kUniforms uniforms each: cube[i] = (1 + e)^3, and whether it is accepted. With x =
+// sqrt(2) z, z from the inverse error function. Where 1 + e <= 0, x < -2.44 and the squeeze is below 0.
 template <class Real, int kUniforms>
 void propose(const MarsagliaTsang& gamma, int32_t count, const double* u, double* cube, bool* accepted) {
-    constexpr double kSqueeze = 0.0331;
-    double x[kCandidates];
-    for (int32_t i = 0; i < count; ++i) x[i] = 2 * u[kUniforms * i] - 1;
-    For<Real>::take_erf_inv(count, x);
-    for (int32_t i = 0; i < count; ++i) x[i] *= kSqrt2;
+    constexpr double kSqueeze = 4 * 0.0331;
+    const double c = kSqrt2 * gamma.c;
+    double z[kCandidates], margin[kCandidates];
+    for (int32_t i = 0; i < count; ++i) {
+        z[i] = 2 * u[kUniforms * i] - 1;
+        margin[i] = 1 - u[kUniforms * i + 1];
+    }
+    For<Real>::take_erf_inv(count, z);
+    for (int32_t i = 0; i < count; ++i) {
+        const double t = 1 + c * z[i], z2 = z[i] * z[i];
+        cube[i] = t * t * t;
+        margin[i] -= kSqueeze * (z2 * z2);
+    }
 
     int32_t undecided = 0, place[kCandidates];
     for (int32_t i = 0; i < count; ++i) {
-        const double t = 1 + gamma.c * x[i], x2 = x[i] * x[i];
-        cube[i] = t * t * t;
-        accepted[i] = (t > 0) & (u[kUniforms * i + 1] < 1 - kSqueeze * (x2 * x2));
+        accepted[i] = margin[i] > 0;
         place[undecided] = i;
-        undecided += (t > 0) & !accepted[i];
+        undecided += !accepted[i];
     }
-
     double logarithms[2 * kCandidates];
     for (int32_t k = 0; k < undecided; ++k) {
         logarithms[2 * k] = u[kUniforms * place[k] + 1];
-        logarithms[2 * k + 1] = 1 + gamma.c * x[place[k]];
+        logarithms[2 * k + 1] = std::max(1 + c * z[place[k]], kNearlyZero);
     }
     take_ln(2 * undecided, logarithms);
     for (int32_t k = 0; k < undecided; ++k) {
-        const double e = gamma.c * x[place[k]];
+        const double e = c * z[place[k]];
         accepted[place[k]] =
-            logarithms[2 * k] < 3 * gamma.d * logarithm_beyond_cube(e, logarithms[2 * k + 1]);
+            e > -1 && logarithms[2 * k] < 3 * gamma.d * logarithm_beyond_cube(e, logarithms[2 * k + 1]);
     }
 }
 
