@@ -23,8 +23,8 @@ void take_exp_of_minus_magnitude(int32_t count, const double* s, double* x) {
     take_exp(count, x);
 }
 
-// 1 / (1 + exp(-s)), t = exp(-|s|).
-double logistic(double s, double t) { return (s >= 0 ? 1 : t) / (1 + t); }
+// 1 / (1 + exp(-s)), t = exp(-|s|) <= 1. Without a branch on the sign of s, which nothing predicts.
+double logistic(double s, double t) { return std::max(t, 0.5 + std::copysign(0.5, s)) / (1 + t); }
 
 // Johnk: with x = u1^(1/p) and y = u2^(1/q), x / (x + y) is accepted when x + y <= 1.
 template <class Real>
@@ -108,8 +108,11 @@ int32_t beta_numbers(int32_t method, OzkVslStream* stream, int32_t n, Real* r, d
         return kOzkVslErrorBadArguments;
     }
     if (n < 1) return kOzkVslSuccess;
-    return std::max(p, q) <= 1 ? johnk(stream, n, r, p, q, a, beta)
-                               : by_cheng(stream, n, r, cheng(p, q), a, beta);
+    // From here on, since setting up raises flags, too.
+    return in_own_environment(nullptr, [=] {
+        return std::max(p, q) <= 1 ? johnk(stream, n, r, p, q, a, beta)
+                                   : by_cheng(stream, n, r, cheng(p, q), a, beta);
+    });
 }
 
 }  // namespace

@@ -123,8 +123,11 @@ int32_t gamma(int32_t method, OzkVslStream* stream, int32_t n, Real* r, double a
         return kOzkVslErrorBadArguments;
     }
     if (n < 1) return kOzkVslSuccess;
-    return alpha < 1 ? gamma_below_one(stream, n, r, alpha, a, beta)
-                     : gamma_from_one(stream, n, r, alpha, a, beta);
+    // From here on, since setting up raises flags, too.
+    return in_own_environment(nullptr, [=] {
+        return alpha < 1 ? gamma_below_one(stream, n, r, alpha, a, beta)
+                         : gamma_from_one(stream, n, r, alpha, a, beta);
+    });
 }
 
 }  // namespace
