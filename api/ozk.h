@@ -295,9 +295,68 @@ enum ozk_gaussian_method {
     kOzkBoxMullerPairs = 1, /* two uniforms for two numbers; half a pair waits in the stream */
     kOzkInverse = 2         /* the inverse distribution function of one uniform */
 };
-/* n normal numbers with mean `mean` and standard deviation sigma > 0, both finite. */
+/* n numbers of a distribution each, in single and double precision; every parameter is finite. The sequence does
+ * not depend on how it is cut into calls.
+ * Normal, with mean `mean` and standard deviation sigma > 0. */
+OZK_API ozk_status ozk_s_gaussian(ozk_stream* stream, int64_t n, float* r, float mean, float sigma,
+                                  int32_t method);
 OZK_API ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
                                   int32_t method);
+
+/* With y = (x - displacement) / scale, scale > 0:
+ * exponential  P(X <= x) = 1 - exp(-y), y >= 0
+ * laplace      exp(y) / 2 for y < 0, else 1 - exp(-y) / 2
+ * rayleigh     1 - exp(-y^2), y >= 0
+ * gumbel       1 - exp(-exp(y)): of a smallest value
+ * cauchy       1/2 + atan(y) / pi */
+#define OZK_API_LOCATION_SCALE(name)                                                               \
+    OZK_API ozk_status ozk_s_##name(ozk_stream* stream, int64_t n, float* r, float displacement,   \
+                                    float scale);                                                  \
+    OZK_API ozk_status ozk_d_##name(ozk_stream* stream, int64_t n, double* r, double displacement, \
+                                    double scale);
+OZK_API_LOCATION_SCALE(exponential)
+OZK_API_LOCATION_SCALE(laplace)
+OZK_API_LOCATION_SCALE(rayleigh)
+OZK_API_LOCATION_SCALE(gumbel)
+OZK_API_LOCATION_SCALE(cauchy)
+
+/* weibull  P(X <= x) = 1 - exp(-y^shape), y >= 0, shape > 0
+ * gamma    density proportional to y^(shape - 1) exp(-y), y > 0, shape > 0 */
+#define OZK_API_SHAPE(name)                                                                 \
+    OZK_API ozk_status ozk_s_##name(ozk_stream* stream, int64_t n, float* r, float shape,   \
+                                    float displacement, float scale);                       \
+    OZK_API ozk_status ozk_d_##name(ozk_stream* stream, int64_t n, double* r, double shape, \
+                                    double displacement, double scale);
+OZK_API_SHAPE(weibull)
+OZK_API_SHAPE(gamma)
+
+/* displacement + scale exp(G), G normal with mean `mean` and standard deviation sigma > 0; scale > 0. */
+OZK_API ozk_status ozk_s_lognormal(ozk_stream* stream, int64_t n, float* r, float mean, float sigma,
+                                   float displacement, float scale);
+OZK_API ozk_status ozk_d_lognormal(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
+                                   double displacement, double scale);
+/* Density proportional to y^(p - 1) (1 - y)^(q - 1), 0 <= y <= 1; p and q 1e-30 to 1e30. */
+OZK_API ozk_status ozk_s_beta(ozk_stream* stream, int64_t n, float* r, float p, float q, float displacement,
+                              float scale);
+OZK_API ozk_status ozk_d_beta(ozk_stream* stream, int64_t n, double* r, double p, double q,
+                              double displacement, double scale);
+/* The sum of the squares of `degrees` > 0 standard normal numbers. */
+OZK_API ozk_status ozk_s_chi_square(ozk_stream* stream, int64_t n, float* r, int32_t degrees);
+OZK_API ozk_status ozk_d_chi_square(ozk_stream* stream, int64_t n, double* r, int32_t degrees);
+
+enum ozk_factor_storage {
+    kOzkFactorFull = 0,    /* dimension rows of dimension; what is above the diagonal is not read */
+    kOzkFactorPacked = 1,  /* the rows of the lower triangle, one after the other */
+    kOzkFactorDiagonal = 2 /* the diagonal alone */
+};
+/* n normal vectors of `dimension` numbers, row after row in r, with these means and the covariance T T', T the
+ * lower triangular factor. Cut into calls otherwise, results can differ in their last digits. */
+OZK_API ozk_status ozk_s_gaussian_vectors(ozk_stream* stream, int64_t n, float* r, int64_t dimension,
+                                          const float* mean, int32_t storage, const float* factor,
+                                          int32_t method);
+OZK_API ozk_status ozk_d_gaussian_vectors(ozk_stream* stream, int64_t n, double* r, int64_t dimension,
+                                          const double* mean, int32_t storage, const double* factor,
+                                          int32_t method);
 
 /* ---- Summary statistics ----------------------------------------------------------------------------- *
  * Estimates of p

@@ -30,9 +30,32 @@ OZK_KERNEL(double_uniform, _vsldRngUniform);
 OZK_KERNEL(integer_uniform, _vsliRngUniform);
 OZK_KERNEL(bits32, _vsliRngUniformBits32);
 OZK_KERNEL(bits64, _vsliRngUniformBits64);
-// method (ozk_gaussian_method), stream, count, results, mean, sigma
-constinit Kernel<int32_t(int32_t, OzkVslStream*, int32_t, double*, double, double)> double_gaussian{
-    "_vsldRngGaussian"};
+
+// Both precisions of a distribution, found by the type of the results.
+template <class Single, class Double>
+struct Precisions {
+    Kernel<Single> single;
+    Kernel<Double> twice;
+    auto& of(const float*) { return single; }
+    auto& of(const double*) { return twice; }
+};
+#define OZK_DISTRIBUTION(name, Name)                                                          \
+    constinit Precisions<decltype(_vslsRng##Name), decltype(_vsldRng##Name)> name##_kernels { \
+        Kernel<decltype(_vslsRng##Name)>("_vslsRng" #Name),                                   \
+            Kernel<decltype(_vsldRng##Name)>("_vsldRng" #Name)                                \
+    }
+OZK_DISTRIBUTION(gaussian, Gaussian);
+OZK_DISTRIBUTION(gaussian_vectors, GaussianMV);
+OZK_DISTRIBUTION(exponential, Exponential);
+OZK_DISTRIBUTION(laplace, Laplace);
+OZK_DISTRIBUTION(rayleigh, Rayleigh);
+OZK_DISTRIBUTION(gumbel, Gumbel);
+OZK_DISTRIBUTION(cauchy, Cauchy);
+OZK_DISTRIBUTION(weibull, Weibull);
+OZK_DISTRIBUTION(gamma, Gamma);
+OZK_DISTRIBUTION(lognormal, Lognormal);
+OZK_DISTRIBUTION(beta, Beta);
+OZK_DISTRIBUTION(chi_square, ChiSquare);
 
 // How streams for several workers are made from one seed.
 enum class Division {
@@ -141,6 +164,51 @@ ozk_status draw(const char* function, ozk_stream* stream, int64_t n, T* r, bool 
         require(parameters_hold, kOzkCodeArgument, parameters);
         for (int64_t first = 0; first < n; first += kPiece) {
             done(generate(record(stream), static_cast<int32_t>(std::min(kPiece, n - first)), r + first));
+        }
+    });
+}
+
+// Draws n numbers of a distribution, which checks its parameters itself: `range` says what it wants.
+template <class T, class Precisions, class... Parameters>
+ozk_status distribution(const char* function, Precisions& kernels, int32_t method, ozk_stream* stream,
+                        int64_t n, T* r, const char* range, Parameters... parameters) {
+    return draw(function, stream, n, r, true, "", [&](auto* s, int32_t count, T* out) {
+        const int32_t status = kernels.of(out)(method, s, count, out, parameters...);
+        require(status != kOzkVslErrorBadArguments, kOzkCodeArgument, range);
+        return status;
+    });
+}
+
+template <class T>
+ozk_status gaussian(const char* function, ozk_stream* stream, int64_t n, T* r, T mean, T sigma,
+                    int32_t method) {
+    const bool holds = std::isfinite(mean) && std::isfinite(sigma) && sigma > 0 && method >= kOzkBoxMuller &&
+                       method <= kOzkInverse;
+    return draw(
+        function, stream, n, r, holds,
+        "The parameters are out of range: pass a finite mean, sigma > 0 and one of the three methods.",
+        [&](auto* s, int32_t count, T* out) {
+            return gaussian_kernels.of(out)(method, s, count, out, mean, sigma);
+        });
+}
+
+template <class T>
+ozk_status gaussian_vectors(const char* function, ozk_stream* stream, int64_t n, T* r, int64_t dimension,
+                            const T* mean, int32_t storage, const T* factor, int32_t method) {
+    return guarded(kOzkRandom, function, [&] {
+        require_stream(stream);
+        require(n >= 0, kOzkCodeSize, "The number of vectors is negative.");
+        require(dimension > 0 && dimension <= INT32_MAX, kOzkCodeSize,
+                "The dimension is below 1 or above 2^31 - 1.");
+        require((r != nullptr || n == 0) && mean != nullptr && factor != nullptr, kOzkCodeNull,
+                "An array is null: pass the results, the means and the factor.");
+        for (int64_t first = 0; first < n; first += kPiece) {
+            const int32_t status = gaussian_vectors_kernels.of(r)(
+                method, record(stream), static_cast<int32_t>(std::min(kPiece, n - first)),
+                r + first * dimension, static_cast<int32_t>(dimension), storage, mean, factor);
+            require(status != kOzkVslErrorBadArguments, kOzkCodeArgument,
+                    "There is no such method or storage: pass one of the three of each.");
+            done(status);
         }
     });
 }
@@ -340,14 +408,57 @@ ozk_status ozk_bits64(ozk_stream* stream, int64_t n, uint64_t* r) {
     });
 }
 
+ozk_status ozk_s_gaussian(ozk_stream* stream, int64_t n, float* r, float mean, float sigma, int32_t method) {
+    return gaussian("ozk_s_gaussian", stream, n, r, mean, sigma, method);
+}
 ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean, double sigma,
                           int32_t method) {
-    const bool holds = std::isfinite(mean) && std::isfinite(sigma) && sigma > 0 && method >= kOzkBoxMuller &&
-                       method <= kOzkInverse;
-    return draw(
-        "ozk_d_gaussian", stream, n, r, holds,
-        "The parameters are out of range: pass a finite mean, sigma > 0 and one of the three methods.",
-        [&](auto* s, int32_t count, double* out) {
-            return double_gaussian(method, s, count, out, mean, sigma);
-        });
+    return gaussian("ozk_d_gaussian", stream, n, r, mean, sigma, method);
 }
+
+// One precision, of type T and letter p, of each distribution.
+#define OZK_LOCATION_SCALE(p, T, name)                                                                    \
+    ozk_status ozk_##p##_##name(ozk_stream* stream, int64_t n, T* r, T displacement, T scale) {           \
+        return distribution("ozk_" #p "_" #name, name##_kernels, int32_t{kOzkVslInverse}, stream, n, r,   \
+                            "The parameters are out of range: pass a finite displacement and scale > 0.", \
+                            displacement, scale);                                                         \
+    }
+#define OZK_SHAPE(p, T, name, method)                                                                       \
+    ozk_status ozk_##p##_##name(ozk_stream* stream, int64_t n, T* r, T shape, T displacement, T scale) {    \
+        return distribution(                                                                                \
+            "ozk_" #p "_" #name, name##_kernels, method, stream, n, r,                                      \
+            "The parameters are out of range: pass shape > 0, a finite displacement and scale > 0.", shape, \
+            displacement, scale);                                                                           \
+    }
+#define OZK_OTHERS(p, T)                                                                                     \
+    OZK_LOCATION_SCALE(p, T, exponential)                                                                    \
+    OZK_LOCATION_SCALE(p, T, laplace)                                                                        \
+    OZK_LOCATION_SCALE(p, T, rayleigh)                                                                       \
+    OZK_LOCATION_SCALE(p, T, gumbel)                                                                         \
+    OZK_LOCATION_SCALE(p, T, cauchy)                                                                         \
+    OZK_SHAPE(p, T, weibull, kOzkVslInverse)                                                                 \
+    OZK_SHAPE(p, T, gamma, kOzkVslRejection)                                                                 \
+    ozk_status ozk_##p##_lognormal(ozk_stream* stream, int64_t n, T* r, T mean, T sigma, T displacement,     \
+                                   T scale) {                                                                \
+        return distribution("ozk_" #p "_lognormal", lognormal_kernels, kOzkVslLognormalBoxMullerPairs,       \
+                            stream, n, r,                                                                    \
+                            "The parameters are out of range: pass finite ones, sigma > 0 and scale > 0.",   \
+                            mean, sigma, displacement, scale);                                               \
+    }                                                                                                        \
+    ozk_status ozk_##p##_beta(ozk_stream* stream, int64_t n, T* r, T a, T b, T displacement, T scale) {      \
+        return distribution("ozk_" #p "_beta", beta_kernels, kOzkVslRejection, stream, n, r,                 \
+                            "The parameters are out of range: pass shapes 1e-30 to 1e30, a finite "          \
+                            "displacement and scale > 0.",                                                   \
+                            a, b, displacement, scale);                                                      \
+    }                                                                                                        \
+    ozk_status ozk_##p##_chi_square(ozk_stream* stream, int64_t n, T* r, int32_t degrees) {                  \
+        return distribution("ozk_" #p "_chi_square", chi_square_kernels, kOzkVslRejection, stream, n, r,     \
+                            "The degrees of freedom are below 1: pass 1 or more.", degrees);                 \
+    }                                                                                                        \
+    ozk_status ozk_##p##_gaussian_vectors(ozk_stream* stream, int64_t n, T* r, int64_t dimension,            \
+                                          const T* mean, int32_t storage, const T* factor, int32_t method) { \
+        return gaussian_vectors("ozk_" #p "_gaussian_vectors", stream, n, r, dimension, mean, storage,       \
+                                factor, method);                                                             \
+    }
+OZK_OTHERS(s, float)
+OZK_OTHERS(d, double)

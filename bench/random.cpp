@@ -5,6 +5,7 @@
 #include <gsl/gsl_randist.h>
 #include <gsl/gsl_rng.h>
 
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <random>
@@ -104,13 +105,113 @@ Case uniform_case(const Row& row, int n) {
     return c;
 }
 
+// A distribution of Real numbers, in long buffers unless n says otherwise: draw(stream, n, r) through the kernel
+// library; one of GSL and one of the standard library.
+template <class Real, auto kDraw, class Distribution, class Ours>
+Case distribution_case(const std::string& name, Distribution distribution, Ours draw, int n = kLong) {
+    const auto stream = make_stream(kOzkVslMt19937);
+    const auto r = std::make_shared<std::vector<Real>>(n);
+    Case c{"random/" + name, double(n), {}, {}};
+    if (stream && draw(stream.get(), n, r->data()) == kOzkVslSuccess) {
+        c.ours.push_back({"ours", [=] {
+                              draw(stream.get(), n, r->data());
+                              keep(r->data());
+                          }});
+    }
+    c.peers.push_back(standard<std::mt19937_64>("mt19937_64", distribution, n));
+    c.peers.push_back(gsl<kDraw>("mt19937", gsl_rng_mt19937, n));
+    c.peers.push_back(gsl<kDraw>("taus2", gsl_rng_taus2, n));
+    return c;
+}
+
+// Uniform numbers by std's engine through the formula `transform`, where std has no such distribution.
+template <class Transform>
+struct ByFormula {
+    std::uniform_real_distribution<double> uniform;
+    Transform transform;
+    template <class Engine>
+    double operator()(Engine& engine) {
+        return transform(uniform(engine));
+    }
+};
+template <class Transform>
+ByFormula<Transform> by_formula(Transform transform) {
+    return {std::uniform_real_distribution<double>(), transform};
+}
+
+// std's ratio of gamma numbers.
+struct BetaOfGammas {
+    std::gamma_distribution<double> p, q;
+    template <class Engine>
+    double operator()(Engine& engine) {
+        const double x = p(engine);
+        return x / (x + q(engine));
+    }
+};
+
+template <double (*kFunction)(const gsl_rng*, double), int kNumerator, int kDenominator = 1>
+double gsl_one(gsl_rng* g) {
+    return kFunction(g, double(kNumerator) / kDenominator);
+}
+template <double (*kFunction)(const gsl_rng*, double, double), int kTenths, int kTenths2>
+double gsl_two(gsl_rng* g) {
+    return kFunction(g, kTenths / 10.0, kTenths2 / 10.0);
+}
+
+// A kernel with its method and parameters; kOzkVslErrorBadArguments where the library lacks it.
+template <class Function, class Real, class... Parameters>
+auto drawing(const char* name, Parameters... parameters) {
+    return [=, draw = kernel<Function>(name)](OzkVslStream* stream, int32_t n, Real* r) {
+        return draw ? draw(0, stream, n, r, parameters...) : int32_t{kOzkVslErrorBadArguments};
+    };
+}
+#define OZK_OURS(p, Real, Name, ...) \
+    drawing<decltype(_vsl##p##Rng##Name), Real>("_vsl" #p "Rng" #Name, __VA_ARGS__)
+
+// Of one precision: p is its letter.
+#define OZK_DISTRIBUTIONS(all, p, Real)                                                                      \
+    do {                                                                                                     \
+        const std::string s = "/" #p;                                                                        \
+        const auto log = [](double u) { return -std::log(u); };                                              \
+        all.push_back(distribution_case<Real, gsl_one<gsl_ran_exponential, 1>>(                              \
+            "exponential" + s, std::exponential_distribution<double>(),                                      \
+            OZK_OURS(p, Real, Exponential, 0, 1)));                                                          \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_lognormal, 0, 10>>(                            \
+            "lognormal" + s, std::lognormal_distribution<double>(),                                          \
+            OZK_OURS(p, Real, Lognormal, 0, 1, 0, 1)));                                                      \
+        all.push_back(distribution_case<Real, gsl_one<gsl_ran_rayleigh, 1>>(                                 \
+            "rayleigh" + s, by_formula([=](double u) { return std::sqrt(log(u)); }),                         \
+            OZK_OURS(p, Real, Rayleigh, 0, 1)));                                                             \
+        all.push_back(distribution_case<Real, gsl_one<gsl_ran_cauchy, 1>>(                                   \
+            "cauchy" + s, std::cauchy_distribution<double>(), OZK_OURS(p, Real, Cauchy, 0, 1)));             \
+        all.push_back(distribution_case<Real, gsl_one<gsl_ran_laplace, 1>>(                                  \
+            "laplace" + s, by_formula([=](double u) { return u < 0.5 ? -log(2 * u) : log(2 - 2 * u); }),     \
+            OZK_OURS(p, Real, Laplace, 0, 1)));                                                              \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_weibull, 10, 15>>(                             \
+            "weibull 1.5" + s, std::weibull_distribution<double>(1.5),                                       \
+            OZK_OURS(p, Real, Weibull, 1.5, 0, 1)));                                                         \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_gumbel1, 10, 10>>(                             \
+            "gumbel" + s, std::extreme_value_distribution<double>(), OZK_OURS(p, Real, Gumbel, 0, 1)));      \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_gamma, 25, 10>>(                               \
+            "gamma 2.5" + s, std::gamma_distribution<double>(2.5), OZK_OURS(p, Real, Gamma, 2.5, 0, 1)));    \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_gamma, 4, 10>>(                                \
+            "gamma 0.4" + s, std::gamma_distribution<double>(0.4), OZK_OURS(p, Real, Gamma, 0.4, 0, 1)));    \
+        all.push_back(distribution_case<Real, gsl_two<gsl_ran_beta, 25, 15>>(                                \
+            "beta 2.5 1.5" + s,                                                                              \
+            BetaOfGammas{std::gamma_distribution<double>(2.5), std::gamma_distribution<double>(1.5)},        \
+            OZK_OURS(p, Real, Beta, 2.5, 1.5, 0, 1)));                                                       \
+        all.push_back(distribution_case<Real, gsl_one<gsl_ran_chisq, 3>>(                                    \
+            "chi-square 3" + s, std::chi_squared_distribution<double>(3), OZK_OURS(p, Real, ChiSquare, 3))); \
+    } while (false)
+
 Case gaussian_case(const char* name, int32_t method) {
     return {std::string("random/gaussian/") + name,
-            kNumbers,
-            ours("_vsldRngGaussian", method, make_stream(kOzkVslMt19937)),
-            {standard<std::mt19937_64>("mt19937_64 normal", std::normal_distribution<double>()),
-             gsl<ziggurat>("mt19937 ziggurat", gsl_rng_mt19937), gsl<ratio>("mt19937 ratio", gsl_rng_mt19937),
-             gsl<ziggurat>("taus2 ziggurat", gsl_rng_taus2)}};
+            kLong,
+            ours("_vsldRngGaussian", method, make_stream(kOzkVslMt19937), kLong),
+            {standard<std::mt19937_64>("mt19937_64 normal", std::normal_distribution<double>(), kLong),
+             gsl<ziggurat>("mt19937 ziggurat", gsl_rng_mt19937, kLong),
+             gsl<ratio>("mt19937 ratio", gsl_rng_mt19937, kLong),
+             gsl<ziggurat>("taus2 ziggurat", gsl_rng_taus2, kLong)}};
 }
 
 // A GSL quasi-random sequence of as many dimensions as it has.
@@ -184,6 +285,8 @@ std::vector<Case> cases() {
     all.push_back(gaussian_case("Box-Muller", kOzkVslGaussianBoxMuller));
     all.push_back(gaussian_case("Box-Muller pairs", kOzkVslGaussianBoxMullerPairs));
     all.push_back(gaussian_case("inverse", kOzkVslGaussianInverse));
+    OZK_DISTRIBUTIONS(all, d, double);
+    OZK_DISTRIBUTIONS(all, s, float);
     return all;
 }
 

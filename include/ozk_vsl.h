@@ -91,11 +91,23 @@ enum OzkVslQuasiForm {
 
 /* Method codes of the distribution generators. */
 enum OzkVslMethod {
-    kOzkVslUniformStandard = 0,        /* The generator's own floating-point output. */
-    kOzkVslGaussianBoxMuller = 0,      /* The sine of each pair of uniforms. */
-    kOzkVslGaussianBoxMullerPairs = 1, /* The sine and the cosine of each pair of uniforms. */
-    kOzkVslGaussianInverse = 2,        /* The inverse distribution function of each uniform. */
-    kOzkVslMethodAccurate = 0x40000000 /* Flag of the uniform generators: clamp into the interval. */
+    kOzkVslUniformStandard = 0,         /* The generator's own floating-point output. */
+    kOzkVslGaussianBoxMuller = 0,       /* The sine of each pair of uniforms. */
+    kOzkVslGaussianBoxMullerPairs = 1,  /* The sine and the cosine of each pair of uniforms. */
+    kOzkVslGaussianInverse = 2,         /* The inverse distribution function of each uniform. */
+    kOzkVslInverse = 0,                 /* The inverse distribution function of one uniform. */
+    kOzkVslLognormalBoxMullerPairs = 0, /* From Gaussian numbers of that method. */
+    kOzkVslLognormalInverse = 1,        /* From Gaussian numbers of the inverse method. */
+    kOzkVslRejection = 0,               /* Gamma, Beta, ChiSquare. */
+    kOzkVslMethodAccurate = 0x40000000  /* Flag: keep results inside the distribution's support. */
+};
+
+/* How GaussianMV finds the lower triangular factor T of the covariance. */
+enum OzkVslFactorStorage {
+    kOzkVslFactorFull =
+        0, /* dimension by dimension, row after row; what is above the diagonal is not read. */
+    kOzkVslFactorPacked = 1,  /* The rows of the lower triangle, one after the other. */
+    kOzkVslFactorDiagonal = 2 /* The diagonal alone: T has zeros elsewhere. */
 };
 
 enum OzkVslLimits {
@@ -569,12 +581,87 @@ OZK_EXPORT int32_t _vsliRngUniformBits64(int32_t method, OzkVslStream* stream, i
  * - kOzkVslGaussianInverse: sqrt(2) erfinv(u), one uniform on [-1, 1) a result.
  *
  * Other methods: kOzkVslErrorBadArguments. A uniform at the end of its interval (0, -1) gives a finite,
- * extreme result. The logarithm, sine, cosine and inverse error function are the library's own of the highest
- * accuracy, whatever the thread's mode is; its mode word, error callback and floating-point control words are
- * the same after the call as before. Returns the first negative status of the basic generator,
- * kOzkVslErrorNoMemory when there is none for the chunk, else 0. */
+ * extreme result. The thread's mode has no influence; its mode word, error callback and floating-point control
+ * words are the same after the call as before, which holds for every generator below, too. Returns the first
+ * negative status of the basic generator, kOzkVslErrorNoMemory when there is none for the chunk, else 0.
+ * Single precision: singles are drawn for Box and Muller's pairs and doubles for the inverse method, whose tails
+ * would otherwise end at 5.4 standard deviations; both precisions share the pair that waits. */
+OZK_EXPORT int32_t _vslsRngGaussian(int32_t method, OzkVslStream* stream, int32_t n, float* r, float a,
+                                    float sigma);
 OZK_EXPORT int32_t _vsldRngGaussian(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
                                     double sigma);
+
+/* n vectors T z + a of `dimension` numbers each, one after the other in r (n by dimension, row after row): z
+ * standard Gaussian numbers of the same method codes, drawn component after component, vector after vector; a the
+ * vector of means; t the lower triangular factor T of the covariance matrix T T' (OzkVslFactorStorage), of which
+ * the values are not checked. kOzkVslErrorBadArguments, before anything is drawn or written, for another method,
+ * dimension < 1 or another storage; else as Gaussian. The products are those of the core's triangular multiply,
+ * which may round differently for another number of vectors: results of differently cut calls are equal but for
+ * their last digits. */
+OZK_EXPORT int32_t _vslsRngGaussianMV(int32_t method, OzkVslStream* stream, int32_t n, float* r,
+                                      int32_t dimension, int32_t storage, const float* a, const float* t);
+OZK_EXPORT int32_t _vsldRngGaussianMV(int32_t method, OzkVslStream* stream, int32_t n, double* r,
+                                      int32_t dimension, int32_t storage, const double* a, const double* t);
+
+/* ---- Other continuous distributions --------------------------------------------------------------------- *
+ * n numbers each. kOzkVslErrorBadArguments, before anything is drawn or written, for a method code that is not
+ * named and for parameters out of the ranges given, NaN included; else the first negative status of the basic
+ * generator or 0. Every parameter is finite, whatever else is said of it. Results never leave the support, with
+ * kOzkVslMethodAccurate in the method or without; a result too large for the type is infinite, one too small the
+ * end of the support. A uniform of 0 counts as 2^-54. No sequence depends on how it is cut into calls, but see
+ * GaussianMV. */
+
+/* Single and double precision of one with displacement a and scale beta > 0. */
+#define OZK_VSL_DECLARE_LOCATION_SCALE(Name)                                                                \
+    OZK_EXPORT int32_t _vslsRng##Name(int32_t method, OzkVslStream* stream, int32_t n, float* r, float a,   \
+                                      float beta);                                                          \
+    OZK_EXPORT int32_t _vsldRng##Name(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a, \
+                                      double beta);
+
+/* kOzkVslInverse, one uniform a result. P(X <= x) with y = (x - a) / beta:
+ * Exponential  1 - exp(-y), y >= 0
+ * Laplace      exp(y) / 2 for y < 0, else 1 - exp(-y) / 2
+ * Rayleigh     1 - exp(-y^2), y >= 0
+ * Gumbel       1 - exp(-exp(y)): of a smallest value
+ * Cauchy       1/2 + atan(y) / pi */
+OZK_VSL_DECLARE_LOCATION_SCALE(Exponential)
+OZK_VSL_DECLARE_LOCATION_SCALE(Laplace)
+OZK_VSL_DECLARE_LOCATION_SCALE(Rayleigh)
+OZK_VSL_DECLARE_LOCATION_SCALE(Gumbel)
+OZK_VSL_DECLARE_LOCATION_SCALE(Cauchy)
+
+/* kOzkVslInverse. P(X <= x) = 1 - exp(-((x - a) / beta)^alpha), x >= a; shape alpha > 0, beta > 0. */
+OZK_EXPORT int32_t _vslsRngWeibull(int32_t method, OzkVslStream* stream, int32_t n, float* r, float alpha,
+                                   float a, float beta);
+OZK_EXPORT int32_t _vsldRngWeibull(int32_t method, OzkVslStream* stream, int32_t n, double* r, double alpha,
+                                   double a, double beta);
+
+/* b + beta exp(G), G Gaussian with mean a and standard deviation sigma; sigma > 0, beta > 0. Two methods,
+ * kOzkVslLognormalBoxMullerPairs and kOzkVslLognormalInverse; the former shares the pair that waits in the
+ * stream with the Gaussian generator, and can return kOzkVslErrorNoMemory like it. */
+OZK_EXPORT int32_t _vslsRngLognormal(int32_t method, OzkVslStream* stream, int32_t n, float* r, float a,
+                                     float sigma, float b, float beta);
+OZK_EXPORT int32_t _vsldRngLognormal(int32_t method, OzkVslStream* stream, int32_t n, double* r, double a,
+                                     double sigma, double b, double beta);
+
+/* kOzkVslRejection. Density proportional to y^(alpha - 1) exp(-y), y = (x - a) / beta > 0; alpha > 0, beta > 0.
+ * Marsaglia and Tsang, ACM TOMS 26 (2000). */
+OZK_EXPORT int32_t _vslsRngGamma(int32_t method, OzkVslStream* stream, int32_t n, float* r, float alpha,
+                                 float a, float beta);
+OZK_EXPORT int32_t _vsldRngGamma(int32_t method, OzkVslStream* stream, int32_t n, double* r, double alpha,
+                                 double a, double beta);
+
+/* kOzkVslRejection. The sum of the squares of v standard normal numbers, v > 0: 2 times gamma of shape v / 2. */
+OZK_EXPORT int32_t _vslsRngChiSquare(int32_t method, OzkVslStream* stream, int32_t n, float* r, int32_t v);
+OZK_EXPORT int32_t _vsldRngChiSquare(int32_t method, OzkVslStream* stream, int32_t n, double* r, int32_t v);
+
+/* kOzkVslRejection. Density proportional to y^(p - 1) (1 - y)^(q - 1), y = (x - a) / beta, 0 <= y <= 1; shapes p
+ * and q 1e-30 to 1e30, beta > 0. Johnk, Metrika 8 (1964), for shapes up to 1, else Cheng, Comm. ACM 21 (1978);
+ * what decides on acceptance is wrong by about 2^-52 (p + q), so let shapes stay far below 2^52. */
+OZK_EXPORT int32_t _vslsRngBeta(int32_t method, OzkVslStream* stream, int32_t n, float* r, float p, float q,
+                                float a, float beta);
+OZK_EXPORT int32_t _vsldRngBeta(int32_t method, OzkVslStream* stream, int32_t n, double* r, double p,
+                                double q, double a, double beta);
 
 #ifdef __cplusplus
 }

@@ -85,11 +85,123 @@ class stream {
     void bits(std::span<uint64_t> out) {
         detail::check(ozk_bits64(stream_, static_cast<int64_t>(out.size()), out.data()));
     }
-    // Fills `out` with normal numbers, sigma > 0.
+    // Fill `out` with numbers of a distribution; scales, sigma and shapes > 0. With y = (x - displacement) / scale,
+    // P(X <= x) or the density is what ozk.h says.
+    // Normal numbers.
     void gaussian(std::span<double> out, double mean = 0, double sigma = 1,
                   Gaussian method = Gaussian::inverse) {
         detail::check(ozk_d_gaussian(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
                                      static_cast<int32_t>(method)));
+    }
+    void gaussian(std::span<float> out, float mean = 0, float sigma = 1,
+                  Gaussian method = Gaussian::inverse) {
+        detail::check(ozk_s_gaussian(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
+                                     static_cast<int32_t>(method)));
+    }
+    // 1 - exp(-y), y >= 0.
+    void exponential(std::span<double> out, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_exponential(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    void exponential(std::span<float> out, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_exponential(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    // exp(y) / 2 for y < 0, else 1 - exp(-y) / 2.
+    void laplace(std::span<double> out, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_laplace(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    void laplace(std::span<float> out, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_laplace(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    // 1 - exp(-y^2), y >= 0.
+    void rayleigh(std::span<double> out, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_rayleigh(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    void rayleigh(std::span<float> out, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_rayleigh(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    // 1 - exp(-exp(y)): the smallest of many values.
+    void gumbel(std::span<double> out, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_gumbel(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    void gumbel(std::span<float> out, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_gumbel(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    // 1/2 + atan(y) / pi.
+    void cauchy(std::span<double> out, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_cauchy(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    void cauchy(std::span<float> out, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_cauchy(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    }
+    // 1 - exp(-y^shape), y >= 0.
+    void weibull(std::span<double> out, double shape, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_weibull(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    }
+    void weibull(std::span<float> out, float shape, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_weibull(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    }
+    // Density proportional to y^(shape - 1) exp(-y), y > 0.
+    void gamma(std::span<double> out, double shape, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_gamma(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    }
+    void gamma(std::span<float> out, float shape, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_gamma(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    }
+    // displacement + scale exp(G), G normal with this mean and sigma.
+    void lognormal(std::span<double> out, double mean = 0, double sigma = 1, double displacement = 0,
+                   double scale = 1) {
+        detail::check(ozk_d_lognormal(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
+                                      displacement, scale));
+    }
+    void lognormal(std::span<float> out, float mean = 0, float sigma = 1, float displacement = 0,
+                   float scale = 1) {
+        detail::check(ozk_s_lognormal(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
+                                      displacement, scale));
+    }
+    // Density proportional to y^(p - 1) (1 - y)^(q - 1), 0 <= y <= 1.
+    void beta(std::span<double> out, double p, double q, double displacement = 0, double scale = 1) {
+        detail::check(
+            ozk_d_beta(stream_, static_cast<int64_t>(out.size()), out.data(), p, q, displacement, scale));
+    }
+    void beta(std::span<float> out, float p, float q, float displacement = 0, float scale = 1) {
+        detail::check(
+            ozk_s_beta(stream_, static_cast<int64_t>(out.size()), out.data(), p, q, displacement, scale));
+    }
+    // The sum of the squares of `degrees` standard normal numbers.
+    void chi_square(std::span<double> out, int32_t degrees) {
+        detail::check(ozk_d_chi_square(stream_, static_cast<int64_t>(out.size()), out.data(), degrees));
+    }
+    void chi_square(std::span<float> out, int32_t degrees) {
+        detail::check(ozk_s_chi_square(stream_, static_cast<int64_t>(out.size()), out.data(), degrees));
+    }
+    // Fill `out` with normal vectors, row after row, of as many numbers d as there are means, with the covariance
+    // T T'. T is lower triangular, given row after row: whole (d d numbers), packed (d (d + 1) / 2) or its diagonal
+    // (d). Throw error where the sizes do not fit.
+    void gaussian_vectors(std::span<double> out, std::span<const double> mean, std::span<const double> factor,
+                          Gaussian method = Gaussian::inverse) {
+        detail::check(ozk_d_gaussian_vectors(
+            stream_, vectors(out.size(), mean.size()), out.data(), static_cast<int64_t>(mean.size()),
+            mean.data(), storage(factor.size(), mean.size()), factor.data(), static_cast<int32_t>(method)));
+    }
+    void gaussian_vectors(std::span<float> out, std::span<const float> mean, std::span<const float> factor,
+                          Gaussian method = Gaussian::inverse) {
+        detail::check(ozk_s_gaussian_vectors(
+            stream_, vectors(out.size(), mean.size()), out.data(), static_cast<int64_t>(mean.size()),
+            mean.data(), storage(factor.size(), mean.size()), factor.data(), static_cast<int32_t>(method)));
     }
 
     // Becomes sub-stream k of `count`: numbers k, k + count, k + 2 count, ... of its own.
@@ -149,6 +261,18 @@ class stream {
         if (further == 0) return {built_in};
         constexpr uint32_t kByPolynomials = 1;
         return {built_in + static_cast<uint32_t>(further), kByPolynomials, built_in};
+    }
+
+    // Sizes that do not fit become a count or a storage that is refused.
+    static int64_t vectors(size_t numbers, size_t dimension) {
+        if (dimension == 0) return 0;
+        return numbers % dimension == 0 ? static_cast<int64_t>(numbers / dimension) : -1;
+    }
+    static int32_t storage(size_t numbers, size_t dimension) {
+        return numbers == dimension                         ? kOzkFactorDiagonal
+               : numbers == dimension * dimension           ? kOzkFactorFull
+               : numbers == dimension * (dimension + 1) / 2 ? kOzkFactorPacked
+                                                            : -1;
     }
 
     ozk_stream* stream_ = nullptr;

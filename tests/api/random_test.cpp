@@ -135,6 +135,42 @@ TEST(Stream, StaysInTheIntervalOfEachType) {
     EXPECT_EQ(any, ~uint64_t{0});
 }
 
+// Each distribution by its name, with parameters of its own, and its mean.
+template <class T>
+void distributions_have_their_means() {
+    ozk::stream stream("MT19937", 5);
+    std::vector<T> x(200000);
+    const auto expect_mean = [&](const char* name, double mean, double sigma, auto draw) {
+        draw();
+        double sum = 0;
+        for (const T y : x) sum += y;
+        const double n = static_cast<double>(x.size());
+        EXPECT_NEAR(sum / n, mean, 5 * sigma / std::sqrt(n)) << name;
+    };
+    constexpr double kPi = 3.14159265358979, kEuler = 0.5772156649015329;
+    expect_mean("gaussian", 2, 3, [&] { stream.gaussian(x, 2, 3); });
+    expect_mean("exponential", 1 + 2, 2, [&] { stream.exponential(x, 1, 2); });
+    expect_mean("laplace", 1, 2 * std::sqrt(2), [&] { stream.laplace(x, 1, 2); });
+    expect_mean("rayleigh", 1 + std::sqrt(kPi), 2 * 0.4633, [&] { stream.rayleigh(x, 1, 2); });
+    expect_mean("gumbel", 1 - 2 * kEuler, 2 * kPi / std::sqrt(6), [&] { stream.gumbel(x, 1, 2); });
+    expect_mean("weibull", 1 + 2 * std::tgamma(1 + 1 / 3.0), 2 * 0.3246, [&] { stream.weibull(x, 3, 1, 2); });
+    expect_mean("gamma", 1 + 2 * 2.5, 2 * std::sqrt(2.5), [&] { stream.gamma(x, 2.5, 1, 2); });
+    expect_mean("lognormal", 3 + 2 * std::exp(0.5 + 0.125), 2 * 0.996,
+                [&] { stream.lognormal(x, 0.5, 0.5, 3, 2); });
+    expect_mean("beta", 1 + 2 * 0.2, 2 * std::sqrt(0.16 / 6), [&] { stream.beta(x, 1, 4, 1, 2); });
+    expect_mean("chi_square", 5, std::sqrt(10), [&] { stream.chi_square(x, 5); });
+    const std::vector<T> mean = {1, 4}, factor = {1, 2, 2};
+    expect_mean("gaussian_vectors", 2.5, 3, [&] { stream.gaussian_vectors(x, mean, factor); });
+    stream.cauchy(x, 1, 2);
+    std::nth_element(x.begin(), x.begin() + 100000, x.end());
+    EXPECT_NEAR(x[100000], 1, 5 * kPi / std::sqrt(200000.0));
+}
+
+TEST(Stream, DistributionsTakeTheirParametersInBothPrecisions) {
+    distributions_have_their_means<double>();
+    distributions_have_their_means<float>();
+}
+
 TEST(Stream, SavedToAFileOrABlockGoesOnWhereItWas) {
     const std::string path = OZK_BINARY_DIR "/saved_stream";
     for (const char* name : {"MCG59", "ARS5", "PHILOX4X32X10", "SOBOL"}) {
@@ -197,6 +233,13 @@ TEST(Stream, RefusesWithoutWritingOrMoving) {
         refused(kOzkCodeArgument, [&] { stream.uniform(numbers, a, b); });
     }
     refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, 0, 0); });
+    refused(kOzkCodeArgument, [&] { stream.exponential(numbers, 0, -1); });
+    refused(kOzkCodeArgument, [&] { stream.gamma(numbers, 0); });
+    refused(kOzkCodeArgument, [&] { stream.chi_square(numbers, 0); });
+    const std::vector<double> mean(3), factor(5);
+    std::vector<double> vectors(9), part(10);
+    refused(kOzkCodeArgument, [&] { stream.gaussian_vectors(vectors, mean, factor); });
+    refused(kOzkCodeSize, [&] { stream.gaussian_vectors(part, mean, std::span(factor).first(3)); });
     refused(kOzkCodeArgument, [&] { stream.gaussian(numbers, NAN, 1); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(3, 3); });
     refused(kOzkCodeArgument, [&] { stream.leapfrog(-1, 3); });

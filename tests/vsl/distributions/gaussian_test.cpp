@@ -5,26 +5,19 @@
 #include <cmath>
 #include <vector>
 
-#include "ozk_vml.h"
-#include "ozk_vsl.h"
-#include "simd/control.hpp"
 #include "tests/vsl/allocator.hpp"
+#include "tests/vsl/distributions/support.hpp"
 #include "tests/vsl/scripted_generator.hpp"
 
 namespace {
 
+using namespace distribution_test;
 using scripted_generator::Script;
 
 constexpr int32_t kMethods[] = {kOzkVslGaussianBoxMuller, kOzkVslGaussianBoxMullerPairs,
                                 kOzkVslGaussianInverse};
 constexpr double kLargestErfInv = 5.8635847487551676, kSmallestLn = -744.4400719213812;
 constexpr double kSqrt2 = 1.4142135623730951;
-
-OzkVslStream* make_stream(uint32_t identifier = kOzkVslMcg59, uint32_t seed = 77) {
-    OzkVslStream* stream = nullptr;
-    EXPECT_EQ(__vslNewStreamEx(&stream, identifier, 1, &seed), kOzkVslSuccess);
-    return stream;
-}
 
 std::vector<double> gaussian(int32_t method, OzkVslStream* stream, int n, double a = 0, double sigma = 1) {
     std::vector<double> r(static_cast<size_t>(n));
@@ -36,52 +29,6 @@ std::vector<double> uniform(OzkVslStream* stream, int n, double a) {
     std::vector<double> r(static_cast<size_t>(n));
     EXPECT_EQ(_vsldRngUniform(0, stream, n, r.data(), a, 1), kOzkVslSuccess);
     return r;
-}
-
-double normal_cdf(double x) { return 0.5 * std::erfc(-x / kSqrt2); }
-
-struct Fit {
-    double kolmogorov_smirnov;  // sqrt(n) times the largest distance
-    double anderson_darling;
-};
-
-Fit fit_to_normal(std::vector<double> x) {
-    std::sort(x.begin(), x.end());
-    const double n = static_cast<double>(x.size());
-    double distance = 0, sum = 0;
-    for (size_t i = 0; i < x.size(); ++i) {
-        const double rank = static_cast<double>(i), below = normal_cdf(x[i]);
-        distance = std::max({distance, below - rank / n, (rank + 1) / n - below});
-        sum += (2 * rank + 1) * (std::log(below) + std::log(normal_cdf(-x[x.size() - 1 - i])));
-    }
-    return {std::sqrt(n) * distance, -n - sum / n};
-}
-
-// Critical values at the level 0.001.
-constexpr double kKolmogorovSmirnovLimit = 1.95, kAndersonDarlingLimit = 6.0;
-
-TEST(Gaussian, FitsTheNormalDistributionAndItsTails) {
-    constexpr int n = 1 << 20;
-    for (uint32_t generator : {kOzkVslMcg31m1, kOzkVslMcg59}) {
-        for (int32_t method : kMethods) {
-            OzkVslStream* stream = make_stream(generator);
-            std::vector<double> r = gaussian(method, stream, n, 3, 0.5);
-            for (double& x : r) x = (x - 3) / 0.5;
-            const Fit fit = fit_to_normal(r);
-            EXPECT_LT(fit.kolmogorov_smirnov, kKolmogorovSmirnovLimit) << generator << " " << method;
-            EXPECT_LT(fit.anderson_darling, kAndersonDarlingLimit) << generator << " " << method;
-            for (double threshold : {3.0, 4.0}) {
-                for (double sign : {-1.0, 1.0}) {
-                    const double expected = n * normal_cdf(-threshold);
-                    const auto beyond =
-                        std::count_if(r.begin(), r.end(), [=](double x) { return sign * x > threshold; });
-                    EXPECT_NEAR(static_cast<double>(beyond), expected, 5 * std::sqrt(expected))
-                        << sign * threshold;
-                }
-            }
-            __vslDeleteStream(&stream);
-        }
-    }
 }
 
 TEST(Gaussian, IsItsFormulaOfTheStreamsUniforms) {
@@ -110,24 +57,28 @@ TEST(Gaussian, IsItsFormulaOfTheStreamsUniforms) {
     }
 }
 
-TEST(Gaussian, SequenceDoesNotDependOnHowItIsCutIntoCalls) {
-    constexpr int n = 4200;
-    for (int32_t method : kMethods) {
-        OzkVslStream* whole_stream = make_stream();
-        const std::vector<double> whole = gaussian(method, whole_stream, n, 10, 3);
-        for (const std::vector<int>& cut : {std::vector{1}, {1, 1023, 1, 1024}, {2047, 3}, {5, 0, 16, 15}}) {
-            OzkVslStream* stream = make_stream();
-            std::vector<double> r;
-            for (size_t i = 0; static_cast<int>(r.size()) < n; ++i) {
-                const int count = std::min(cut[i % cut.size()], n - static_cast<int>(r.size()));
-                const std::vector<double> part = gaussian(method, stream, count, 10, 3);
-                r.insert(r.end(), part.begin(), part.end());
-            }
-            EXPECT_EQ(r, whole) << method << " " << cut[0];
-            __vslDeleteStream(&stream);
-        }
-        __vslDeleteStream(&whole_stream);
-    }
+TEST(GaussianPairs, WaitingHalfServesTheOtherPrecision) {
+    OzkVslStream* stream = make_stream();
+    OzkVslStream* both = make_stream();
+    const std::vector<double> pair = gaussian(kOzkVslGaussianBoxMullerPairs, both, 2);
+    EXPECT_EQ(gaussian(kOzkVslGaussianBoxMullerPairs, stream, 1)[0], pair[0]);
+    float single;
+    EXPECT_EQ(_vslsRngGaussian(kOzkVslGaussianBoxMullerPairs, stream, 1, &single, 0, 1), kOzkVslSuccess);
+    EXPECT_NEAR(single, pair[1], 1e-6 * std::abs(pair[1]));
+    __vslDeleteStream(&stream);
+    __vslDeleteStream(&both);
+}
+
+TEST(GaussianSingle, InverseMethodIsTheDoubleOneRounded) {
+    constexpr int n = 3000;
+    OzkVslStream* stream = make_stream();
+    OzkVslStream* twice = make_stream();
+    std::vector<float> r(n);
+    EXPECT_EQ(_vslsRngGaussian(kOzkVslGaussianInverse, stream, n, r.data(), 0, 1), kOzkVslSuccess);
+    const std::vector<double> expected = gaussian(kOzkVslGaussianInverse, twice, n);
+    for (size_t i = 0; i < n; ++i) EXPECT_NEAR(r[i], expected[i], 7e-8 * std::abs(expected[i])) << i;
+    __vslDeleteStream(&stream);
+    __vslDeleteStream(&twice);
 }
 
 TEST(GaussianPairs, WaitingHalfOfAPairGoesWithACopyOfTheStream) {
@@ -172,14 +123,6 @@ TEST(Gaussian, EndsOfTheUniformIntervalGiveFiniteResults) {
 }
 
 // ---- The caller's state -----------------------------------------------------------------------------------
-
-struct CallerState {
-    uint64_t mode = _vmlGetMode();
-    VmlErrorCallBack callback = _vmlGetErrorCallBack();
-    uint32_t mxcsr_control = ozk::simd::read_mxcsr() & ~0x3Fu;
-    uint16_t x87 = ozk::simd::read_x87_control();
-    bool operator==(const CallerState&) const = default;
-};
 
 int ignore(VmlErrorRecord*) { return 1; }
 
