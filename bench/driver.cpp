@@ -68,8 +68,12 @@ std::vector<Timing> time(const Case& c) {
     std::vector<std::vector<double>> samples(all.size());
     double slowest = 0;
     for (const Contender* x : all) {
-        double once = seconds(x->run, 1);
-        for (double spent = once; spent < kWarmUp; spent += once) once = seconds(x->run, 1);
+        double once = seconds(x->run, 1);  // the least of them: an interrupted run says nothing
+        for (double spent = once; spent < kWarmUp;) {
+            const double next = seconds(x->run, 1);
+            spent += next;
+            once = std::min(once, next);
+        }
         times.push_back(std::max<int64_t>(1, std::llround(kSample / once)));
         slowest = std::max(slowest, once * static_cast<double>(times.back()));
     }
