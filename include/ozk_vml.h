@@ -292,11 +292,11 @@ typedef struct OzkComplex16 {
  * sExp2    As sExp, one level: HA 0.501 ulp. Exact for integers.
  * sExp10   As sExp, one level: HA 0.501 ulp. Exact for the integers 0 to 10.
  * sExpm1   Results above the largest number: overflow. One level: HA 0.501 ulp, as sExp. expm1(-0) = -0.
- * sLn      +-0: pole, -infinity. x < 0: domain. HA 0.51, LA 1.2 ulp, EP 14.2 bits. HA in double precision, rounded once:
- *          table by the leading bits of the significand, polynomial. LA, EP: a polynomial.
- * sLog2    As sLn, one level: HA 0.51 ulp. Exact for powers of two.
- * sLog10   As sLn. HA 0.51, LA 2.6 ulp, EP 14.1 bits. HA exact for the powers of ten 1 to 10^10.
- * sLog1p   x = -1: pole, -infinity. x < -1: domain. HA 0.52, LA 1.8 ulp, EP 14.2 bits. As sLn. log1p(-0) = -0.
+ * sLn      +-0: pole, -infinity. x < 0: domain. HA 0.52, LA 1.2 ulp, EP 14.2 bits. HA: table by the leading bits of the
+ *          significand, polynomial, the sum in two parts. LA, EP: a polynomial.
+ * sLog2    As sLn, one level, in double precision and rounded once: HA 0.51 ulp. Exact for powers of two.
+ * sLog10   As sLn, HA as sLog2. HA 0.51, LA 2.6 ulp, EP 14.1 bits. HA exact for the powers of ten 1 to 10^10.
+ * sLog1p   x = -1: pole, -infinity. x < -1: domain. HA 0.52, LA 1.8 ulp, EP 14.2 bits. As sLog10. log1p(-0) = -0.
  * dSqrt    x < 0: domain. sqrt(-0) = -0. Every level 0.5 ulp: the square root instruction.
  * dSin     +-infinity: domain. sin(-x) = -sin(x) bit for bit. HA 0.513, LA 2.3, EP 28.0 bits. Any finite x:
  *          multiples of pi/64 from a table and polynomials; Payne and Hanek's reduction beyond 12800 (EP 3200).
