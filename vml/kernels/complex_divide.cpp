@@ -91,7 +91,7 @@ struct DivideHigh : DoubleRange<-224, 224, -224> {
         const Sum<V> norm = sum_of_squares(b_re, b_im);
         const Factor<V> divisor(norm.value);
         const V inverse = broadcast(1.0) / norm.value;
-        const Difference<V> re = difference(product(a_re, b_re), product(a_im.negated(), b_im));
+        const Difference<V> re = sum(product(a_re, b_re), product(a_im, b_im));
         const Difference<V> im = difference(product(a_im, b_re), product(a_re, b_im));
         return {quotient(re, norm, divisor, inverse), quotient(im, norm, divisor, inverse)};
     }
