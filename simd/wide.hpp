@@ -229,4 +229,10 @@ class NotFinite {
     __m128i positive_ = _mm_setzero_si128(), negative_ = _mm_set1_epi32(INT32_MIN);
 };
 
+// The lanes of one vector.
+OZK_SIMD int not_finite_lanes(f32x4 a) { return lanes(bits(abs(a)) > broadcast(int32_t{0x7F800000 - 1})); }
+OZK_SIMD int not_finite_lanes(f64x2 a) {
+    return lanes(as_f64(as_i64(as_i32(bits(abs(a))) > broadcast(int32_t{0x7FF00000 - 1}))));
+}
+
 }  // namespace ozk::simd

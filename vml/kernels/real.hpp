@@ -43,6 +43,12 @@ struct RealOperation {
     OZK_SIMD static Vector splat_bits(Bits x) { return splat(std::bit_cast<T>(x)); }
 };
 
+// An operation that is a function of vectors, without special lanes.
+template <class T, class Function, int kCount = 1>
+struct Everywhere : RealOperation<T, kCount> {
+    OZK_SIMD static auto compute(auto... x) { return Function::of(x...); }
+};
+
 // Where integers, such as the bits or the high words of magnitudes, are below kLeast or from kBeyond on: moved so
 // that kLeast is the lowest integer, one signed comparison sees both ends.
 template <int32_t kLeast, int32_t kBeyond>
