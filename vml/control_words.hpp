@@ -14,7 +14,8 @@ inline constexpr X87Fields kX87Masked = {0x003F, 0x003F};
 inline constexpr X87Fields kX87Extended = {0x0F3F, 0x033F};  // 64-bit precision, to nearest, all masked
 
 // Exception flags of the SSE control and status word.
-inline constexpr uint32_t kInvalid = 0x01, kDivideByZero = 0x04, kOverflow = 0x08;
+inline constexpr uint32_t kInvalid = 0x01, kDenormal = 0x02, kDivideByZero = 0x04, kOverflow = 0x08,
+                          kUnderflow = 0x10;
 
 // Masks every exception and sets rounding to nearest and the mode's denormal handling; the destructor gives
 // the caller's words back and keeps the exception flags that the kernel raised. Nothing is loaded where the
