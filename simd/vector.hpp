@@ -247,6 +247,11 @@ OZK_SIMD f32x4 multiply_in_order(f32x4 a, f32x4 b) {
     return a;
 }
 
+// Raises the flags of a * b, nothing else.
+OZK_SIMD void raise_flags_of_product(f32x4 a, f32x4 b) {
+    asm volatile("mulps %1, %0" : "+x"(a.v) : "x"(b.v));
+}
+
 OZK_SIMD i64x2 operator+(i64x2 a, i64x2 b) { return {_mm_add_epi64(a.v, b.v)}; }
 OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
@@ -341,6 +346,11 @@ OZK_SIMD i32x4 operator==(i32x4 a, i32x4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}
 OZK_SIMD i64x2 operator==(i64x2 a, i64x2 b) { return {_mm_cmpeq_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator>(i32x4 a, i32x4 b) { return {_mm_cmpgt_epi32(a.v, b.v)}; }
 OZK_SIMD i64x2 operator>(i64x2 a, i64x2 b) { return {_mm_cmpgt_epi64(a.v, b.v)}; }
+// a > b by one instruction, where the compiler makes a minimum and an equality of it: for some constants b.
+OZK_SIMD i32x4 above(i32x4 a, i32x4 b) {
+    asm("pcmpgtd %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
 
 // Lane i of a mask as bit i.
 OZK_SIMD int lanes(f64x2 mask) { return _mm_movemask_pd(mask.v); }

@@ -83,25 +83,28 @@ struct Magnitude {
     OZK_SIMD static auto of(auto x) { return abs(x); }
 };
 
-// Divisors below 2^-125 and from 2^125 on, whose reciprocals' estimates may be flushed to zero or infinite.
-OZK_SIMD simd::f32x4 beyond_estimates(simd::f32x4 divisor) {
-    return as_f32(outside<0x01000000, 0x7E000000>(bits(abs(divisor))));
-}
-
+// Special: subnormal divisors and those from 2^125 on, whose estimates may be infinite or flushed to zero.
 struct EstimatedInverse : RealOperation<float> {
     static constexpr float kOrdinary = 1.0F;
-    OZK_SIMD static Vector special(Vector x) { return beyond_estimates(x); }
+    OZK_SIMD static Vector special(Vector x) { return as_f32(outside<0x00800000, 0x7E000000>(bits(abs(x)))); }
     static int scalar(float x, float& result) { return Unary<float, Inverse>::scalar(x, result); }
 };
 // One step of Newton's method: 2^-22.8 from the estimate's 1.5 2^-12, whatever its bits, 2^-24 from x y rounded,
 // half an ulp from the sum: below 3.8 ulp.
 struct InvLow : EstimatedInverse {
+    // The step is invalid with the estimates of zero and infinity.
+    struct Watched : RealOperation<float> {
+        OZK_SIMD static Vector compute(Vector x) {
+            raise_flags_of_product(x, splat(8));  // overflow from 2^125 on
+            return InvLow::compute(x);
+        }
+    };
+    static constexpr uint32_t kWatchedFlags = kInvalid | kDenormal | kOverflow;
     OZK_SIMD static Vector compute(Vector x) {
         const Vector y = reciprocal_estimate(x);
         return y + y * (splat(1) - x * y);
     }
 };
-
 }  // namespace
 }  // namespace ozk::vml
 

@@ -54,7 +54,7 @@ struct Everywhere : RealOperation<T, kCount> {
 template <int32_t kLeast, int32_t kBeyond>
 OZK_SIMD simd::i32x4 outside(simd::i32x4 x) {
     constexpr auto kToLowest = static_cast<int32_t>(int64_t{INT32_MIN} - kLeast);
-    return (x + simd::broadcast(kToLowest)) > simd::broadcast(INT32_MIN + (kBeyond - kLeast) - 1);
+    return above(x + simd::broadcast(kToLowest), simd::broadcast(INT32_MIN + (kBeyond - kLeast) - 1));
 }
 
 // The value with denormals flushed where the mode says so, and NaN made quiet: a product with 1.
