@@ -36,6 +36,7 @@
 #include <algorithm>
 #include <array>
 #include <type_traits>
+#include <utility>
 
 #include "simd/complex.hpp"
 #include "vml/control_words.hpp"
@@ -172,42 +173,69 @@ template <class Compute, class V, class Op>
 
 // ---- Loads and stores ---------------------------------------------------------------------------------
 
-// Whole vectors, single or wide, that start at element i; how far elements are apart.
+// f(0), f(1) .. f(kCount - 1), as constants: what they index can stay in registers.
+template <size_t kCount, class F>
+[[gnu::always_inline]] inline void for_each_index(F f) {
+    [&]<size_t... k>(std::index_sequence<k...>) OZK_SIMD_LAMBDA {
+        (f(std::integral_constant<size_t, k>{}), ...);
+    }
+    (std::make_index_sequence<kCount>{});
+}
+
+// Vectors of an array, loaded and stored one after the other. Unit takes them from element i on; Strided takes them from
+// where its pointer has come to, which it moves on: one pointer for each array is what registers suffice for, so the
+// compiler is kept from deriving more of them.
 struct Unit {
     static constexpr int32_t step(int32_t) { return 1; }
+    template <class T>
+    [[gnu::always_inline]] static T* start(T* p, int32_t, int64_t) {
+        return p;
+    }
+    template <class T>
+    [[gnu::always_inline]] static T* place(T* p, int64_t i) {
+        return p + i;
+    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T* p, int32_t, int64_t i) {
+    [[gnu::always_inline]] static V load(const T*& p, int32_t, int64_t i) {
         return simd::load_as<V>(p + i);
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T* p, int32_t, int64_t i, V v) {
+    [[gnu::always_inline]] static void store(T*& p, int32_t, int64_t i, V v) {
         simd::store(p + i, v);
     }
 };
 struct Strided {
     static constexpr int32_t step(int32_t of_call) { return of_call; }
+    template <class T>
+    [[gnu::always_inline]] static T* start(T* p, int32_t step, int64_t i) {
+        return p + i * step;
+    }
+    template <class T>
+    [[gnu::always_inline]] static T* place(T* p, int64_t) {
+        return p;
+    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T* p, int32_t step, int64_t i) {
-        return simd::load_strided_as<V>(element(p, step, i), step);
+    [[gnu::always_inline]] static V load(const T*& p, int32_t step, int64_t) {
+        const V v = simd::load_strided_as<V>(p, step);
+        move_on(p, int64_t{step} * V::kLanes);
+        return v;
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T* p, int32_t step, int64_t i, V v) {
-        simd::store_strided(element(p, step, i), step, v);
+    [[gnu::always_inline]] static void store(T*& p, int32_t step, int64_t, V v) {
+        simd::store_strided(p, step, v);
+        move_on(p, int64_t{step} * V::kLanes);
     }
 
   private:
-    // Where a vector starts. The compiler is kept from relating it to others: it would have a pointer for each element
-    // of a block, more than there are registers.
     template <class T>
-    [[gnu::always_inline]] static T* element(T* p, int32_t step, int64_t i) {
-        p += i * step;
+    [[gnu::always_inline]] static void move_on(T*& p, int64_t by) {
+        p += by;
         asm("" : "+r"(p));
-        return p;
     }
 };
 
 template <class V, class Access, class T>
-[[gnu::always_inline]] inline V load(const T* p, int32_t step, int64_t i) {
+[[gnu::always_inline]] inline V load(const T*& p, int32_t step, int64_t i) {
     if constexpr (simd::kWidth<V> == 0) {
         return Access::template load<V>(p, step, i);
     } else {
@@ -222,7 +250,7 @@ template <class V, class Access, class T>
 }
 
 template <class Access, class T, class V>
-[[gnu::always_inline]] inline void store(T* p, int32_t step, int64_t i, const V& y) {
+[[gnu::always_inline]] inline void store(T*& p, int32_t step, int64_t i, const V& y) {
     if constexpr (simd::kWidth<V> == 0) {
         Access::store(p, step, i, y);
     } else {
@@ -232,36 +260,36 @@ template <class Access, class T, class V>
 }
 
 template <class Access, class V, class Op>
-[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(const Call<Op>& call, int64_t i) {
+[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(Call<Op>& call, int64_t i) {
     Vectors<Op, V> x;
-    for (size_t k = 0; k < x.size(); ++k) x[k] = load<V, Access>(call.a[k], call.inca[k], i);
+    for_each_index<argument_count<Op>()>(
+        [&](auto k) OZK_SIMD_LAMBDA { x[k] = load<V, Access>(call.a[k], call.inca[k], i); });
     return x;
 }
 
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_results(const Call<Op>& call, int64_t i, const Results& y) {
-    for (size_t k = 0; k < y.size(); ++k) store<Access>(call.r[k], call.incr[k], i, y[k]);
+[[gnu::always_inline]] inline void store_results(Call<Op>& call, int64_t i, const Results& y) {
+    for_each_index<result_count<Op>()>(
+        [&](auto k) OZK_SIMD_LAMBDA { store<Access>(call.r[k], call.incr[k], i, y[k]); });
 }
 
 // The first `count` elements of a vector.
 template <class Access, class Op>
-[[gnu::always_inline]] inline Vectors<Op> load_tail(const Call<Op>& call, int64_t i, int count) {
+[[gnu::always_inline]] inline Vectors<Op> load_tail(Call<Op>& call, int64_t i, int count) {
     using Vector = typename Op::Vector;
     if (count == Vector::kLanes) return load_arguments<Access, Vector>(call, i);
     Vectors<Op> x;
-    for (size_t k = 0; k < x.size(); ++k) {
-        const int64_t step = Access::step(call.inca[k]);
-        x[k] = simd::load_first_as<Vector>(call.a[k] + i * step, step, count);
-    }
+    for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        x[k] = simd::load_first_as<Vector>(Access::place(call.a[k], i), Access::step(call.inca[k]), count);
+    });
     return x;
 }
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_tail(const Call<Op>& call, int64_t i, int count, const Results& y) {
+[[gnu::always_inline]] inline void store_tail(Call<Op>& call, int64_t i, int count, const Results& y) {
     if (count == Op::Vector::kLanes) return store_results<Access>(call, i, y);
-    for (size_t k = 0; k < y.size(); ++k) {
-        const int64_t step = Access::step(call.incr[k]);
-        simd::store_first(call.r[k] + i * step, step, count, y[k]);
-    }
+    for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        simd::store_first(Access::place(call.r[k], i), Access::step(call.incr[k]), count, y[k]);
+    });
 }
 
 // ---- Special lanes ------------------------------------------------------------------------------------
@@ -331,8 +359,7 @@ template <class Op>
 // operations of one vector is longer than what a processor's schedulers hold, the halves of different vectors don't
 // depend on each other. False, with nothing stored, where a checked result is infinite or NaN.
 template <class Compute, class Load, class Store, class Op>
-[[gnu::always_inline]] inline bool compute_block(const Call<Op>& from, int64_t at, const Call<Op>& to,
-                                                 int64_t i) {
+[[gnu::always_inline]] inline bool compute_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
     using Block = typename BlockVector<Compute>::type;
     constexpr int kParts = kBlock / Block::kLanes;
     const auto arguments = [&from, at](int j) OZK_SIMD_LAMBDA {
@@ -368,8 +395,7 @@ template <class Compute, class Load, class Store, class Op>
 // One block by `Compute`, which is the operation or what stands for it; false where special_block has to do it. Its
 // arguments are contiguous where there is a look for special lanes, which reads them too.
 template <class Compute, class Load, class Store, class Op>
-[[gnu::always_inline]] inline bool try_block(const Call<Op>& from, int64_t at, const Call<Op>& to,
-                                             int64_t i) {
+[[gnu::always_inline]] inline bool try_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
     if constexpr (HasSpecialLanes<Compute>) {
         using Checked = typename CheckedVector<Op>::type;
         auto mask = special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, at), from);
@@ -386,31 +412,47 @@ template <class Compute, class Load, class Store, class Op>
     return compute_block<Compute, Load, Store>(from, at, to, i);
 }
 
-// A block of strided arguments side by side.
+// The next block of strided arguments, side by side.
 template <class Op>
 struct Gathered {
     using Argument = typename Op::Argument;
     alignas(16) std::array<std::array<Argument, kBlock>, argument_count<Op>()> x;
 
-    [[gnu::always_inline]] Call<Op> gather(const Call<Op>& call, int64_t i) {
+    [[gnu::always_inline]] Call<Op> gather(Call<Op>& call) {
         using Vector = typename Op::Vector;
-        Call<Op> block = call;
-        for (size_t k = 0; k < x.size(); ++k) {
-#pragma GCC unroll 8
-            for (int j = 0; j < kBlock; j += Vector::kLanes)
-                simd::store(&x[k][j], Strided::load<Vector>(call.a[k], call.inca[k], i + j));
-            block.a[k] = x[k].data();
+        for (int j = 0; j < kBlock; j += Vector::kLanes) {
+            const auto next = load_arguments<Strided, Vector>(call, j);
+            for_each_index<argument_count<Op>()>([&](auto k)
+                                                     OZK_SIMD_LAMBDA { simd::store(&x[k][j], next[k]); });
         }
+        Call<Op> block;
+        block.scalars = call.scalars;
+        for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA { block.a[k] = x[k].data(); });
         return block;
     }
 };
 
-// A copy whose address is not taken, so that it stays in registers across the stores. Each pointer is loaded by itself,
-// as it was stored just before: loaded together, they would wait until the stores have reached the cache.
-template <class Op>
-[[gnu::always_inline]] inline Call<Op> in_registers(Call<Op> call) {
-    for (auto& a : call.a) asm("" : "+r"(a));
-    for (auto& r : call.r) asm("" : "+r"(r));
+template <class T>
+[[gnu::always_inline]] inline T in_register(T x) {
+    asm("" : "+r"(x));
+    return x;
+}
+
+// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i where
+// Access moves them on. Each member is loaded by itself, as it was stored just before: loaded together, they would wait
+// until the stores have reached the cache.
+template <class Access, class Op>
+[[gnu::always_inline]] inline Call<Op> in_registers(const Call<Op>& whole, int64_t i) {
+    Call<Op> call;
+    call.scalars = whole.scalars;
+    for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        call.inca[k] = Access::step(in_register(whole.inca[k]));
+        call.a[k] = Access::start(in_register(whole.a[k]), call.inca[k], i);
+    });
+    for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        call.incr[k] = Access::step(in_register(whole.incr[k]));
+        call.r[k] = Access::start(in_register(whole.r[k]), call.incr[k], i);
+    });
     return call;
 }
 
@@ -423,7 +465,7 @@ inline int special_count(int64_t left) {
 
 // The elements of one vector of the tail by `Compute`; false as in try_block.
 template <class Compute, class Access, class Op>
-[[gnu::always_inline]] inline bool try_tail(const Call<Op>& call, int64_t i, int count) {
+[[gnu::always_inline]] inline bool try_tail(Call<Op>& call, int64_t i, int count) {
     using Vector = typename Op::Vector;
     const Vectors<Op> x = load_tail<Access>(call, i, count);
     if constexpr (HasSpecialLanes<Compute>) {
@@ -447,12 +489,13 @@ template <class Compute, class Access, class Op>
 template <class Op, class Compute, class Access>
 [[gnu::noinline]] int64_t run(int64_t i, int64_t end, const Call<Op>& whole) {
     constexpr int kLanes = Op::Vector::kLanes;
-    const Call<Op> call = in_registers(whole);
+    Call<Op> call = in_registers<Access>(whole, i);
     for (; i + kBlock <= end; i += kBlock) {
         bool done;
         if constexpr (std::is_same_v<Access, Strided> && HasSpecialLanes<Compute>) {
             Gathered<Op> arguments;
-            done = try_block<Compute, Unit, Strided>(arguments.gather(call, i), 0, call, i);
+            Call<Op> block = arguments.gather(call);
+            done = try_block<Compute, Unit, Strided>(block, 0, call, i);
         } else {
             done = try_block<Compute, Access, Access>(call, i, call, i);
         }
