@@ -484,8 +484,12 @@ template <class Compute, class Access, class Op>
     return true;
 }
 
-// Elements i .. end - 1, up to the first that special_block has to do: returns where that is, or end. It calls nothing,
-// and isn't inlined: its arithmetic must stay between the loading and the restoring of the control words.
+// Elements i .. end - 1, up to the first that the caller has to give to special_block: returns where that is, or end.
+// Not inlined: its arithmetic must stay between the loading and the restoring of the control words.
+//
+// Simple operations call nothing here, so that short calls save no registers. Those with special lanes call special_block
+// in the loop: a loop without a call would have its constants hoisted, more than there are registers, and each use would
+// load its own.
 template <class Op, class Compute, class Access>
 [[gnu::noinline]] int64_t run(int64_t i, int64_t end, const Call<Op>& whole) {
     constexpr int kLanes = Op::Vector::kLanes;
@@ -499,8 +503,14 @@ template <class Op, class Compute, class Access>
         } else {
             done = try_block<Compute, Access, Access>(call, i, call, i);
         }
-        if (!done) [[unlikely]]
-            return i;
+        if (!done) [[unlikely]] {
+            if constexpr (HasSpecialLanes<Compute> && HasScalar<Compute>) {
+                special_block<Op>(whole, i, kBlock);
+                call = in_registers<Access>(whole, i + kBlock);
+            } else {
+                return i;
+            }
+        }
     }
     for (; i + kLanes <= end; i += kLanes) {
         if (!try_tail<Compute, Access>(call, i, kLanes)) [[unlikely]]
