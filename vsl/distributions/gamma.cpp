@@ -73,17 +73,6 @@ void propose(const MarsagliaTsang& gamma, int32_t count, const double* u, double
     }
 }
 
-// Moves the accepted ones to the front; returns their number.
-template <class Output>
-int32_t keep(int32_t count, const bool* accepted, Output output) {
-    int32_t kept = 0;
-    for (int32_t i = 0; i < count; ++i) {
-        output(kept, i);
-        kept += accepted[i];
-    }
-    return kept;
-}
-
 template <class Real>
 int32_t gamma_from_one(OzkVslStream* stream, int32_t n, Real* r, double alpha, double a, double beta) {
     const MarsagliaTsang gamma = marsaglia_tsang(alpha);

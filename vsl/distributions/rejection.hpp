@@ -30,4 +30,15 @@ int32_t by_rejection(OzkVslStream* stream, int32_t n, Real* r, Accept accept) {
     });
 }
 
+// Moves the accepted ones to the front; returns their number.
+template <class Output>
+int32_t keep(int32_t count, const bool* accepted, Output output) {
+    int32_t kept = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        output(kept, i);
+        kept += accepted[i];
+    }
+    return kept;
+}
+
 }  // namespace ozk::vsl
