@@ -98,12 +98,12 @@ enum OzkVslMethod {
     kOzkVslInverse = 0,                 /* The inverse distribution function of one uniform. */
     kOzkVslLognormalBoxMullerPairs = 0, /* From Gaussian numbers of that method. */
     kOzkVslLognormalInverse = 1,        /* From Gaussian numbers of the inverse method. */
-    kOzkVslRejection = 0,               /* Gamma, Beta, ChiSquare. */
+    kOzkVslRejection = 0,               /* Gamma, Beta, ChiSquare, Binomial, Hypergeometric. */
     kOzkVslPoissonPtpe = 0,             /* The four of Poisson: see there. */
     kOzkVslPoissonTransformedRejection = 1,
     kOzkVslPoissonRatioOfUniforms = 2,
     kOzkVslPoissonInverse = 3,         /* The inverse distribution function of one uniform. */
-    kOzkVslMethodAccurate = 0x40000000  /* Flag: keep results inside the distribution's support. */
+    kOzkVslMethodAccurate = 0x40000000 /* Flag: keep results inside the distribution's support. */
 };
 
 /* How GaussianMV finds the lower triangular factor T of the covariance. */
@@ -667,6 +667,34 @@ OZK_EXPORT int32_t _vslsRngBeta(int32_t method, OzkVslStream* stream, int32_t n,
                                 float a, float beta);
 OZK_EXPORT int32_t _vsldRngBeta(int32_t method, OzkVslStream* stream, int32_t n, double* r, double p,
                                 double q, double a, double beta);
+
+/* ---- Bernoulli, geometric, binomial and hypergeometric distributions ------------------------------------ *
+ * n integers each. No sequence depends on how it is cut into calls; statuses are those of the other continuous
+ * distributions. Probabilities are right to the step of the generator's doubles, and to 2^-40 of themselves. */
+
+/* 1 with probability p, else 0: a single-precision uniform u on [0, 1) is below p, rounded to single. Nothing is
+ * checked, neither method nor p: p <= 0 gives zeros, and p >= 1 ones but where u has been rounded up to 1. */
+OZK_EXPORT int32_t _vsliRngBernoulli(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r, double p);
+
+/* kOzkVslInverse. The failures before the first success: P(X = k) = p (1 - p)^k, k >= 0; 0 < p <= 1. Larger results
+ * than 2^31 - 1 are given as that. One uniform a result; 64 uniform bits (_vsliRngUniformBits64) for p < 2^-16.
+ * Devroye, Non-Uniform Random Variate Generation (1986), chapter X.2; from p = 0.1 on by table, Chen and Asau, AIIE
+ * Trans. 6 (1974). */
+OZK_EXPORT int32_t _vsliRngGeometric(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r, double p);
+
+/* kOzkVslRejection. The successes of `trials` independent trials: P(X = k) = C(trials, k) p^k (1 - p)^(trials - k);
+ * trials >= 0, 0 <= p <= 1. Up to 64 successes, or failures, on average: one uniform a result, by table as above.
+ * Above: two uniforms a candidate, of which 86 of 100 are taken: Hormann, J. Statist. Comput. Simul. 46 (1993). */
+OZK_EXPORT int32_t _vsliRngBinomial(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
+                                    int32_t trials, double p);
+
+/* kOzkVslRejection. The marked ones among `drawn` ones, drawn without putting back, of `size`, of which `marked` are
+ * marked: P(X = k) = C(marked, k) C(size - marked, drawn - k) / C(size, drawn); 0 <= drawn <= size, 0 <= marked <=
+ * size. Let m be the lesser of marked and size - marked, d that of drawn and size - drawn. For m d / size up to 64:
+ * one uniform a result, by table as above. Above: two uniforms a candidate, of which 73 of 100 are taken: Stadlober,
+ * J. Comput. Appl. Math. 31 (1990). */
+OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
+                                          int32_t size, int32_t drawn, int32_t marked);
 
 /* ---- Poisson, negative binomial and multinomial distributions -------------------------------------------- *
  * Integers; statuses are those of the other continuous distributions, parameters being checked before anything is

@@ -1,7 +1,7 @@
 // What the distribution generators are made of: uniforms, and vector math in place, for either precision.
 //
 // The kernels are those of the low accuracy, wrong by at most 4 ulp: no sample tells that from the exact result,
-// and they are the faster ones. The inverse error function has only a high and a fast one.
+// and they are the faster ones. Log1p has only a high one, the inverse error function that and a fast one.
 #pragma once
 
 #include "ozk_vml.h"
@@ -22,6 +22,9 @@ inline void take_ln(int32_t n, double* x) {
 }
 inline void take_ln(int32_t n, float* x) {
     call_kernels([=] { _vmlsLn_21(n, x, x); });
+}
+inline void take_log1p(int32_t n, double* x) {
+    call_kernels([=] { _vmldLog1p(n, x, x); });
 }
 inline void take_exp(int32_t n, double* x) {
     call_kernels([=] { _vmldExp_50(n, x, x); });

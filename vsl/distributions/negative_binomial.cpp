@@ -2,13 +2,13 @@
 // distribution with P(X = 0) = p^a and P(X = k + 1) / P(X = k) = (1 - p) (a + k) / (k + 1).
 //
 // Methods: inversion by the table of the distribution function, where Chernoff's bound says that all but 2^-54 of it
-// lies below kCapacity; else a Poisson number whose mean is (1 - p) / p times a gamma number of shape a (Devroye,
+// lies below kMostMasses; else a Poisson number whose mean is (1 - p) / p times a gamma number of shape a (Devroye,
 // "Non-Uniform Random Variate Generation", 1986, chapter X.4.7), the quantile of one uniform, so that a candidate
 // takes a fixed number of uniforms.
 
 #include <cmath>
 
-#include "vsl/distributions/cdf_table.hpp"
+#include "vsl/distributions/discrete_inversion.hpp"
 #include "vsl/distributions/marsaglia_tsang.hpp"
 #include "vsl/distributions/parameters.hpp"
 #include "vsl/distributions/poisson_quantile.hpp"
@@ -16,18 +16,11 @@
 namespace ozk::vsl {
 namespace {
 
-constexpr int32_t kCapacity = 383;
-
-struct Ratio {
-    double a, failure;
-    double operator()(int32_t k) const { return failure * ((a + k) / (k + 1)); }
-};
-
 // P(X >= k) <= exp((a + k) ln((a + k) / (a + mean)) - k ln(k / mean)) for k above the mean.
 bool fits_table(double a, double mean, double ln_p0) {
     constexpr double kLeastLogarithm = -700, kTail = -38;  // ln 2^-54 is -37.4
-    if (!(mean < kCapacity && ln_p0 > kLeastLogarithm)) return false;
-    const double k = kCapacity;
+    if (!(mean < kMostMasses && ln_p0 > kLeastLogarithm)) return false;
+    const double k = kMostMasses;
     return (a + k) * std::log1p((k - mean) / (a + mean)) - k * std::log(k / mean) < kTail;
 }
 
@@ -60,9 +53,11 @@ int32_t by_mixture(OzkVslStream* stream, int32_t n, int32_t* r, double a, double
 
 int32_t negative_binomial(OzkVslStream* stream, int32_t n, int32_t* r, double a, double p) {
     const double failure = 1 - p, odds = failure / p, ln_p0 = a * std::log(p);
+    const double mode = std::max(0.0, (a - 1) * odds);
     if (fits_table(a, a * odds, ln_p0)) {
-        double values[kCapacity + 1];
-        return by_cdf(stream, n, r, CdfTable<Ratio>{values, kCapacity, std::exp(ln_p0), {a, failure}});
+        const Masses masses{std::exp(ln_p0), static_cast<int32_t>(mode),
+                            [=](int32_t k) { return failure * ((a + k) / (k + 1)); }};
+        return by_discrete_inversion(stream, n, r, masses, [](int32_t k) { return k; });
     }
     return a < 1 ? by_mixture<4>(stream, n, r, a, odds) : by_mixture<3>(stream, n, r, a, odds);
 }

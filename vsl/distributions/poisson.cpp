@@ -14,8 +14,9 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
 
-#include "vsl/distributions/cdf_table.hpp"
+#include "vsl/distributions/discrete_inversion.hpp"
 #include "vsl/distributions/parameters.hpp"
 #include "vsl/distributions/poisson_density.hpp"
 #include "vsl/distributions/poisson_quantile.hpp"
@@ -27,6 +28,7 @@ namespace {
 
 constexpr double kLeastRejectionMean = 27;
 constexpr double kNearlyZero = 0x1p-1000;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kTwoPi = 0x1.921fb54442d18p+2;
 
 bool is_mean(double lambda) { return lambda > 0 && lambda <= kLargestPoissonMean; }
@@ -45,17 +47,15 @@ struct Undecided {
 
     // Stores for each whether it is accepted. What lies left of 0 never is.
     void decide(double lambda, double level, bool* accepted) {
-        double z[kCandidates];
         for (int32_t k = 0; k < count; ++k) {
             x[k] = std::min(std::floor(std::max(-1.0, x[k])), 2147483647.0);
-            z[k] = std::max(1.0, x[k] + 1);
-            logarithms[2 * k] = lambda / z[k];
+            logarithms[2 * k] = lambda / std::max(1.0, x[k] + 1);
             height(k) = std::max(kNearlyZero, height(k));
         }
         take_ln(2 * count, logarithms);
         for (int32_t k = 0; k < count; ++k) {
             accepted[place[k]] =
-                x[k] >= 0 && height(k) <= ln_density(lambda, z[k], logarithms[2 * k]) - level;
+                x[k] >= 0 && height(k) <= ln_density(lambda, x[k], logarithms[2 * k]) - level;
         }
     }
 
@@ -92,7 +92,7 @@ Ptpe ptpe_setup(double lambda) {
     t.area2 = t.half_width * (1 + 2 * t.c);
     t.area3 = t.area2 + (0.109 + 8.25 / (10.86 + mode)) / t.left_rate;
     t.area4 = t.area3 + t.c / t.right_rate;
-    t.level = ln_density(lambda, mode + 1, std::log(lambda / (mode + 1)));
+    t.level = ln_density(lambda, mode, std::log(lambda / (mode + 1)));
     return t;
 }
 
@@ -170,7 +170,7 @@ int32_t by_ratio_of_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, double
     // The hat's width is 2 sqrt(2 / e) standard deviations and 3 - 2 sqrt(3 / e).
     const double width = 1.7155277699214135 * std::sqrt(lambda + 0.5) + 0.8989161620588988;
     const double mode = std::floor(lambda);
-    const double level = ln_density(lambda, mode + 1, std::log(lambda / (mode + 1)));
+    const double level = ln_density(lambda, mode, std::log(lambda / (mode + 1)));
     return draw_candidates<2>(stream, n, r, [=](int32_t count, const double* u, int32_t* out) {
         int32_t results[kCandidates];
         bool accepted[kCandidates];
@@ -198,26 +198,23 @@ int32_t by_quantile(OzkVslStream* stream, int32_t n, int32_t* r, double lambda) 
 
 // ---- What stays with the stream --------------------------------------------------------------------------
 
-struct Ratio {
-    double lambda;
-    double operator()(int32_t k) const { return lambda / (k + 1); }
-};
-
 // What was derived from a mean. It may come from a loaded stream with whatever values.
 struct Setup {
-    static constexpr int32_t kCapacity = 84;  // P(X >= 84) < 2^-54 for means below 27
+    static constexpr int32_t kMostSums = 85;  // below a mean of 27, P(X = 85) < 2^-56
 
     float lambda;  // 0: nothing yet
     int32_t count;
     double exact_lambda;
     union {
-        double cdf[kCapacity + 1];
+        double sums[kMostSums];  // P(X <= k), k < count, the last one infinite
         Ptpe ptpe;
     };
 
     bool is_of(double mean) const {
         if (lambda != static_cast<float>(mean) || exact_lambda != mean) return false;
-        if (mean < kLeastRejectionMean) return count >= 0 && count <= kCapacity;
+        if (mean < kLeastRejectionMean) {
+            return count > 0 && count <= kMostSums && sums[count - 1] == kInfinity;
+        }
         // So that candidates are within range and a good part of them is accepted.
         return ptpe.centre == std::floor(mean) + 0.5 && ptpe.half_width > 1 &&
                ptpe.half_width < ptpe.centre && ptpe.half_width < 0x1p20 && ptpe.area4 > ptpe.half_width &&
@@ -227,9 +224,9 @@ struct Setup {
         lambda = static_cast<float>(mean);
         exact_lambda = mean;
         if (mean < kLeastRejectionMean) {
-            CdfTable<Ratio> table{cdf, kCapacity, std::exp(-mean), {mean}};
-            table.complete();
-            count = table.count;
+            count = tabulate(Masses{std::exp(-mean), static_cast<int32_t>(mean),
+                                    [=](int32_t k) { return mean / (k + 1); }},
+                             sums);
         } else {
             ptpe = ptpe_setup(mean);
         }
@@ -249,9 +246,15 @@ int32_t with_setup(OzkVslStream* stream, int32_t n, int32_t* r, double lambda) {
     Setup* const setup = setup_of(stream, lambda);
     if (!setup) return kOzkVslErrorNoMemory;
     if (lambda >= kLeastRejectionMean) return by_ptpe(stream, n, r, lambda, setup->ptpe);
-    if (n >= kShortCall) return by_guides(stream, n, r, setup->cdf, setup->count);
-    CdfTable<Ratio> table{setup->cdf, setup->count, 0, {lambda}, setup->count, kAboveEveryUniform};
-    return by_bisection(stream, n, r, table);
+    const auto same = [](int32_t k) { return k; };
+    if (n >= kLongCall) {
+        return invert_uniforms(stream, n, r, GuideTable(setup->sums, setup->count), same);
+    }
+    const double* const last = setup->sums + setup->count - 1;
+    const auto by_bisection = [=](double u) {
+        return static_cast<int32_t>(std::upper_bound<const double*>(setup->sums, last, u) - setup->sums);
+    };
+    return invert_uniforms(stream, n, r, by_bisection, same);
 }
 
 template <int32_t kMethod(OzkVslStream*, int32_t, int32_t*, double)>

@@ -61,8 +61,8 @@ double by_newton(double s, double lambda) {
 
 // P(X = k), k >= 1; the logarithm by the difference from the mean, for the sake of large ones.
 double probability(double k, double lambda) {
-    const double z = k + 1;
-    return std::exp(ln_density(lambda, z, std::log1p((lambda - z) / z))) / std::sqrt(kTwoPi * lambda);
+    return std::exp(ln_density(lambda, k, std::log1p((lambda - k - 1) / (k + 1)))) /
+           std::sqrt(kTwoPi * lambda);
 }
 
 // Whether u < P(X < k), k >= 1: by the sum of the smaller probabilities downwards or of the others upwards.

@@ -35,7 +35,7 @@ int32_t by_rejection(OzkVslStream* stream, int32_t n, Result* r, Accept accept) 
                               [=] { return draw_candidates<kUniforms>(stream, n, r, accept); });
 }
 
-// output(kept, i) stores candidate i as number `kept` of the accepted ones. Returns their number.
+// Moves the accepted ones to the front; returns their number.
 template <class Output>
 int32_t keep(int32_t count, const bool* accepted, Output output) {
     int32_t kept = 0;
