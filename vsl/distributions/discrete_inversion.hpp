@@ -119,6 +119,14 @@ class GuideTable {
     std::array<double, kMostMasses> sums_;  // the last one infinite
 };
 
+// each(invert) with the way that pays for n numbers. The sums are as for GuideTable.
+template <class Each>
+int32_t with_inversion(int64_t n, const double* sums, int32_t count, Each each) {
+    if (n >= kLongCall) return each(GuideTable(sums, count));
+    return each(
+        [=](double u) { return static_cast<int32_t>(std::upper_bound(sums, sums + count - 1, u) - sums); });
+}
+
 // Gives out result(invert(u)) for a uniform u each.
 template <class Invert, class Result>
 int32_t invert_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, const Invert& invert, Result result) {

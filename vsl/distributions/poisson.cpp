@@ -246,15 +246,9 @@ int32_t with_setup(OzkVslStream* stream, int32_t n, int32_t* r, double lambda) {
     Setup* const setup = setup_of(stream, lambda);
     if (!setup) return kOzkVslErrorNoMemory;
     if (lambda >= kLeastRejectionMean) return by_ptpe(stream, n, r, lambda, setup->ptpe);
-    const auto same = [](int32_t k) { return k; };
-    if (n >= kLongCall) {
-        return invert_uniforms(stream, n, r, GuideTable(setup->sums, setup->count), same);
-    }
-    const double* const last = setup->sums + setup->count - 1;
-    const auto by_bisection = [=](double u) {
-        return static_cast<int32_t>(std::upper_bound<const double*>(setup->sums, last, u) - setup->sums);
-    };
-    return invert_uniforms(stream, n, r, by_bisection, same);
+    return with_inversion(n, setup->sums, setup->count, [=](const auto& invert) {
+        return invert_uniforms(stream, n, r, invert, [](int32_t k) { return k; });
+    });
 }
 
 template <int32_t kMethod(OzkVslStream*, int32_t, int32_t*, double)>
