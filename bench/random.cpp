@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "bench/driver.hpp"
@@ -106,6 +107,9 @@ Case uniform_case(const Row& row, int n) {
     return c;
 }
 
+// Stands for a distribution that the standard library has not.
+struct None {};
+
 // A distribution of Real numbers, in long buffers unless n says otherwise: draw(stream, n, r) through the kernel
 // library; one of GSL and one of the standard library.
 template <class Real, auto kDraw, class Distribution, class Ours>
@@ -119,7 +123,9 @@ Case distribution_case(const std::string& name, Distribution distribution, Ours 
                               keep(r->data());
                           }});
     }
-    c.peers.push_back(standard<std::mt19937_64>("mt19937_64", distribution, n));
+    if constexpr (!std::is_same_v<Distribution, None>) {
+        c.peers.push_back(standard<std::mt19937_64>("mt19937_64", distribution, n));
+    }
     c.peers.push_back(gsl<kDraw>("mt19937", gsl_rng_mt19937, n));
     c.peers.push_back(gsl<kDraw>("taus2", gsl_rng_taus2, n));
     return c;
@@ -205,24 +211,71 @@ auto drawing(const char* name, Parameters... parameters) {
             "chi-square 3" + s, std::chi_squared_distribution<double>(3), OZK_OURS(p, Real, ChiSquare, 3))); \
     } while (false)
 
-// Counts: numbers of events. Draws the results of a peer's distribution as they are, and as ours.
+// Integers of std's distribution, whatever its results are.
+template <class Distribution>
+struct Integers {
+    Distribution distribution;
+    template <class Engine>
+    int32_t operator()(Engine& engine) {
+        return static_cast<int32_t>(distribution(engine));
+    }
+};
+template <class Distribution>
+Integers(Distribution) -> Integers<Distribution>;
+
+template <auto kFunction, auto... kParameters>
+int32_t gsl_integer(gsl_rng* g) {
+    return static_cast<int32_t>(kFunction(g, kParameters...));
+}
+
+std::vector<Case> integer_cases() {
+    std::vector<Case> all;
+    all.push_back(
+        distribution_case<int32_t, [](gsl_rng* g) { return int32_t(gsl_rng_uniform_int(g, 1000)); }>(
+            "uniform integers below 1000", std::uniform_int_distribution<int32_t>(0, 999),
+            OZK_OURS(i, int32_t, Uniform, 0, 1000)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_bernoulli, 0.3>>(
+        "bernoulli 0.3", Integers{std::bernoulli_distribution(0.3)}, OZK_OURS(i, int32_t, Bernoulli, 0.3)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_geometric, 0.1>>(
+        "geometric 0.1", std::geometric_distribution<int32_t>(0.1), OZK_OURS(i, int32_t, Geometric, 0.1)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_geometric, 0.001>>(
+        "geometric 0.001", std::geometric_distribution<int32_t>(0.001),
+        OZK_OURS(i, int32_t, Geometric, 0.001)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_geometric, 1e-6>>(
+        "geometric 1e-6", std::geometric_distribution<int32_t>(1e-6), OZK_OURS(i, int32_t, Geometric, 1e-6)));
+    for (const int n : {kLong, 10}) {
+        const std::string calls = n == kLong ? "" : ", 10 a call";
+        all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_binomial, 0.3, 100>>(
+            "binomial 100 0.3" + calls, std::binomial_distribution<int32_t>(100, 0.3),
+            OZK_OURS(i, int32_t, Binomial, 100, 0.3), n));
+        all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_binomial, 0.3, 100000>>(
+            "binomial 100000 0.3" + calls, std::binomial_distribution<int32_t>(100000, 0.3),
+            OZK_OURS(i, int32_t, Binomial, 100000, 0.3), n));
+        all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_hypergeometric, 40, 60, 20>>(
+            "hypergeometric 20 of 100, 40 marked" + calls, None(),
+            OZK_OURS(i, int32_t, Hypergeometric, 100, 20, 40), n));
+        all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_hypergeometric, 4000, 6000, 1000>>(
+            "hypergeometric 1000 of 10000, 4000 marked" + calls, None(),
+            OZK_OURS(i, int32_t, Hypergeometric, 10000, 1000, 4000), n));
+    }
+    return all;
+}
+
+// Numbers of events.
 std::vector<Case> count_cases() {
     std::vector<Case> all;
-    const auto poisson = [&]<int kMean>(std::integral_constant<int, kMean>) {
-        all.push_back(distribution_case<int32_t, [](gsl_rng* g) { return gsl_ran_poisson(g, kMean); }>(
-            "poisson " + std::to_string(kMean), std::poisson_distribution<int32_t>(kMean),
-            OZK_OURS(i, int32_t, Poisson, double{kMean})));
-    };
-    poisson(std::integral_constant<int, 5>());
-    poisson(std::integral_constant<int, 27>());
-    poisson(std::integral_constant<int, 1000>());
-    all.push_back(distribution_case<int32_t, [](gsl_rng* g) { return gsl_ran_negative_binomial(g, 0.3, 5); }>(
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 5.0>>(
+        "poisson 5", std::poisson_distribution<int32_t>(5), OZK_OURS(i, int32_t, Poisson, 5)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 27.0>>(
+        "poisson 27", std::poisson_distribution<int32_t>(27), OZK_OURS(i, int32_t, Poisson, 27)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 1000.0>>(
+        "poisson 1000", std::poisson_distribution<int32_t>(1000), OZK_OURS(i, int32_t, Poisson, 1000)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_negative_binomial, 0.3, 5.0>>(
         "negative binomial 5 0.3", std::negative_binomial_distribution<int32_t>(5, 0.3),
         OZK_OURS(i, int32_t, Negbinomial, 5, 0.3)));
-    all.push_back(
-        distribution_case<int32_t, [](gsl_rng* g) { return gsl_ran_negative_binomial(g, 0.003, 5); }>(
-            "negative binomial 5 0.003", std::negative_binomial_distribution<int32_t>(5, 0.003),
-            OZK_OURS(i, int32_t, Negbinomial, 5, 0.003)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_negative_binomial, 0.003, 5.0>>(
+        "negative binomial 5 0.003", std::negative_binomial_distribution<int32_t>(5, 0.003),
+        OZK_OURS(i, int32_t, Negbinomial, 5, 0.003)));
     return all;
 }
 
@@ -414,6 +467,7 @@ std::vector<Case> cases() {
     all.push_back(gaussian_case("inverse", kOzkVslGaussianInverse));
     OZK_DISTRIBUTIONS(all, d, double);
     OZK_DISTRIBUTIONS(all, s, float);
+    for (Case& c : integer_cases()) all.push_back(std::move(c));
     for (int dimension : {3, 10}) all.push_back(vectors_case(dimension));
     for (Case& c : count_cases()) all.push_back(std::move(c));
     all.push_back(means_case());

@@ -15,47 +15,36 @@
 namespace ozk::vsl {
 namespace {
 
-struct Btrs {
-    double a, b, c, alpha, v_r, trials;
-    FactorialMasses<2> masses;
-
-    Btrs(double n, double p)
-        : trials(n),
-          masses(std::floor((n + 1) * p), p / (1 - p), {std::floor((n + 1) * p), n - std::floor((n + 1) * p)},
-                 {1, -1}) {
-        const double deviation = std::sqrt(n * p * (1 - p));
-        b = 1.15 + 2.53 * deviation;
-        a = -0.0873 + 0.0248 * b + 0.01 * p;
-        c = n * p + 0.5;
-        alpha = (2.83 + 5.1 / b) * deviation;
-        v_r = 0.92 - 4.2 / b;
-    }
-};
-
 // result(k) is what is given out for k.
 template <class Result>
-int32_t by_btrs(OzkVslStream* stream, int32_t n, int32_t* r, const Btrs& h, Result result) {
+int32_t by_btrs(OzkVslStream* stream, int32_t n, int32_t* r, double trials, double p, Result result) {
     constexpr double kLeastSure = 0.07;
-    return by_rejection<2>(stream, n, r, [=, &h](int32_t count, const double* u, int32_t* out) {
+    const double mode = std::floor((trials + 1) * p), deviation = std::sqrt(trials * p * (1 - p));
+    const double b = 1.15 + 2.53 * deviation, a = -0.0873 + 0.0248 * b + 0.01 * p, c = trials * p + 0.5;
+    const double alpha = (2.83 + 5.1 / b) * deviation, v_r = 0.92 - 4.2 / b;
+    const FactorialMasses<2> masses(mode, p / (1 - p), {mode, trials - mode}, {1, -1});
+    const Acceptance acceptance(masses, deviation, trials, n);
+    return by_rejection<2>(stream, n, r, [=, &acceptance](int32_t count, const double* u, int32_t* out) {
         double k[kCandidates];
         bool accepted[kCandidates];
-        int32_t undecided = 0, place[kCandidates];
+        int32_t unsure = 0, place[kCandidates];
         for (int32_t i = 0; i < count; ++i) {
             const double x = u[2 * i] - 0.5, s = 0.5 - std::abs(x);
-            k[i] = std::floor((2 * h.a / s + h.b) * x + h.c);
-            accepted[i] = s >= kLeastSure && u[2 * i + 1] <= h.v_r;
-            place[undecided] = i;
-            undecided += !accepted[i] && k[i] >= 0 && k[i] <= h.trials;
+            k[i] = std::floor((2 * a / s + b) * x + c);
+            accepted[i] = s >= kLeastSure && u[2 * i + 1] <= v_r;
+            place[unsure] = i;
+            unsure += !accepted[i] && k[i] >= 0 && k[i] <= trials;
         }
-        double doubtful[kCandidates], bound[kCandidates], ln_f[kCandidates];
-        for (int32_t j = 0; j < undecided; ++j) {
+        double those[kCandidates], ln_h[kCandidates];
+        bool are_accepted[kCandidates];
+        for (int32_t j = 0; j < unsure; ++j) {
             const double s = 0.5 - std::abs(u[2 * place[j]] - 0.5);
-            doubtful[j] = k[place[j]];
-            bound[j] = u[2 * place[j] + 1] * h.alpha / (h.a / (s * s) + h.b);
+            those[j] = k[place[j]];
+            ln_h[j] = u[2 * place[j] + 1] * alpha / (a / (s * s) + b);
         }
-        take_ln(undecided, bound);
-        h.masses.take_ln_of_ratio(undecided, doubtful, ln_f);
-        for (int32_t j = 0; j < undecided; ++j) accepted[place[j]] = bound[j] <= ln_f[j];
+        take_ln(unsure, ln_h);
+        acceptance.decide(unsure, those, ln_h, are_accepted);
+        for (int32_t j = 0; j < unsure; ++j) accepted[place[j]] = are_accepted[j];
         const int32_t kept = keep(count, accepted, [&](int32_t to, int32_t from) { k[to] = k[from]; });
         for (int32_t i = 0; i < kept; ++i) out[i] = result(static_cast<int32_t>(k[i]));
         return kept;
@@ -65,7 +54,7 @@ int32_t by_btrs(OzkVslStream* stream, int32_t n, int32_t* r, const Btrs& h, Resu
 // p <= 1/2.
 template <class Result>
 int32_t binomial(OzkVslStream* stream, int32_t n, int32_t* r, int32_t trials, double p, Result result) {
-    if (trials * p > kLargestInvertedMean) return by_btrs(stream, n, r, Btrs(trials, p), result);
+    if (trials * p > kLargestInvertedMean) return by_btrs(stream, n, r, trials, p, result);
     const double odds = p / (1 - p);
     const Masses masses{std::exp(trials * std::log1p(-p)), static_cast<int32_t>((trials + 1.0) * p),
                         [=](int32_t k) { return odds * (trials - k) / (k + 1); }};

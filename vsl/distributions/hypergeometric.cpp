@@ -48,22 +48,22 @@ int32_t by_ratio_of_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, const 
     const double h = 2 * std::sqrt(2 / e * (lot.variance() + 0.5)) + 3 - 2 * std::sqrt(3 / e);
     const FactorialMasses<4> masses(mode, 1, {mode, lot.a - mode, lot.b - mode, lot.c + mode},
                                     {1, -1, -1, 1});
-    return by_rejection<2>(stream, n, r, [=, &masses](int32_t count, const double* u, int32_t* out) {
-        double k[kCandidates], ln_x[kCandidates], ln_f[kCandidates];
+    const Acceptance acceptance(masses, std::sqrt(lot.variance()), largest, n);
+    return by_rejection<2>(stream, n, r, [=, &acceptance](int32_t count, const double* u, int32_t* out) {
+        double k[kCandidates], ln_h[kCandidates];
+        bool accepted[kCandidates];
         int32_t within = 0;
         for (int32_t i = 0; i < count; ++i) {
             const double x = u[2 * i], y = u[2 * i + 1];
             k[within] = std::floor(center + h * (y - 0.5) / x);
-            ln_x[within] = x;
+            ln_h[within] = x;
             within += k[within] >= 0 && k[within] <= largest;
         }
-        take_ln(within, ln_x);
-        masses.take_ln_of_ratio(within, k, ln_f);
-        int32_t kept = 0;
-        for (int32_t i = 0; i < within; ++i) {
-            out[kept] = result(static_cast<int32_t>(k[i]));
-            kept += 2 * ln_x[i] <= ln_f[i];
-        }
+        take_ln(within, ln_h);
+        for (int32_t i = 0; i < within; ++i) ln_h[i] *= 2;
+        acceptance.decide(within, k, ln_h, accepted);
+        const int32_t kept = keep(within, accepted, [&](int32_t to, int32_t from) { k[to] = k[from]; });
+        for (int32_t i = 0; i < kept; ++i) out[i] = result(static_cast<int32_t>(k[i]));
         return kept;
     });
 }

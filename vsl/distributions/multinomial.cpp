@@ -41,13 +41,14 @@ int32_t by_trials(OzkVslStream* stream, int32_t n, int32_t* r, int32_t trials, c
     sums[outcomes.last] = std::numeric_limits<double>::infinity();
     std::fill_n(r, int64_t{n} * outcomes.count, 0);
     const int64_t all_trials = int64_t{n} * trials;
-    return with_inversion(all_trials, sums, outcomes.last + 1, [=](const auto& invert) {
+    return with_guides_for(all_trials, TabulatedSums(sums, outcomes.last + 1), [=](auto& inverse) {
         int32_t* vector = r;
         int32_t left = trials;  // of this vector
         for (int64_t done = 0; done < all_trials; done += kBlock) {
-            double u[kBlock];
+            int32_t outcome[kBlock];
             const int32_t count = static_cast<int32_t>(std::min<int64_t>(kBlock, all_trials - done));
-            const int32_t status = draw(stream, count, u, 0);
+            const int32_t status =
+                invert_uniforms(stream, count, outcome, inverse, [](int32_t k) { return k; });
             if (status < 0) return status;
             for (int32_t i = 0; i < count; ++i) {
                 if (left == 0) {
@@ -55,7 +56,7 @@ int32_t by_trials(OzkVslStream* stream, int32_t n, int32_t* r, int32_t trials, c
                     vector += outcomes.count;
                 }
                 --left;
-                ++vector[invert(u[i])];
+                ++vector[outcome[i]];
             }
         }
         return int32_t{kOzkVslSuccess};

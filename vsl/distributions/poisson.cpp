@@ -224,9 +224,11 @@ struct Setup {
         lambda = static_cast<float>(mean);
         exact_lambda = mean;
         if (mean < kLeastRejectionMean) {
-            count = tabulate(Masses{std::exp(-mean), static_cast<int32_t>(mean),
-                                    [=](int32_t k) { return mean / (k + 1); }},
-                             sums);
+            CumulativeMasses masses(Masses{std::exp(-mean), static_cast<int32_t>(mean),
+                                           [=](int32_t k) { return mean / (k + 1); }});
+            masses.extend_above(std::numeric_limits<double>::max());
+            count = masses.count();
+            for (int32_t k = 0; k < count; ++k) sums[k] = masses[k];
         } else {
             ptpe = ptpe_setup(mean);
         }
@@ -246,8 +248,8 @@ int32_t with_setup(OzkVslStream* stream, int32_t n, int32_t* r, double lambda) {
     Setup* const setup = setup_of(stream, lambda);
     if (!setup) return kOzkVslErrorNoMemory;
     if (lambda >= kLeastRejectionMean) return by_ptpe(stream, n, r, lambda, setup->ptpe);
-    return with_inversion(n, setup->sums, setup->count, [=](const auto& invert) {
-        return invert_uniforms(stream, n, r, invert, [](int32_t k) { return k; });
+    return with_guides_for(n, TabulatedSums(setup->sums, setup->count), [=](auto& sums) {
+        return invert_uniforms(stream, n, r, sums, [](int32_t k) { return k; });
     });
 }
 

@@ -145,7 +145,7 @@ inline double chi_square_p_value(const std::vector<int32_t>& x, const DiscreteCa
 
 // Support, goodness of fit and the first two moments of a sample of the usual size, or of 10^7 in the long form.
 inline void fits(const DiscreteCase& c, int usual = 1 << 19) {
-    constexpr double kLevel = 1e-4;
+    constexpr double kLevel = 1e-6;  // of hundreds of cases
     const int n = sample_size(usual);
     std::vector<int32_t> x(static_cast<size_t>(n));
     OzkVslStream* stream = make_stream(kOzkVslMt19937);
