@@ -13,7 +13,7 @@ namespace ozk::vsl {
 namespace {
 
 // A binomial number costs about what this many trials do.
-constexpr int64_t kTrialsForBinomial = 32;
+constexpr int64_t kTrialsForBinomial = 64;
 
 struct Outcomes {
     const double* probability;
