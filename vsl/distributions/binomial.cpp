@@ -46,7 +46,8 @@ int32_t by_btrs(OzkVslStream* stream, int32_t n, int32_t* r, double trials, doub
         acceptance.decide(unsure, those, ln_h, are_accepted);
         for (int32_t j = 0; j < unsure; ++j) accepted[place[j]] = are_accepted[j];
         const int32_t kept = keep(count, accepted, [&](int32_t to, int32_t from) { k[to] = k[from]; });
-        for (int32_t i = 0; i < kept; ++i) out[i] = result(static_cast<int32_t>(k[i]));
+        take_floors(kept, k, out);
+        for (int32_t i = 0; i < kept; ++i) out[i] = result(out[i]);
         return kept;
     });
 }

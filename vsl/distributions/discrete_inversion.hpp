@@ -25,7 +25,7 @@ struct Masses {
 template <class Ratio>
 Masses(double, int32_t, Ratio) -> Masses<Ratio>;
 
-// Below this mean what is at most as wide as the distribution of Poisson ends before kMostMasses.
+// Below this mean binomial and Poisson's distribution and all narrower ones end before kMostMasses.
 inline constexpr double kLargestInvertedMean = 64;
 inline constexpr int32_t kMostMasses = 384;
 
@@ -41,29 +41,31 @@ class CumulativeMasses {
     int32_t count() const { return last_ + 1; }
     // Adds up until the last sum is above u.
     void extend_above(double u) {
-        while (u >= (*this)[last_]) extend();
-    }
-    int32_t find(double u) {
-        extend_above(u);
-        int32_t k = std::min(masses_.mode, last_);
-        while (u >= (*this)[k]) ++k;
-        while (k > 0 && u < (*this)[k - 1]) --k;
-        return k;
-    }
-
-  private:
-    void extend() {
         constexpr double kUnnoticed = 0x1p-56;
-        mass_ *= masses_.ratio(last_);
-        const bool is_end = last_ >= masses_.mode && (mass_ < kUnnoticed || last_ + 1 == kMostMasses);
-        if (is_end) {
-            sums_[static_cast<size_t>(last_)] = std::numeric_limits<double>::infinity();
-        } else {
-            const double sum = (*this)[last_] + mass_;
-            sums_[static_cast<size_t>(++last_)] = sum;
+        int32_t k = last_;
+        double mass = mass_, sum = (*this)[k];
+        while (u >= sum) {
+            mass *= masses_.ratio(k);
+            const bool is_end = k >= masses_.mode && (mass < kUnnoticed || k + 1 == kMostMasses);
+            sum = is_end ? std::numeric_limits<double>::infinity() : sum + mass;
+            k += !is_end;
+            sums_[static_cast<size_t>(k)] = sum;
+        }
+        last_ = k;
+        mass_ = mass;
+    }
+    // k[i] for u[i] on [0, 1].
+    void find(int32_t count, const double* u, int32_t* k) {
+        for (int32_t i = 0; i < count; ++i) {
+            extend_above(u[i]);
+            int32_t found = std::min(masses_.mode, last_);
+            while (u[i] >= (*this)[found]) ++found;
+            while (found > 0 && u[i] < (*this)[found - 1]) --found;
+            k[i] = found;
         }
     }
 
+  private:
     const Masses<Ratio> masses_;
     double mass_;  // of last_
     int32_t last_ = 0;
@@ -76,8 +78,10 @@ class TabulatedSums {
     TabulatedSums(const double* sums, int32_t count) : sums_(sums), last_(count - 1) {}
     double operator[](int32_t k) const { return sums_[k]; }
     void extend_above(double) {}
-    int32_t find(double u) const {
-        return static_cast<int32_t>(std::upper_bound(sums_, sums_ + last_, u) - sums_);
+    void find(int32_t count, const double* u, int32_t* k) const {
+        for (int32_t i = 0; i < count; ++i) {
+            k[i] = static_cast<int32_t>(std::upper_bound(sums_, sums_ + last_, u[i]) - sums_);
+        }
     }
 
   private:
@@ -97,13 +101,20 @@ class GuideTable {
             guides_[static_cast<size_t>(i)] = {sums_[k], k, sums_[k] < high && sums_[k + 1] < high};
         }
     }
-    int32_t find(double u) const {
-        const Guide& guide = guides_[static_cast<size_t>(static_cast<int32_t>(u * kGuides))];
-        int32_t k = guide.k + (u >= guide.sum);
-        if (guide.has_more) {
-            while (u >= sums_[k]) ++k;
+    // k[i] for u[i] on [0, 1], up to kBlock.
+    void find(int32_t count, const double* u, int32_t* k) const {
+        double scaled[kBlock];
+        int32_t place[kBlock];
+        for (int32_t i = 0; i < count; ++i) scaled[i] = u[i] * kGuides;
+        take_floors(count, scaled, place);
+        for (int32_t i = 0; i < count; ++i) {
+            const Guide& guide = guides_[static_cast<size_t>(place[i])];
+            int32_t found = guide.k + (u[i] >= guide.sum);
+            if (guide.has_more) {
+                while (u[i] >= sums_[found]) ++found;
+            }
+            k[i] = found;
         }
-        return k;
     }
 
   private:
@@ -129,10 +140,9 @@ int32_t invert_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, Sums& sums,
         double u[kBlock];
         const int32_t status = draw(stream, count, u, 0);
         if (status < 0) return status;
-        // What is not on [0, 1], which a caller's own generator may give, counts as an end.
-        for (int32_t i = 0; i < count; ++i) {
-            block[i] = result(sums.find(std::min(1.0, std::max(0.0, u[i]))));
-        }
+        clamp(count, u, 0, 1);  // a caller's own generator may give others
+        sums.find(count, u, block);
+        for (int32_t i = 0; i < count; ++i) block[i] = result(block[i]);
         return status;
     });
 }

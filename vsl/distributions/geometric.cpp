@@ -12,15 +12,15 @@
 namespace ozk::vsl {
 namespace {
 
-constexpr double kLeastTabled = 0.1, kLeastOf32Bits = 0x1p-16;
+constexpr double kLeastTabled = 0.1,  // whose masses end within 350
+    kLeastOf32Bits = 0x1p-16;
 
-// floor(ln_u / ln_q), or the largest int32_t where that is more.
-void quotients(int32_t count, const double* ln_u, double ln_q, int32_t* r) {
-    constexpr double kLargest = std::numeric_limits<int32_t>::max();
+// floor(ln_u / ln_q), or the largest int32_t where that is more. Changes ln_u.
+void take_quotients(int32_t count, double* ln_u, double ln_q, int32_t* r) {
     const double factor = 1 / ln_q;
-    for (int32_t i = 0; i < count; ++i) {
-        r[i] = static_cast<int32_t>(std::min(kLargest, std::max(0.0, ln_u[i] * factor)));
-    }
+    for (int32_t i = 0; i < count; ++i) ln_u[i] *= factor;
+    clamp(count, ln_u, 0, std::numeric_limits<int32_t>::max());
+    take_floors(count, ln_u, r);
 }
 
 int32_t by_logarithm(OzkVslStream* stream, int32_t n, int32_t* r, double ln_q) {
@@ -29,7 +29,7 @@ int32_t by_logarithm(OzkVslStream* stream, int32_t n, int32_t* r, double ln_q) {
         const int32_t status = draw(stream, count, u, 0);
         if (status < 0) return status;
         take_ln(count, u);
-        quotients(count, u, ln_q, block);
+        take_quotients(count, u, ln_q, block);
         return status;
     });
 }
@@ -43,10 +43,11 @@ int32_t by_logarithm_of_64_bits(OzkVslStream* stream, int32_t n, int32_t* r, dou
         if (status < 0) return status;
         for (int32_t i = 0; i < count; ++i) {
             const double v = static_cast<double>(static_cast<int64_t>(words[i] >> 1)) * 0x1p-63;
-            minus_v[i] = -std::min(v, kBelowOne);
+            minus_v[i] = -v;
         }
+        clamp(count, minus_v, -kBelowOne, 0);
         take_log1p(count, minus_v);
-        quotients(count, minus_v, ln_q, block);
+        take_quotients(count, minus_v, ln_q, block);
         return status;
     });
 }

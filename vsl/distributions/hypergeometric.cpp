@@ -63,7 +63,8 @@ int32_t by_ratio_of_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, const 
         for (int32_t i = 0; i < within; ++i) ln_h[i] *= 2;
         acceptance.decide(within, k, ln_h, accepted);
         const int32_t kept = keep(within, accepted, [&](int32_t to, int32_t from) { k[to] = k[from]; });
-        for (int32_t i = 0; i < kept; ++i) out[i] = result(static_cast<int32_t>(k[i]));
+        take_floors(kept, k, out);
+        for (int32_t i = 0; i < kept; ++i) out[i] = result(out[i]);
         return kept;
     });
 }
