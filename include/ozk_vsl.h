@@ -706,8 +706,8 @@ OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, 
  * Trans. 6 (1974)); from 27 on
  * - kOzkVslPoissonPtpe: Schmeiser and Kachitvichyanukul, Purdue University Research Memorandum 81-4 (1981), two
  *   uniforms a candidate, of which 69 of 100 are accepted at 27 and 87 of large means;
- * - kOzkVslPoissonTransformedRejection: Hoermann, Insurance: Mathematics and Economics 12 (1993), the same, 78 to 88;
- * - kOzkVslPoissonRatioOfUniforms: Stadlober, J. Comput. Appl. Math. 31 (1990), the same, 68 to 73;
+ * - kOzkVslPoissonTransformedRejection: Hoermann, Insurance: Mathematics and Economics 12 (1993), the same, 81 to 88;
+ * - kOzkVslPoissonRatioOfUniforms: Stadlober, J. Comput. Appl. Math. 31 (1990), the same, 66 to 73;
  * - kOzkVslPoissonInverse: the quantile of one uniform a result, increasing with it, as quasi-random sequences and
  *   antithetic numbers need it (Giles, ACM TOMS 42 (2016)).
  * What was derived from lambda stays in a chunk of the stream, 696 bytes, for the next call with the same lambda, but
