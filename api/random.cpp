@@ -57,6 +57,21 @@ OZK_DISTRIBUTION(lognormal, Lognormal);
 OZK_DISTRIBUTION(beta, Beta);
 OZK_DISTRIBUTION(chi_square, ChiSquare);
 
+// A distribution of integers, found in the same way.
+template <class Function>
+struct Integers {
+    Kernel<Function> kernel;
+    auto& of(const int32_t*) { return kernel; }
+};
+#define OZK_INTEGERS(name, Name)                                  \
+    constinit Integers<decltype(_vsliRng##Name)> name##_kernels { \
+        Kernel<decltype(_vsliRng##Name)>("_vsliRng" #Name)        \
+    }
+OZK_INTEGERS(bernoulli, Bernoulli);
+OZK_INTEGERS(geometric, Geometric);
+OZK_INTEGERS(binomial, Binomial);
+OZK_INTEGERS(hypergeometric, Hypergeometric);
+
 // How streams for several workers are made from one seed.
 enum class Division {
     kNone,      // there is only one
@@ -462,3 +477,30 @@ ozk_status ozk_d_gaussian(ozk_stream* stream, int64_t n, double* r, double mean,
     }
 OZK_OTHERS(s, float)
 OZK_OTHERS(d, double)
+
+ozk_status ozk_i_bernoulli(ozk_stream* stream, int64_t n, int32_t* r, double p) {
+    return draw("ozk_i_bernoulli", stream, n, r, p >= 0 && p <= 1,
+                "The probability is out of range: pass one from 0 to 1.",
+                [&](auto* s, int32_t count, int32_t* out) {
+                    return bernoulli_kernels.kernel(int32_t{kOzkVslUniformStandard}, s, count, out, p);
+                });
+}
+
+ozk_status ozk_i_geometric(ozk_stream* stream, int64_t n, int32_t* r, double p) {
+    return distribution("ozk_i_geometric", geometric_kernels, kOzkVslInverse, stream, n, r,
+                        "The probability is out of range: pass one above 0, up to 1.", p);
+}
+
+ozk_status ozk_i_binomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials, double p) {
+    return distribution("ozk_i_binomial", binomial_kernels, kOzkVslRejection, stream, n, r,
+                        "The parameters are out of range: pass trials >= 0 and a probability from 0 to 1.",
+                        trials, p);
+}
+
+ozk_status ozk_i_hypergeometric(ozk_stream* stream, int64_t n, int32_t* r, int32_t size, int32_t drawn,
+                                int32_t marked) {
+    return distribution(
+        "ozk_i_hypergeometric", hypergeometric_kernels, kOzkVslRejection, stream, n, r,
+        "The parameters are out of range: pass size >= 0, and drawn and marked from 0 to size.", size, drawn,
+        marked);
+}
