@@ -378,6 +378,18 @@ OZK_API ozk_status ozk_d_gaussian_vectors(ozk_stream* stream, int64_t n, double*
                                           const double* mean, int32_t storage, const double* factor,
                                           int32_t method);
 
+/* n integers of a distribution each. The sequence does not depend on how it is cut into calls.
+ * bernoulli       1 with probability p, else 0; 0 <= p <= 1
+ * geometric       the failures before the first success, of probability p; 0 < p <= 1. Above 2^31 - 1: that
+ * binomial        the successes of `trials` >= 0 trials, of probability p each; 0 <= p <= 1
+ * hypergeometric  the marked ones among `drawn` ones of `size`, of which `marked` are marked, drawn without putting
+ *                 back; 0 <= drawn <= size, 0 <= marked <= size */
+OZK_API ozk_status ozk_i_bernoulli(ozk_stream* stream, int64_t n, int32_t* r, double p);
+OZK_API ozk_status ozk_i_geometric(ozk_stream* stream, int64_t n, int32_t* r, double p);
+OZK_API ozk_status ozk_i_binomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials, double p);
+OZK_API ozk_status ozk_i_hypergeometric(ozk_stream* stream, int64_t n, int32_t* r, int32_t size,
+                                        int32_t drawn, int32_t marked);
+
 /* ---- Summary statistics ----------------------------------------------------------------------------- *
  * Estimates of p
  * components over all observations that were added, in as many portions as the caller likes. W is the total

@@ -172,6 +172,34 @@ TEST(Stream, DistributionsTakeTheirParametersInBothPrecisions) {
     distributions_have_their_means<float>();
 }
 
+TEST(Stream, DistributionsOfIntegersTakeTheirParametersAndRefuseOthers) {
+    ozk::stream stream("MT19937", 4);
+    std::vector<int32_t> r(200000);
+    const auto expect_mean = [&](const char* name, double mean, double deviation, auto draw_numbers) {
+        draw_numbers();
+        const double sum = std::accumulate(r.begin(), r.end(), 0.0);
+        EXPECT_NEAR(sum / 200000, mean, 5 * deviation / std::sqrt(200000.0)) << name;
+    };
+    expect_mean("bernoulli", 0.25, 0.433, [&] { stream.bernoulli(r, 0.25); });
+    expect_mean("geometric", 3, std::sqrt(12), [&] { stream.geometric(r, 0.25); });
+    expect_mean("binomial", 20, 4, [&] { stream.binomial(r, 100, 0.2); });
+    expect_mean("hypergeometric", 6, 1.7, [&] { stream.hypergeometric(r, 100, 20, 30); });
+
+    ozk::stream reference = stream;
+    std::vector<int32_t> untouched(10, 7);
+    const auto refused = [](auto&& call) { expect_refused(ozk::Family::random, kOzkCodeArgument, call); };
+    for (double p : {-0.1, 1.1, double(NAN)}) {
+        refused([&] { stream.bernoulli(untouched, p); });
+        refused([&] { stream.geometric(untouched, p); });
+        refused([&] { stream.binomial(untouched, 5, p); });
+    }
+    refused([&] { stream.geometric(untouched, 0); });
+    refused([&] { stream.binomial(untouched, -1, 0.5); });
+    refused([&] { stream.hypergeometric(untouched, 10, 11, 5); });
+    EXPECT_EQ(untouched, std::vector<int32_t>(10, 7));
+    EXPECT_EQ(draw(stream, 10), draw(reference, 10));
+}
+
 TEST(Stream, PoissonNegativeBinomialAndMultinomialNumbersTakeTheirParameters) {
     ozk::stream stream("MT19937", 5);
     std::vector<int32_t> x(200000);

@@ -136,7 +136,7 @@ std::string draw(const Discrete& distribution, ozk::stream& stream, const Cell& 
         dots += fmt::format("M{:.1f},{:.1f}h0", x(k), y(probabilities[i]));
     }
     return panel(
-        cell, distribution.call, x, y,
+        cell, distribution.call, x, whole_step(x), y,
         path(fmt::format("fill=\"{}\"", kBars), bars) +
             path(fmt::format("stroke=\"{}\" stroke-width=\"6\" stroke-linecap=\"round\"", kMedian), dots));
 }
@@ -208,6 +208,14 @@ std::vector<Discrete> discrete() {
     using Out = std::span<int32_t>;
     return {
         {"uniform(k, 1, 7)", 1, 6, [](Stream& s, Out k) { s.uniform(k, 1, 7); }, [](int) { return 1.0 / 6; }},
+        {"bernoulli(k, 0.3)", 0, 1, [](Stream& s, Out k) { s.bernoulli(k, 0.3); },
+         [](int k) { return k == 0 ? 0.7 : 0.3; }},
+        {"geometric(k, 0.3)", 0, 15, [](Stream& s, Out k) { s.geometric(k, 0.3); },
+         density_of(geometric(0.3))},
+        {"binomial(k, 20, 0.3)", 0, 16, [](Stream& s, Out k) { s.binomial(k, 20, 0.3); },
+         density_of(binomial(20, 0.3))},
+        {"hypergeometric(k, 50, 20, 15)", 0, 13, [](Stream& s, Out k) { s.hypergeometric(k, 50, 20, 15); },
+         density_of(hypergeometric(15, 20, 50))},
         {"poisson(k, 5)", 0, 15, [](Stream& s, Out k) { s.poisson(k, 5); }, density_of(poisson(5))},
         {"poisson(k, {4, 12, 4, 12, ...})", 0, 24,
          [](Stream& s, Out k) {
