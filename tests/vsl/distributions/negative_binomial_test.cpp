@@ -51,6 +51,7 @@ DiscreteCase marginal(const std::string& name, int32_t trials, const std::vector
 std::vector<DiscreteCase> cases() {
     std::vector<DiscreteCase> all;
     for (const auto& [a, p] : {std::pair(5.0, 0.3),
+                               {2.5, 0.3},
                                {1.0, 0.5},
                                {2.5, 0.999},
                                {1e-3, 0.5},
