@@ -344,6 +344,26 @@ OZK_API ozk_status ozk_d_beta(ozk_stream* stream, int64_t n, double* r, double p
 OZK_API ozk_status ozk_s_chi_square(ozk_stream* stream, int64_t n, float* r, int32_t degrees);
 OZK_API ozk_status ozk_d_chi_square(ozk_stream* stream, int64_t n, double* r, int32_t degrees);
 
+enum ozk_poisson_method {
+    kOzkPtpe = 0,                 /* rejection with the least hat: Schmeiser and Kachitvichyanukul */
+    kOzkTransformedRejection = 1, /* Hoermann */
+    kOzkRatioOfUniforms = 2,      /* Stadlober */
+    kOzkPoissonInverse = 3        /* the inverse distribution function of one uniform */
+};
+/* n integers of a distribution each; the sequences do not depend on how they are cut into calls.
+ * poisson            P(X = k) = exp(-mean) mean^k / k!, 0 < mean <= 2.1e9
+ * poisson_each       r[i] with the mean means[i], by the inverse distribution function
+ * negative_binomial  the failures before that success, of real number > 0, of trials that succeed with
+ *                    0 < probability < 1; what is more than 2^31 - 1 is given as that
+ * multinomial        n vectors, row after row: how often each outcome comes in `trials` >= 0 trials; probabilities
+ *                    >= 0 of sum 1, from which rounding may take them by 1e-4 */
+OZK_API ozk_status ozk_i_poisson(ozk_stream* stream, int64_t n, int32_t* r, double mean, int32_t method);
+OZK_API ozk_status ozk_i_poisson_each(ozk_stream* stream, int64_t n, int32_t* r, const double* means);
+OZK_API ozk_status ozk_i_negative_binomial(ozk_stream* stream, int64_t n, int32_t* r, double successes,
+                                           double probability);
+OZK_API ozk_status ozk_i_multinomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials,
+                                     int64_t outcomes, const double* probabilities);
+
 enum ozk_factor_storage {
     kOzkFactorFull = 0,    /* dimension rows of dimension; what is above the diagonal is not read */
     kOzkFactorPacked = 1,  /* the rows of the lower triangle, one after the other */
@@ -357,6 +377,18 @@ OZK_API ozk_status ozk_s_gaussian_vectors(ozk_stream* stream, int64_t n, float* 
 OZK_API ozk_status ozk_d_gaussian_vectors(ozk_stream* stream, int64_t n, double* r, int64_t dimension,
                                           const double* mean, int32_t storage, const double* factor,
                                           int32_t method);
+
+/* n integers of a distribution each. The sequence does not depend on how it is cut into calls.
+ * bernoulli       1 with probability p, else 0; 0 <= p <= 1
+ * geometric       the failures before the first success, of probability p; 0 < p <= 1. Above 2^31 - 1: that
+ * binomial        the successes of `trials` >= 0 trials, of probability p each; 0 <= p <= 1
+ * hypergeometric  the marked ones among `drawn` ones of `size`, of which `marked` are marked, drawn without putting
+ *                 back; 0 <= drawn <= size, 0 <= marked <= size */
+OZK_API ozk_status ozk_i_bernoulli(ozk_stream* stream, int64_t n, int32_t* r, double p);
+OZK_API ozk_status ozk_i_geometric(ozk_stream* stream, int64_t n, int32_t* r, double p);
+OZK_API ozk_status ozk_i_binomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials, double p);
+OZK_API ozk_status ozk_i_hypergeometric(ozk_stream* stream, int64_t n, int32_t* r, int32_t size,
+                                        int32_t drawn, int32_t marked);
 
 /* ---- Summary statistics ----------------------------------------------------------------------------- *
  * Estimates of p

@@ -1,8 +1,10 @@
-// Random streams: numbers of a basic generator, uniform and normal.
+// Random streams: numbers of a basic generator, uniform or of a distribution.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <ranges>
 #include <span>
 #include <string>
 #include <utility>
@@ -18,12 +20,29 @@ enum class Gaussian {
     inverse = kOzkInverse                   // the inverse distribution function of one uniform
 };
 
+enum class Poisson {
+    ptpe = kOzkPtpe,                                   // rejection with the least hat
+    transformed_rejection = kOzkTransformedRejection,  // rejection
+    ratio_of_uniforms = kOzkRatioOfUniforms,           // rejection
+    inverse = kOzkPoissonInverse                       // the inverse distribution function of one uniform
+};
+
 // A dimension of a Sobol sequence beyond the built-in ones: a primitive polynomial over GF(2), bit i being the
 // coefficient of x^i, and as many initial numbers as its degree, number j (from 1) odd and below 2^j.
 struct sobol_dimension {
     uint32_t polynomial;
     std::vector<uint32_t> initial;
 };
+
+namespace detail {
+// Floats or doubles, one after the other, that can be written: a vector, an array, a span.
+template <class Out>
+concept reals = std::ranges::contiguous_range<Out> && std::ranges::sized_range<Out> &&
+    (std::same_as<std::ranges::range_reference_t<Out>, float&> ||
+     std::same_as<std::ranges::range_reference_t<Out>, double&>);
+template <reals Out>
+using real = std::ranges::range_value_t<Out>;
+}  // namespace detail
 
 // A stream of random numbers. A value: a copy goes on with the same numbers from where the original stands.
 // One thread at a time uses a stream; different streams may be used by different threads freely.
@@ -68,140 +87,118 @@ class stream {
 
     // Fill `out` with numbers uniform on [a, b), a < b. The sequence does not depend on how it is cut into
     // calls.
-    void uniform(std::span<double> out, double a = 0, double b = 1) {
-        detail::check(ozk_d_uniform(stream_, static_cast<int64_t>(out.size()), out.data(), a, b));
-    }
-    void uniform(std::span<float> out, float a = 0, float b = 1) {
-        detail::check(ozk_s_uniform(stream_, static_cast<int64_t>(out.size()), out.data(), a, b));
+    template <detail::reals Out>
+    void uniform(Out&& out, detail::real<Out> a = 0, detail::real<Out> b = 1) {
+        fill(ozk_s_uniform, ozk_d_uniform, out, a, b);
     }
     // Integers a <= r < b.
-    void uniform(std::span<int32_t> out, int32_t a, int32_t b) {
-        detail::check(ozk_i_uniform(stream_, static_cast<int64_t>(out.size()), out.data(), a, b));
-    }
+    void uniform(std::span<int32_t> out, int32_t a, int32_t b) { fill(ozk_i_uniform, out, a, b); }
     // Independent uniform bits.
-    void bits(std::span<uint32_t> out) {
-        detail::check(ozk_bits32(stream_, static_cast<int64_t>(out.size()), out.data()));
-    }
-    void bits(std::span<uint64_t> out) {
-        detail::check(ozk_bits64(stream_, static_cast<int64_t>(out.size()), out.data()));
-    }
-    // Fill `out` with numbers of a distribution; scales, sigma and shapes > 0. With y = (x - displacement) / scale,
-    // P(X <= x) or the density is what ozk.h says.
+    void bits(std::span<uint32_t> out) { fill(ozk_bits32, out); }
+    void bits(std::span<uint64_t> out) { fill(ozk_bits64, out); }
+    // Fill `out`, floats or doubles, with numbers of a distribution; scales, sigma and shapes > 0. With
+    // y = (x - displacement) / scale, P(X <= x) or the density is what ozk.h says.
     // Normal numbers.
-    void gaussian(std::span<double> out, double mean = 0, double sigma = 1,
+    template <detail::reals Out>
+    void gaussian(Out&& out, detail::real<Out> mean = 0, detail::real<Out> sigma = 1,
                   Gaussian method = Gaussian::inverse) {
-        detail::check(ozk_d_gaussian(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
-                                     static_cast<int32_t>(method)));
-    }
-    void gaussian(std::span<float> out, float mean = 0, float sigma = 1,
-                  Gaussian method = Gaussian::inverse) {
-        detail::check(ozk_s_gaussian(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
-                                     static_cast<int32_t>(method)));
+        fill(ozk_s_gaussian, ozk_d_gaussian, out, mean, sigma, static_cast<int32_t>(method));
     }
     // 1 - exp(-y), y >= 0.
-    void exponential(std::span<double> out, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_exponential(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
-    }
-    void exponential(std::span<float> out, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_exponential(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    template <detail::reals Out>
+    void exponential(Out&& out, detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_exponential, ozk_d_exponential, out, displacement, scale);
     }
     // exp(y) / 2 for y < 0, else 1 - exp(-y) / 2.
-    void laplace(std::span<double> out, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_laplace(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
-    }
-    void laplace(std::span<float> out, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_laplace(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    template <detail::reals Out>
+    void laplace(Out&& out, detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_laplace, ozk_d_laplace, out, displacement, scale);
     }
     // 1 - exp(-y^2), y >= 0.
-    void rayleigh(std::span<double> out, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_rayleigh(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
-    }
-    void rayleigh(std::span<float> out, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_rayleigh(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    template <detail::reals Out>
+    void rayleigh(Out&& out, detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_rayleigh, ozk_d_rayleigh, out, displacement, scale);
     }
     // 1 - exp(-exp(y)): the smallest of many values.
-    void gumbel(std::span<double> out, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_gumbel(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
-    }
-    void gumbel(std::span<float> out, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_gumbel(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    template <detail::reals Out>
+    void gumbel(Out&& out, detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_gumbel, ozk_d_gumbel, out, displacement, scale);
     }
     // 1/2 + atan(y) / pi.
-    void cauchy(std::span<double> out, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_cauchy(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
-    }
-    void cauchy(std::span<float> out, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_cauchy(stream_, static_cast<int64_t>(out.size()), out.data(), displacement, scale));
+    template <detail::reals Out>
+    void cauchy(Out&& out, detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_cauchy, ozk_d_cauchy, out, displacement, scale);
     }
     // 1 - exp(-y^shape), y >= 0.
-    void weibull(std::span<double> out, double shape, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_weibull(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
-    }
-    void weibull(std::span<float> out, float shape, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_weibull(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    template <detail::reals Out>
+    void weibull(Out&& out, detail::real<Out> shape, detail::real<Out> displacement = 0,
+                 detail::real<Out> scale = 1) {
+        fill(ozk_s_weibull, ozk_d_weibull, out, shape, displacement, scale);
     }
     // Density proportional to y^(shape - 1) exp(-y), y > 0.
-    void gamma(std::span<double> out, double shape, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_gamma(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
-    }
-    void gamma(std::span<float> out, float shape, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_gamma(stream_, static_cast<int64_t>(out.size()), out.data(), shape, displacement, scale));
+    template <detail::reals Out>
+    void gamma(Out&& out, detail::real<Out> shape, detail::real<Out> displacement = 0,
+               detail::real<Out> scale = 1) {
+        fill(ozk_s_gamma, ozk_d_gamma, out, shape, displacement, scale);
     }
     // displacement + scale exp(G), G normal with this mean and sigma.
-    void lognormal(std::span<double> out, double mean = 0, double sigma = 1, double displacement = 0,
-                   double scale = 1) {
-        detail::check(ozk_d_lognormal(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
-                                      displacement, scale));
-    }
-    void lognormal(std::span<float> out, float mean = 0, float sigma = 1, float displacement = 0,
-                   float scale = 1) {
-        detail::check(ozk_s_lognormal(stream_, static_cast<int64_t>(out.size()), out.data(), mean, sigma,
-                                      displacement, scale));
+    template <detail::reals Out>
+    void lognormal(Out&& out, detail::real<Out> mean = 0, detail::real<Out> sigma = 1,
+                   detail::real<Out> displacement = 0, detail::real<Out> scale = 1) {
+        fill(ozk_s_lognormal, ozk_d_lognormal, out, mean, sigma, displacement, scale);
     }
     // Density proportional to y^(p - 1) (1 - y)^(q - 1), 0 <= y <= 1.
-    void beta(std::span<double> out, double p, double q, double displacement = 0, double scale = 1) {
-        detail::check(
-            ozk_d_beta(stream_, static_cast<int64_t>(out.size()), out.data(), p, q, displacement, scale));
-    }
-    void beta(std::span<float> out, float p, float q, float displacement = 0, float scale = 1) {
-        detail::check(
-            ozk_s_beta(stream_, static_cast<int64_t>(out.size()), out.data(), p, q, displacement, scale));
+    template <detail::reals Out>
+    void beta(Out&& out, detail::real<Out> p, detail::real<Out> q, detail::real<Out> displacement = 0,
+              detail::real<Out> scale = 1) {
+        fill(ozk_s_beta, ozk_d_beta, out, p, q, displacement, scale);
     }
     // The sum of the squares of `degrees` standard normal numbers.
-    void chi_square(std::span<double> out, int32_t degrees) {
-        detail::check(ozk_d_chi_square(stream_, static_cast<int64_t>(out.size()), out.data(), degrees));
-    }
-    void chi_square(std::span<float> out, int32_t degrees) {
-        detail::check(ozk_s_chi_square(stream_, static_cast<int64_t>(out.size()), out.data(), degrees));
+    template <detail::reals Out>
+    void chi_square(Out&& out, int32_t degrees) {
+        fill(ozk_s_chi_square, ozk_d_chi_square, out, degrees);
     }
     // Fill `out` with normal vectors, row after row, of as many numbers d as there are means, with the covariance
     // T T'. T is lower triangular, given row after row: whole (d d numbers), packed (d (d + 1) / 2) or its diagonal
     // (d). Throw error where the sizes do not fit.
-    void gaussian_vectors(std::span<double> out, std::span<const double> mean, std::span<const double> factor,
-                          Gaussian method = Gaussian::inverse) {
-        detail::check(ozk_d_gaussian_vectors(
-            stream_, vectors(out.size(), mean.size()), out.data(), static_cast<int64_t>(mean.size()),
+    template <detail::reals Out>
+    void gaussian_vectors(Out&& out, std::span<const detail::real<Out>> mean,
+                          std::span<const detail::real<Out>> factor, Gaussian method = Gaussian::inverse) {
+        const std::span numbers(out);
+        detail::check(of<detail::real<Out>>(ozk_s_gaussian_vectors, ozk_d_gaussian_vectors)(
+            stream_, vectors(numbers.size(), mean.size()), numbers.data(), static_cast<int64_t>(mean.size()),
             mean.data(), storage(factor.size(), mean.size()), factor.data(), static_cast<int32_t>(method)));
     }
-    void gaussian_vectors(std::span<float> out, std::span<const float> mean, std::span<const float> factor,
-                          Gaussian method = Gaussian::inverse) {
-        detail::check(ozk_s_gaussian_vectors(
-            stream_, vectors(out.size(), mean.size()), out.data(), static_cast<int64_t>(mean.size()),
-            mean.data(), storage(factor.size(), mean.size()), factor.data(), static_cast<int32_t>(method)));
+
+    // Fill `out` with integers.
+    // 1 with probability p, else 0; 0 <= p <= 1.
+    void bernoulli(std::span<int32_t> out, double p) { fill(ozk_i_bernoulli, out, p); }
+    // The failures before the first success, of probability p; 0 < p <= 1. What is above 2^31 - 1 is given as that.
+    void geometric(std::span<int32_t> out, double p) { fill(ozk_i_geometric, out, p); }
+    // The successes of `trials` trials, of probability p each; trials >= 0, 0 <= p <= 1.
+    void binomial(std::span<int32_t> out, int32_t trials, double p) { fill(ozk_i_binomial, out, trials, p); }
+    // The marked ones among `drawn` ones of a lot of `size`, of which `marked` are marked; none is put back.
+    void hypergeometric(std::span<int32_t> out, int32_t size, int32_t drawn, int32_t marked) {
+        fill(ozk_i_hypergeometric, out, size, drawn, marked);
+    }
+    // exp(-mean) mean^k / k!, 0 < mean <= 2.1e9; with one mean or with a mean for each number, as many as
+    // there are numbers.
+    void poisson(std::span<int32_t> out, double mean, Poisson method = Poisson::ptpe) {
+        fill(ozk_i_poisson, out, mean, static_cast<int32_t>(method));
+    }
+    void poisson(std::span<int32_t> out, std::span<const double> means) {
+        const int64_t n = means.size() == out.size() ? static_cast<int64_t>(out.size()) : -1;  // refused
+        detail::check(ozk_i_poisson_each(stream_, n, out.data(), means.data()));
+    }
+    // The failures before that success, of real number > 0, of trials that succeed with 0 < probability < 1.
+    void negative_binomial(std::span<int32_t> out, double successes, double probability) {
+        fill(ozk_i_negative_binomial, out, successes, probability);
+    }
+    // Vectors, row after row, of how often each of the outcomes comes in `trials` trials.
+    void multinomial(std::span<int32_t> out, int32_t trials, std::span<const double> probabilities) {
+        detail::check(ozk_i_multinomial(stream_, vectors(out.size(), probabilities.size()), out.data(),
+                                        trials, static_cast<int64_t>(probabilities.size()),
+                                        probabilities.data()));
     }
 
     // Becomes sub-stream k of `count`: numbers k, k + count, k + 2 count, ... of its own.
@@ -254,6 +251,24 @@ class stream {
     }
 
   private:
+    // The function of one precision.
+    template <class Real, class Single, class Double>
+    static auto of(Single* single, Double* twice) {
+        if constexpr (std::same_as<Real, float>) {
+            return single;
+        } else {
+            return twice;
+        }
+    }
+    template <class Function, class T, class... Parameters>
+    void fill(Function* function, std::span<T> out, Parameters... parameters) {
+        detail::check(function(stream_, static_cast<int64_t>(out.size()), out.data(), parameters...));
+    }
+    template <class Single, class Double, class Out, class... Parameters>
+    void fill(Single* single, Double* twice, Out& out, Parameters... parameters) {
+        fill(of<detail::real<Out&>>(single, twice), std::span(out), parameters...);
+    }
+
     stream() = default;  // null, until a stream is loaded into it
     explicit stream(ozk_stream* created) : stream_(created) {}
 

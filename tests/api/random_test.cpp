@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
 #include <string>
 #include <utility>
 
@@ -169,6 +170,75 @@ void distributions_have_their_means() {
 TEST(Stream, DistributionsTakeTheirParametersInBothPrecisions) {
     distributions_have_their_means<double>();
     distributions_have_their_means<float>();
+}
+
+TEST(Stream, DistributionsOfIntegersTakeTheirParametersAndRefuseOthers) {
+    ozk::stream stream("MT19937", 4);
+    std::vector<int32_t> r(200000);
+    const auto expect_mean = [&](const char* name, double mean, double deviation, auto draw_numbers) {
+        draw_numbers();
+        const double sum = std::accumulate(r.begin(), r.end(), 0.0);
+        EXPECT_NEAR(sum / 200000, mean, 5 * deviation / std::sqrt(200000.0)) << name;
+    };
+    expect_mean("bernoulli", 0.25, 0.433, [&] { stream.bernoulli(r, 0.25); });
+    expect_mean("geometric", 3, std::sqrt(12), [&] { stream.geometric(r, 0.25); });
+    expect_mean("binomial", 20, 4, [&] { stream.binomial(r, 100, 0.2); });
+    expect_mean("hypergeometric", 6, 1.7, [&] { stream.hypergeometric(r, 100, 20, 30); });
+
+    ozk::stream reference = stream;
+    std::vector<int32_t> untouched(10, 7);
+    const auto refused = [](auto&& call) { expect_refused(ozk::Family::random, kOzkCodeArgument, call); };
+    for (double p : {-0.1, 1.1, double(NAN)}) {
+        refused([&] { stream.bernoulli(untouched, p); });
+        refused([&] { stream.geometric(untouched, p); });
+        refused([&] { stream.binomial(untouched, 5, p); });
+    }
+    refused([&] { stream.geometric(untouched, 0); });
+    refused([&] { stream.binomial(untouched, -1, 0.5); });
+    refused([&] { stream.hypergeometric(untouched, 10, 11, 5); });
+    EXPECT_EQ(untouched, std::vector<int32_t>(10, 7));
+    EXPECT_EQ(draw(stream, 10), draw(reference, 10));
+}
+
+TEST(Stream, PoissonNegativeBinomialAndMultinomialNumbersTakeTheirParameters) {
+    ozk::stream stream("MT19937", 5);
+    std::vector<int32_t> x(200000);
+    const auto expect_mean = [&](const char* name, double mean, double sigma, auto draw) {
+        draw();
+        const double n = static_cast<double>(x.size());
+        EXPECT_NEAR(std::accumulate(x.begin(), x.end(), 0.0) / n, mean, 5 * sigma / std::sqrt(n)) << name;
+    };
+    expect_mean("poisson", 7, std::sqrt(7), [&] { stream.poisson(x, 7); });
+    for (ozk::Poisson method : {ozk::Poisson::ptpe, ozk::Poisson::transformed_rejection,
+                                ozk::Poisson::ratio_of_uniforms, ozk::Poisson::inverse}) {
+        expect_mean("poisson", 70, std::sqrt(70), [&] { stream.poisson(x, 70, method); });
+    }
+    std::vector<double> means(x.size(), 3);
+    std::fill_n(means.begin(), means.size() / 2, 50);
+    expect_mean("poisson of means", 26.5, 30, [&] { stream.poisson(x, means); });
+    EXPECT_GT(*std::min_element(x.begin(), x.begin() + 1000), 3 * 5);
+    expect_mean("negative_binomial", 4 * 0.75 / 0.25, 7, [&] { stream.negative_binomial(x, 4, 0.25); });
+    const std::vector<double> probabilities = {0.2, 0.7, 0.1, 0};
+    stream.multinomial(x, 10, probabilities);
+    for (size_t i = 0; i < x.size(); i += 4) {
+        ASSERT_TRUE(x[i] + x[i + 1] + x[i + 2] == 10 && x[i + 3] == 0) << i;
+    }
+
+    std::vector<int32_t> untouched(8, -7);
+    ozk::stream reference = stream;
+    const auto refused = [](int32_t code, auto&& call) { expect_refused(ozk::Family::random, code, call); };
+    means = {1, 2, 3, 4, 5, 6, 7, 0};
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, 0); });
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, 3e9); });
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, means); });
+    refused(kOzkCodeSize, [&] { stream.poisson(untouched, std::span(means).first(7)); });
+    refused(kOzkCodeArgument, [&] { stream.negative_binomial(untouched, 1, 1); });
+    refused(kOzkCodeArgument, [&] { stream.multinomial(untouched, -1, probabilities); });
+    refused(kOzkCodeArgument, [&] { stream.multinomial(untouched, 1, means); });
+    refused(kOzkCodeSize, [&] { stream.multinomial(untouched, 1, std::span(probabilities).first(3)); });
+    refused(kOzkCodeSize, [&] { stream.multinomial(untouched, 1, {}); });
+    EXPECT_EQ(untouched, std::vector<int32_t>(8, -7));
+    EXPECT_EQ(draw(stream, 10), draw(reference, 10));
 }
 
 TEST(Stream, SavedToAFileOrABlockGoesOnWhereItWas) {

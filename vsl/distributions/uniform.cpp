@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 
+#include "vsl/distributions/kernels.hpp"
 #include "vsl/streams/registry.hpp"
 
 namespace ozk::vsl {
@@ -92,7 +93,7 @@ int32_t _vsliRngUniform(int32_t, OzkVslStream* stream, int32_t n, int32_t* r, in
         double u[kBlock];
         const int32_t status = _vsldRngUniform(kOzkVslUniformStandard, stream, count, u, a, b);
         if (status < 0) return status;
-        for (int32_t i = 0; i < count; ++i) block[i] = static_cast<int32_t>(std::floor(u[i]));
+        take_floors(count, u, block);
         return status;
     });
 }

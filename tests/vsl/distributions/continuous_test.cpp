@@ -1,4 +1,3 @@
-#include <fenv.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,21 +11,16 @@
 #include <vector>
 
 #include "tests/vsl/distributions/support.hpp"
-#include "tests/vsl/scripted_generator.hpp"
 
 namespace {
 
 using namespace distribution_test;
-using scripted_generator::Script;
 
 // Quiet where a function value under- or overflows, and no promotion to long double.
 using Quiet =
     boost::math::policies::policy<boost::math::policies::underflow_error<boost::math::policies::ignore_error>,
                                   boost::math::policies::overflow_error<boost::math::policies::ignore_error>,
                                   boost::math::policies::promote_double<false>>;
-
-template <class Real>
-using Draw = std::function<int32_t(OzkVslStream*, int32_t, Real*)>;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -249,77 +243,22 @@ TEST_P(Continuous, FitsItsDistributionFunctionTailsAndMoments) {
     __vslDeleteStream(&stream);
 }
 
-template <class Real>
-void cut_into_calls(const Draw<Real>& draw) {
-    constexpr int n = 3000;
-    const auto numbers = [&](OzkVslStream* stream, int count) {
-        std::vector<Real> r(static_cast<size_t>(count) + 1, Real{-77});
-        EXPECT_EQ(draw(stream, count, r.data()), kOzkVslSuccess);
-        EXPECT_EQ(r.back(), Real{-77});  // nothing is written beyond
-        r.pop_back();
-        return r;
-    };
-    OzkVslStream* whole_stream = make_stream();
-    const std::vector<Real> whole = numbers(whole_stream, n);
-    for (const std::vector<int>& cut : {std::vector{1}, {1, 1023, 1, 1024}, {511, 3}, {5, 0, 16, 15}}) {
-        OzkVslStream* stream = make_stream();
-        std::vector<Real> r;
-        for (size_t i = 0; static_cast<int>(r.size()) < n; ++i) {
-            const std::vector<Real> part =
-                numbers(stream, std::min(cut[i % cut.size()], n - static_cast<int>(r.size())));
-            r.insert(r.end(), part.begin(), part.end());
-        }
-        EXPECT_EQ(r, whole) << cut[0];
-        __vslDeleteStream(&stream);
-    }
-    __vslDeleteStream(&whole_stream);
-}
-
 TEST_P(Continuous, SequenceDoesNotDependOnHowItIsCutIntoCalls) {
     cut_into_calls(GetParam().single);
     cut_into_calls(GetParam().twice);
 }
 
-int ignore(VmlErrorRecord*) { return 1; }
-
-// Uniforms of 0, of 1 and of both ends of [-1, 1] come as often as others.  Their number is no multiple
-// of 3, so that every candidate of a rejection meets others.
-const std::vector<double> kEnds = {0, 0.3, 0, 0.25, 0.5, 1, 0.125, 0.75, 1, 1, 0, 0.625, 0.375, -1, 0.5, 0.9};
-
 TEST_P(Continuous, EndsOfTheUniformIntervalStayFiniteAndTheCallersStateIsLeft) {
     const Case& c = GetParam();
-    Script script{kEnds};
-    OzkVslStream* stream = scripted_generator::make_stream(script);
-    const uint64_t default_mode = _vmlGetMode();
-    _vmlSetErrorCallBack(ignore);
-    _vmlSetMode(kVmlEp | kVmlErrorErrno | kVmlDenormalFlush);
-    feclearexcept(FE_ALL_EXCEPT);
-    feenableexcept(FE_ALL_EXCEPT & ~FE_INEXACT);  // which converting the parameters raises
-    const CallerState before;
-    std::vector<double> r(40);
-    std::vector<float> s(40);
-    EXPECT_EQ(c.twice(stream, 40, r.data()), kOzkVslSuccess);
-    EXPECT_EQ(c.single(stream, 40, s.data()), kOzkVslSuccess);
-    asm volatile("fwait");  // would deliver an exception left pending
-    EXPECT_EQ(before, CallerState{});
-    script.failing_call = static_cast<int32_t>(script.calls.size());
-    EXPECT_EQ(c.twice(stream, 40, r.data()), scripted_generator::kFailure);
-    script.failing_call = static_cast<int32_t>(script.calls.size());
-    EXPECT_EQ(c.single(stream, 40, s.data()), scripted_generator::kFailure);
-    EXPECT_EQ(before, CallerState{});
-    fedisableexcept(FE_ALL_EXCEPT);
-    feclearexcept(FE_ALL_EXCEPT);
-    _vmlClearErrorCallBack();
-    _vmlSetMode(static_cast<uint32_t>(default_mode) | kVmlDenormalKeep);
-    __vslDeleteStream(&stream);
-
     // Lognormal and Weibull numbers may rightly be too large for their type.
     const bool may_overflow = c.name.starts_with("Lognormal") || c.name.starts_with("Weibull 0.00");
-    for (double x : r) {
+    for (double x : draw_under_traps(c.twice)) {
         EXPECT_TRUE(x >= c.low && x <= c.high) << x;
         EXPECT_TRUE(std::isfinite(x) || may_overflow) << x;
     }
-    for (float x : s) EXPECT_TRUE(x >= static_cast<float>(c.low) && x <= static_cast<float>(c.high)) << x;
+    for (float x : draw_under_traps(c.single)) {
+        EXPECT_TRUE(x >= static_cast<float>(c.low) && x <= static_cast<float>(c.high)) << x;
+    }
 }
 
 // ---- Exact relations -----------------------------------------------------------------------------------------
