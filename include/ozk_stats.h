@@ -231,6 +231,8 @@ static const uint64_t kOzkStatsPooledCovariance = 0x4000; /* with the pooled mea
 static const uint64_t kOzkStatsGroupCovariances = 0x8000; /* with the groups' means */
 static const uint64_t kOzkStatsQuantiles = 0x10000;
 static const uint64_t kOzkStatsOrderStatistics = 0x20000;
+static const uint64_t kOzkStatsRobustCovariance = 0x40000; /* with the robust mean */
+static const uint64_t kOzkStatsOutliers = 0x80000;
 static const uint64_t kOzkStatsPartialCovariance = 0x100000;
 static const uint64_t kOzkStatsPartialCorrelation = 0x200000;
 static const uint64_t kOzkStatsParametrizedCorrelation = 0x800000;
@@ -252,6 +254,8 @@ static const uint64_t kOzkStatsSortedObservations = 0x800000000;
 enum {
     kOzkStatsFast = 0x1,              /* Two passes over blocks that stay in cache; plain selection. */
     kOzkStatsOnePass = 0x2,           /* The running update, observation by observation. */
+    kOzkStatsTranslatedBiweight = 0x8, /* Robust covariance. */
+    kOzkStatsOutlierDetection = 0x20,  /* Outliers, by a subset that grows. */
     kOzkStatsStreamExactStart = 0x40, /* Streaming quantiles, exact as long as the data fit in a buffer. */
     kOzkStatsStreamSummary = 0x80,    /* Streaming quantiles, every portion to the summary at once. */
     kOzkStatsFastCallerMean = 0x100,  /* Fast, about the means that the caller gives. */
@@ -704,6 +708,36 @@ OZK_EXPORT int _vsldSSCorrelationParametrization(OzkStatsTask* task, uint64_t es
                                                  const OzkThreading* threading);
 OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                                                  const OzkThreading* threading);
+
+/* ---- Robust estimators ---- */
+
+/* DOC */
+OZK_EXPORT int _vsldSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+OZK_EXPORT int _vslsSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+
+OZK_EXPORT int _vsldSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+OZK_EXPORT int _vslsSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+
+OZK_EXPORT int _vsldSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+
+OZK_EXPORT int __vsldTestCovRank(int64_t p, double* matrix);
+OZK_EXPORT int __vslsTestCovRank(int64_t p, float* matrix);
+
+OZK_EXPORT int __vsldInvCov(int64_t p, double* matrix);
+OZK_EXPORT int __vslsInvCov(int64_t p, float* matrix);
+
+OZK_EXPORT double __vsldChi2CDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2PDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2ICDF(double probability, double degrees);
+OZK_EXPORT double __vsldLGamma(double x);
+OZK_EXPORT double __vsldSqrt(double x);
 
 #ifdef __cplusplus
 }
