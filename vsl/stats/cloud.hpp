@@ -78,6 +78,7 @@ template <class Real>
 void square_distances(const Cloud<Real>& cloud, const PassRoom& room, const double* centre,
                       const double* inverse, int64_t item, double* squares) {
     const int64_t n = cloud.n(), p = cloud.p, items = (n + item - 1) / item;
+    const int64_t step = cloud.sample.observation_stride();
     auto body = [&](int64_t which, int64_t thread) -> int {
         double* const panel = room.panels + thread * room.panel_points * p;
         const int64_t last = std::min(n, (which + 1) * item);
@@ -88,12 +89,10 @@ void square_distances(const Cloud<Real>& cloud, const PassRoom& room, const doub
         for (int64_t start = which * item; start < last; start += width) {
             const int64_t count = std::min(width, last - start);
             for (int64_t c = 0; c < p; ++c) {
-                const Real* const x = cloud.sample.component(cloud.components[c]) +
-                                      start * cloud.sample.observation_stride();
+                const Real* const x = cloud.sample.component(cloud.components[c]) + start * step;
                 const double middle = cloud.centres[c], factor = cloud.factors[c], shift = centre[c];
                 for (int64_t j = 0; j < count; ++j)
-                    panel[c * width + j] =
-                        (static_cast<double>(x[j * cloud.sample.observation_stride()]) - middle) * factor - shift;
+                    panel[c * width + j] = (static_cast<double>(x[j * step]) - middle) * factor - shift;
             }
             double* const results = squares + start;
             quadratic_forms(p, inverse, panel, width, count, results);
@@ -118,25 +117,32 @@ double weighted_scatter(const Cloud<Real>& cloud, const PassRoom& room, const do
         std::fill_n(cross, size, 0.0);
         double* const panel = room.panels + thread * room.panel_points * p;
         const double one = 1;
-        int64_t points = 0;
-        const auto add_panel = [&] {
-            if (points > 0) ozk_blas_xdsyrk("L", "N", &p, &points, &one, panel, &p, &one, cross, &p, 1, 1);
-            points = 0;
-        };
-        const int64_t last = (chunk + 1) * n / room.chunks;
-        for (int64_t j = chunk * n / room.chunks; j < last; ++j) {
-            const double w = weights[j];
-            if (w == 0) continue;
-            const double root = std::sqrt(w);
-            for (int64_t c = 0; c < p; ++c) {
-                const double step = cloud.coordinate(c, j) - centre[c];
-                sums[c] += w * step;
-                panel[points * p + c] = root * step;
+        const int64_t last = (chunk + 1) * n / room.chunks, step = cloud.sample.observation_stride();
+        int64_t list[kPanelPoints];
+        double roots[kPanelPoints];
+        for (int64_t j = chunk * n / room.chunks; j < last;) {
+            int64_t points = 0;
+            for (; j < last && points < room.panel_points; ++j) {
+                if (weights[j] == 0) continue;
+                list[points] = j;
+                roots[points++] = std::sqrt(weights[j]);
+                total += weights[j];
             }
-            total += w;
-            if (++points == room.panel_points) add_panel();
+            if (points == 0) break;
+            for (int64_t c = 0; c < p; ++c) {
+                const Real* const x = cloud.sample.component(cloud.components[c]);
+                const double middle = cloud.centres[c], factor = cloud.factors[c], shift = centre[c];
+                double sum = 0;
+                for (int64_t k = 0; k < points; ++k) {
+                    const double z = (static_cast<double>(x[list[k] * step]) - middle) * factor - shift;
+                    const double scaled = roots[k] * z;
+                    sum += roots[k] * scaled;
+                    panel[k * p + c] = scaled;
+                }
+                sums[c] += sum;
+            }
+            ozk_blas_xdsyrk("L", "N", &p, &points, &one, panel, &p, &one, cross, &p, 1, 1);
         }
-        add_panel();
         return kOzkStatsOk;
     };
     for_each_item(cloud.threading, room.chunks, std::min(room.threads, room.chunks), body);
