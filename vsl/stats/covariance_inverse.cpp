@@ -81,7 +81,9 @@ int invert_by_factor(int64_t p, Real* a, Real& log_determinant) {
 template <class Real>
 int test_exported(int64_t p, Real* matrix) {
     bool repaired;
-    return test_rank(p, matrix, kAbsoluteBounds, repaired);
+    if (p == 1) return test_rank(p, matrix, kAbsoluteBounds, static_cast<Real*>(nullptr), repaired);
+    const Allocation work(kRankWork * p * static_cast<int64_t>(sizeof(Real)));
+    return work ? test_rank(p, matrix, kAbsoluteBounds, work.at<Real>(), repaired) : kOzkStatsErrorMemory;
 }
 
 template <class Real>
@@ -95,7 +97,7 @@ int invert_exported(int64_t p, Real* matrix) {
 }  // namespace
 
 template <class Real>
-int test_rank(int64_t p, Real* matrix, const RankBounds& bounds, bool& repaired) {
+int test_rank(int64_t p, Real* matrix, const RankBounds& bounds, Real* memory, bool& repaired) {
     repaired = false;
     if (p == 1) {
         const double a = static_cast<double>(matrix[0]);
@@ -105,9 +107,7 @@ int test_rank(int64_t p, Real* matrix, const RankBounds& bounds, bool& repaired)
         repaired = true;
         return kOzkStatsOk;
     }
-    const Allocation memory(5 * p * static_cast<int64_t>(sizeof(Real)));
-    if (!memory) return kOzkStatsErrorMemory;
-    Real* const eigenvalues = memory.at<Real>();
+    Real* const eigenvalues = memory;
     Real* const diagonal = eigenvalues + p;
     Real* const work = diagonal + p;
     const int64_t work_size = 3 * p;
@@ -132,8 +132,8 @@ int invert_covariance(int64_t p, Real* matrix, Real& log_determinant) {
     return p < 4 ? kClosedForms[p](p, matrix, log_determinant) : invert_by_factor(p, matrix, log_determinant);
 }
 
-template int test_rank(int64_t, float*, const RankBounds&, bool&);
-template int test_rank(int64_t, double*, const RankBounds&, bool&);
+template int test_rank(int64_t, float*, const RankBounds&, float*, bool&);
+template int test_rank(int64_t, double*, const RankBounds&, double*, bool&);
 template int invert_covariance(int64_t, float*, float&);
 template int invert_covariance(int64_t, double*, double&);
 

@@ -68,7 +68,7 @@ struct Subset {
     const PassRoom& room;
     int64_t item;
     double *mean, *covariance;  // of the subset, then the inverse
-    double* trial;              // a matrix for the rank test
+    double* trial;              // a matrix for the rank test, and its work
     double* squares;            // of the distances of all points
     double* weights;
     int64_t* keys;
@@ -87,12 +87,12 @@ struct Subset {
                 covariance[k * p + i] *= total / (total - 1);
                 if (i == k) trace += covariance[k * p + i];
             }
-        if (!(trace < kFar)) return kOzkStatsErrorSingularCovariance;
+        if (!(trace > 0 && trace < kFar)) return kOzkStatsErrorSingularCovariance;
         for (int64_t k = 0; k < p; ++k)
             for (int64_t i = 0; i < p; ++i)
                 trial[k * p + i] = i >= k ? covariance[k * p + i] : covariance[i * p + k];
         bool repaired;
-        if (const int status = test_rank(p, trial, rank_bounds(p, trace), repaired)) return status;
+        if (const int status = test_rank(p, trial, rank_bounds(p, trace), trial + p * p, repaired)) return status;
         for (int64_t i = 0; i < p; ++i) covariance[i * (p + 1)] = trial[i * (p + 1)];
         full = !repaired;
         return kOzkStatsOk;
@@ -134,8 +134,8 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
             : advised_threads(threading, sample.p, n, sample.storage, sample.values);
     PassRoom room(p, n, advised, advised * kPanelPoints * p * static_cast<int64_t>(sizeof(double)));
     const int64_t panels = room.threads * room.panel_points * p, chunks = room.chunks * room.chunk_values(p);
-    // Panels, sums, two matrices, mean, centres and factors, squares, weights, keys, component numbers; medians.
-    const int64_t doubles = panels + chunks + 2 * p * p + 3 * p + 3 * n + p;
+    // Panels, sums, two matrices, the work of the rank test, mean, centres and factors, squares, weights, keys, component numbers; medians.
+    const int64_t doubles = panels + chunks + 2 * p * p + kRankWork * p + 3 * p + 3 * n + p;
     const Allocation memory(doubles * static_cast<int64_t>(sizeof(double)) +
                             2 * sample.p * static_cast<int64_t>(sizeof(Real)));
     if (!memory) return kOzkStatsErrorMemory;
@@ -143,7 +143,7 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
     room.chunk_sums = room.panels + panels;
     double* const covariance = room.chunk_sums + chunks;
     double* const trial = covariance + p * p;
-    double* const mean = trial + p * p;
+    double* const mean = trial + p * p + kRankWork * p;
     double* const centres = mean + p;
     double* const squares = centres + 2 * p;
     double* const weights = squares + n;

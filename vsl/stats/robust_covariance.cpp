@@ -106,17 +106,18 @@ void copy(int64_t p, const Shape& from, Shape& to) {
     to.log_determinant = from.log_determinant;
 }
 
-// The inverse of the scatter; where that is singular, of one that is repaired, if wanted.
-int invert(int64_t p, Shape& shape, bool repair) {
+// The inverse of the scatter; where that is singular, of one that is repaired, if there is `rank_work` for it.
+int invert(int64_t p, Shape& shape, double* rank_work) {
     double trace = 0;
     for (int64_t i = 0; i < p; ++i) trace += shape.scatter[i * (p + 1)];
-    if (!(trace < kFar)) return kOzkStatsErrorSingularCovariance;
+    if (!(trace > 0 && trace < kFar)) return kOzkStatsErrorSingularCovariance;
     for (int64_t k = 0; k < p; ++k)
         for (int64_t i = k; i < p; ++i)
             shape.inverse[k * p + i] = shape.inverse[i * p + k] = shape.scatter[k * p + i];
-    if (repair) {
+    if (rank_work != nullptr) {
         bool repaired;
-        if (const int status = test_rank(p, shape.inverse, rank_bounds(p, trace), repaired)) return status;
+        if (const int status = test_rank(p, shape.inverse, rank_bounds(p, trace), rank_work, repaired))
+            return status;
     }
     if (const int status = invert_covariance(p, shape.inverse, shape.log_determinant)) return status;
     return std::isfinite(shape.log_determinant) ? kOzkStatsOk : kOzkStatsErrorSingularCovariance;
@@ -131,15 +132,16 @@ struct Points {
     double* distances;
     double* weights;
     int64_t* keys;
+    double* rank_work;
 
     int measure(Shape& shape, bool repair) const {
-        if (const int status = invert(cloud.p, shape, repair)) return status;
+        if (const int status = invert(cloud.p, shape, repair ? rank_work : nullptr)) return status;
         square_distances(cloud, room, shape.mean, shape.inverse, kItem, squares);
         return kOzkStatsOk;
     }
     // The mean and covariance of the `count` points nearest to the shape.
-    int concentrate(int64_t count, Shape& shape, bool repair) const {
-        if (const int status = measure(shape, repair)) return status;
+    int concentrate(int64_t count, Shape& shape) const {
+        if (const int status = measure(shape, false)) return status;
         mark_nearest(squares, cloud.n(), count, keys, weights);
         weighted_scatter(cloud, room, shape.mean, weights, shape.mean, shape.scatter);
         return kOzkStatsOk;
@@ -313,11 +315,11 @@ int set_start(const Points<double>& points, Draws& draws, Shape& shape) {
     for (int64_t more = 0; more <= p && status != kOzkStatsOk; ++more) {
         draw();
         weighted_scatter(points.cloud, points.room, shape.mean, points.weights, shape.mean, shape.scatter);
-        status = invert(p, shape, false);
+        status = invert(p, shape, nullptr);
     }
     for (int step = 0; step < 2 && status == kOzkStatsOk; ++step)
-        status = points.concentrate((n + p + 1) / 2, shape, false);
-    return status == kOzkStatsOk ? invert(p, shape, false) : status;
+        status = points.concentrate((n + p + 1) / 2, shape);
+    return status == kOzkStatsOk ? invert(p, shape, nullptr) : status;
 }
 
 // How many sets are drawn: so many that one of them is free of outliers 99 times of 100 when half of the points are
@@ -388,12 +390,12 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
     room.panels = sample_room.panels = arrays + 4 * n;
 
     // What is of the order of the dimension or the sample: shapes without and with inverses, sums of chunks, axes,
-    // values and work of the directional start, the sample and its arrays, two standardisations, two lists of
+    // values and work of the directional start and the rank test, the sample and its arrays, two standardisations, two lists of
     // components; medians and deviations.
     constexpr int64_t kKept = kCandidates + 1, kWhole = 3;
     const int64_t chunk_values = std::max(room.chunks, sample_room.chunks) * room.chunk_values(p);
     const int64_t doubles = (kKept + kWhole) * (p * p + p) + kWhole * p * p + chunk_values + p * p + 35 * p +
-                            sample_size * (p + 4) + 6 * p;
+                            kRankWork * p + sample_size * (p + 4) + 6 * p;
     const Allocation memory(doubles * static_cast<int64_t>(sizeof(double)) +
                             2 * sample.p * static_cast<int64_t>(sizeof(Real)));
     if (!memory) return kOzkStatsErrorMemory;
@@ -406,6 +408,7 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
     double* const matrix = take(p * p);
     double* const axes = packed ? room.panels + kPanelBytes / sizeof(double) : matrix;
     double* const axis_work = take(35 * p);
+    double* const rank_work = take(kRankWork * p);
     double* const sample_values = take(sample_size * p);
     double* const sample_arrays = take(sample_size * 4);
     double* const centres = take(4 * p);
@@ -413,7 +416,7 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
 
     sample.select(components);
     const Points<Real> points = {{sample, threading, p, components, centres, centres + p}, room, arrays,
-                                 arrays + n, arrays + 2 * n, reinterpret_cast<int64_t*>(arrays + 3 * n)};
+                                 arrays + n, arrays + 2 * n, reinterpret_cast<int64_t*>(arrays + 3 * n), rank_work};
     if (const int status = standardize(points.cloud, reinterpret_cast<Real*>(place))) return status;
 
     // The sample is standardised already.
@@ -430,7 +433,8 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
         sample_arrays,
         sample_arrays + count,
         sample_arrays + 2 * count,
-        reinterpret_cast<int64_t*>(sample_arrays + 3 * count)};
+        reinterpret_cast<int64_t*>(sample_arrays + 3 * count),
+        rank_work};
 
     const TranslatedBiweight function = translated_biweight(p, parameters.breakdown, parameters.rejection);
     Shape& shape = whole[2];
