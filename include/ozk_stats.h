@@ -252,13 +252,13 @@ static const uint64_t kOzkStatsSortedObservations = 0x800000000;
 /* ---- Methods: bits of the 32-bit method word ---- */
 
 enum {
-    kOzkStatsFast = 0x1,              /* Two passes over blocks that stay in cache; plain selection. */
-    kOzkStatsOnePass = 0x2,           /* The running update, observation by observation. */
+    kOzkStatsFast = 0x1,               /* Two passes over blocks that stay in cache; plain selection. */
+    kOzkStatsOnePass = 0x2,            /* The running update, observation by observation. */
     kOzkStatsTranslatedBiweight = 0x8, /* Robust covariance. */
     kOzkStatsOutlierDetection = 0x20,  /* Outliers, by a subset that grows. */
-    kOzkStatsStreamExactStart = 0x40, /* Streaming quantiles, exact as long as the data fit in a buffer. */
-    kOzkStatsStreamSummary = 0x80,    /* Streaming quantiles, every portion to the summary at once. */
-    kOzkStatsFastCallerMean = 0x100,  /* Fast, about the means that the caller gives. */
+    kOzkStatsStreamExactStart = 0x40,  /* Streaming quantiles, exact as long as the data fit in a buffer. */
+    kOzkStatsStreamSummary = 0x80,     /* Streaming quantiles, every portion to the summary at once. */
+    kOzkStatsFastCallerMean = 0x100,   /* Fast, about the means that the caller gives. */
     kOzkStatsCrossProductToCovariance = 0x200, /* Covariance and correlation from the cross-product. */
     kOzkStatsSumsToMoments = 0x400,            /* Mean and moments from the sums. */
     kOzkStatsRadixSort = 0x100000              /* Sorting. */

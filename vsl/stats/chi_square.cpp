@@ -39,19 +39,19 @@ Extended deviance(Extended u) {
     if (std::fabs(u) > kSmallStep) return u - std::log1p(u);
     const Extended r = u / (2 + u), square = r * r;
     Extended power = r * square, sum = 0;
-    for (int k = 3; std::fabs(power) > kEpsilon * std::fabs(sum); k += 2, power *= square) sum += power / static_cast<Extended>(k);
+    for (int k = 3; std::fabs(power) > kEpsilon * std::fabs(sum); k += 2, power *= square)
+        sum += power / static_cast<Extended>(k);
     return r * u - 2 * sum;
 }
 
 // log(gamma(a + 1)) - log(sqrt(2 pi a) (a / e)^a), a >= 16: the first term left out is below 2^-66.
 Extended stirling_error(Extended a) {
     const Extended s = 1 / (a * a);
-    return (1 / 12.0L -
-            s * (1 / 360.0L -
-                 s * (1 / 1260.0L -
-                      s * (1 / 1680.0L -
-                           s * (1 / 1188.0L -
-                                s * (691 / 360360.0L - s * (1 / 156.0L - s * 3617 / 122400.0L))))))) /
+    return (1 / 12.0L - s * (1 / 360.0L -
+                             s * (1 / 1260.0L -
+                                  s * (1 / 1680.0L -
+                                       s * (1 / 1188.0L - s * (691 / 360360.0L -
+                                                               s * (1 / 156.0L - s * 3617 / 122400.0L))))))) /
            a;
 }
 
@@ -168,8 +168,7 @@ double chi_square_quantile(const Tails& tails, double degrees) {
     if (lower == 0) return 0;
     if (upper == 0) return std::numeric_limits<double>::infinity();
     const Extended a = Extended(degrees) / 2;
-    Extended y = quantile_start(lower, upper, a), least = 0,
-             most = std::numeric_limits<Extended>::infinity();
+    Extended y = quantile_start(lower, upper, a), least = 0, most = std::numeric_limits<Extended>::infinity();
     // Newton's method for the logarithm of the smaller tail as a function of log y, which is nearly straight; a
     // bracket catches what leaves it.
     for (int step = 0; step < 200; ++step) {
@@ -203,7 +202,8 @@ double __vsldChi2PDF(double x, double degrees) {
     if (x < 0 || std::isinf(x)) return 0;
     if (x == 0) return degrees < 2 ? std::numeric_limits<double>::infinity() : degrees == 2 ? 0.5 : 0;
     const long double a = static_cast<long double>(degrees) / 2;
-    return static_cast<double>(ozk::stats::density(a, static_cast<long double>(x) / 2) * a / static_cast<long double>(x));
+    return static_cast<double>(ozk::stats::density(a, static_cast<long double>(x) / 2) * a /
+                               static_cast<long double>(x));
 }
 
 double __vsldChi2ICDF(double probability, double degrees) {

@@ -35,7 +35,8 @@ struct Cloud {
 
     // Coordinate c of point j.
     double coordinate(int64_t c, int64_t j) const {
-        const double x = static_cast<double>(sample.component(components[c])[j * sample.observation_stride()]);
+        const double x =
+            static_cast<double>(sample.component(components[c])[j * sample.observation_stride()]);
         return (x - centres[c]) * factors[c];
     }
 };
@@ -56,8 +57,8 @@ inline double median_of(const double* values, int64_t n, int64_t* keys) {
 struct PassRoom {
     int64_t panel_points;  // of a thread's panel
     int64_t threads;
-    int64_t chunks;  // of the scatter pass
-    double* panels;  // threads * panel_points * p
+    int64_t chunks;      // of the scatter pass
+    double* panels;      // threads * panel_points * p
     double* chunk_sums;  // chunks * (p * p + p + 1)
 
     // Panels within `bytes` of memory.
@@ -83,8 +84,8 @@ void square_distances(const Cloud<Real>& cloud, const PassRoom& room, const doub
         double* const panel = room.panels + thread * room.panel_points * p;
         const int64_t last = std::min(n, (which + 1) * item);
         // Points that a few kilobytes hold, as many as fill whole groups.
-        const int64_t some = std::clamp<int64_t>(2048 / p / kDistanceGroup * kDistanceGroup, kDistanceGroup,
-                                                 kPanelPoints);
+        const int64_t some =
+            std::clamp<int64_t>(2048 / p / kDistanceGroup * kDistanceGroup, kDistanceGroup, kPanelPoints);
         const int64_t width = std::min(some, room.panel_points);
         for (int64_t start = which * item; start < last; start += width) {
             const int64_t count = std::min(width, last - start);

@@ -128,7 +128,8 @@ int test_rank(int64_t p, Real* matrix, const RankBounds& bounds, Real* memory, b
 
 template <class Real>
 int invert_covariance(int64_t p, Real* matrix, Real& log_determinant) {
-    static constexpr Inverter<Real> kClosedForms[] = {nullptr, invert_1<Real>, invert_2<Real>, invert_3<Real>};
+    static constexpr Inverter<Real> kClosedForms[] = {nullptr, invert_1<Real>, invert_2<Real>,
+                                                      invert_3<Real>};
     return p < 4 ? kClosedForms[p](p, matrix, log_determinant) : invert_by_factor(p, matrix, log_determinant);
 }
 

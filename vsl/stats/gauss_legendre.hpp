@@ -14,7 +14,8 @@ struct GaussLegendre {
     // By Newton's method on the Legendre polynomial; Abramowitz and Stegun, 25.4.29.
     GaussLegendre() {
         for (int k = 0; k < kNodes; ++k) {
-            Real z = std::cos(Real(3.14159265358979324L) * (Real(k) + Real(0.75)) / (Real(kNodes) + Real(0.5)));
+            Real z =
+                std::cos(Real(3.14159265358979324L) * (Real(k) + Real(0.75)) / (Real(kNodes) + Real(0.5)));
             Real slope = 0;
             for (int step = 0; step < 6; ++step) {  // 3 bits at the start
                 Real value = 1, before = 0;

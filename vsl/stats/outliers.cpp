@@ -92,7 +92,8 @@ struct Subset {
             for (int64_t i = 0; i < p; ++i)
                 trial[k * p + i] = i >= k ? covariance[k * p + i] : covariance[i * p + k];
         bool repaired;
-        if (const int status = test_rank(p, trial, rank_bounds(p, trace), trial + p * p, repaired)) return status;
+        if (const int status = test_rank(p, trial, rank_bounds(p, trace), trial + p * p, repaired))
+            return status;
         for (int64_t i = 0; i < p; ++i) covariance[i * (p + 1)] = trial[i * (p + 1)];
         full = !repaired;
         return kOzkStatsOk;
@@ -128,10 +129,9 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
         std::fill_n(results, n, Real(1));
         return kOzkStatsOk;
     }
-    const int64_t advised =
-        n * sample.p < kSerialValues
-            ? 1
-            : advised_threads(threading, sample.p, n, sample.storage, sample.values);
+    const int64_t advised = n * sample.p < kSerialValues
+                                ? 1
+                                : advised_threads(threading, sample.p, n, sample.storage, sample.values);
     PassRoom room(p, n, advised, advised * kPanelPoints * p * static_cast<int64_t>(sizeof(double)));
     const int64_t panels = room.threads * room.panel_points * p, chunks = room.chunks * room.chunk_values(p);
     // Panels, sums, two matrices, the work of the rank test, mean, centres and factors, squares, weights, keys, component numbers; medians.
@@ -152,8 +152,8 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
     sample.select(components);
     Cloud<Real> cloud = {sample, threading, p, components, centres, centres + p};
     if (const int status = standardize(cloud, reinterpret_cast<Real*>(components + p))) return status;
-    Subset<Real> subset = {cloud, room,    block_size(advised, sample.p), mean, covariance, trial,
-                           squares, weights, keys};
+    Subset<Real> subset = {cloud,   room, block_size(advised, sample.p), mean, covariance, trial, squares,
+                           weights, keys};
 
     // Euclidean distances from the medians, which are the origin.
     std::fill_n(mean, p, 0.0);
@@ -175,9 +175,9 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
         if (status != kOzkStatsOk && (status != kOzkStatsErrorSingularCovariance || wanted == n))
             return status;
     }
-    const double quantile = chi_square_quantile(
-        {1 - parameters.significance / static_cast<double>(n), parameters.significance / static_cast<double>(n)},
-        static_cast<double>(p));
+    const double quantile = chi_square_quantile({1 - parameters.significance / static_cast<double>(n),
+                                                 parameters.significance / static_cast<double>(n)},
+                                                static_cast<double>(p));
     for (int step = 0; step < kMostSteps; ++step) {
         if (const int status = subset.measure()) return status;
         const int64_t before = subset.size;
@@ -187,7 +187,8 @@ int detect(OzkStatsTask* task, uint32_t method, const OzkThreading* threading) {
         if (size < 2) return kOzkStatsErrorSingularCovariance;
         for (int64_t j = 0; j < n; ++j) weights[j] = squares[j] < bound;
         subset.size = size;
-        if (std::fabs(static_cast<double>(size - before)) < parameters.threshold * static_cast<double>(before))
+        if (std::fabs(static_cast<double>(size - before)) <
+            parameters.threshold * static_cast<double>(before))
             break;
         if (const int status = subset.estimate(full)) return status;
     }

@@ -29,9 +29,9 @@ namespace {
 constexpr int64_t kParameters = 4;
 constexpr int64_t kSamplePoints = 600, kSampleFactor = 4;  // at least so many, and times the dimension
 constexpr double kMostSets = 500;
-constexpr double kSetWork = 3e8;     // multiply-adds that all sets together may take
-constexpr int kCandidates = 3;       // of the sets that are compared by the estimator's own steps
-constexpr int64_t kFirstSteps = 4;   // of the comparison
+constexpr double kSetWork = 3e8;    // multiply-adds that all sets together may take
+constexpr int kCandidates = 3;      // of the sets that are compared by the estimator's own steps
+constexpr int64_t kFirstSteps = 4;  // of the comparison
 constexpr int64_t kPanelBytes = 10'000'000;
 constexpr int64_t kItem = 1024;  // points of a thread's turn
 
@@ -79,9 +79,8 @@ struct RobustRequest {
         const double n = static_cast<double>(sample.n), most = 0.5 * (n - static_cast<double>(p)) / n;
         parameters.breakdown = most;
         const Real* const given = static_cast<const Real*>(task.robust_parameters);
-        const int64_t count = task.robust_parameter_count != nullptr
-                                  ? read_integer(task, task.robust_parameter_count)
-                                  : 0;
+        const int64_t count =
+            task.robust_parameter_count != nullptr ? read_integer(task, task.robust_parameter_count) : 0;
         if (given == nullptr || count != kParameters) return;
         // A breakdown point that is none is the most robust one.
         if (given[0] > 0 && given[0] < most) parameters.breakdown = static_cast<double>(given[0]);
@@ -150,7 +149,8 @@ struct Points {
 
 // The k for which the mean of rho(d / k) is the breakdown point times the ceiling: Newton's method for log k within
 // a bracket. 0 when too many distances are 0.
-double constrained_scale(const TranslatedBiweight& function, const double* distances, int64_t n, double start) {
+double constrained_scale(const TranslatedBiweight& function, const double* distances, int64_t n,
+                         double start) {
     const double wanted = function.breakdown * function.ceiling() * static_cast<double>(n);
     double low = 0, high = kFar, k = start;
     int64_t zeros = 0;
@@ -167,7 +167,8 @@ double constrained_scale(const TranslatedBiweight& function, const double* dista
         (sum > wanted ? low : high) = k;
         const double move = (sum - wanted) / slope;
         double next = k * std::exp(std::fmin(std::fmax(move, -2), 2));
-        if (!(next > low && next < high)) next = high == kFar ? 2 * k : low == 0 ? k / 2 : low + (high - low) / 2;
+        if (!(next > low && next < high))
+            next = high == kFar ? 2 * k : low == 0 ? k / 2 : low + (high - low) / 2;
         const bool done = std::fabs(next - k) <= 1e-12 * k;
         k = next;
         if (done) break;
@@ -242,7 +243,8 @@ struct Draws {
 
     int64_t below(int64_t limit) {
         state = state * 6364136223846793005u + 1442695040888963407u;
-        return static_cast<int64_t>((static_cast<unsigned __int128>(state) * static_cast<uint64_t>(limit)) >> 64);
+        return static_cast<int64_t>((static_cast<unsigned __int128>(state) * static_cast<uint64_t>(limit)) >>
+                                    64);
     }
 };
 
@@ -285,8 +287,7 @@ int directional_start(const Points<double>& points, Shape& shape, double* axes, 
     for (int64_t a = 0; a < p; ++a) {
         std::fill_n(points.distances, n, 0.0);
         for (int64_t c = 0; c < p; ++c)
-            for (int64_t j = 0; j < n; ++j)
-                points.distances[j] += axes[a * p + c] * cloud.coordinate(c, j);
+            for (int64_t j = 0; j < n; ++j) points.distances[j] += axes[a * p + c] * cloud.coordinate(c, j);
         const double middle = median_of(points.distances, n, points.keys);
         for (int64_t j = 0; j < n; ++j) points.distances[j] = std::fabs(points.distances[j] - middle);
         const double deviation = median_of(points.distances, n, points.keys);
@@ -415,8 +416,13 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
     int64_t* const components = reinterpret_cast<int64_t*>(take(2 * p));
 
     sample.select(components);
-    const Points<Real> points = {{sample, threading, p, components, centres, centres + p}, room, arrays,
-                                 arrays + n, arrays + 2 * n, reinterpret_cast<int64_t*>(arrays + 3 * n), rank_work};
+    const Points<Real> points = {{sample, threading, p, components, centres, centres + p},
+                                 room,
+                                 arrays,
+                                 arrays + n,
+                                 arrays + 2 * n,
+                                 reinterpret_cast<int64_t*>(arrays + 3 * n),
+                                 rank_work};
     if (const int status = standardize(points.cloud, reinterpret_cast<Real*>(place))) return status;
 
     // The sample is standardised already.
@@ -426,20 +432,23 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
     std::fill_n(centres + 2 * p, p, 0.0);
     std::fill_n(centres + 3 * p, p, 1.0);
     for (int64_t c = 0; c < p; ++c) components[p + c] = c;
-    const Points<double> some = {
-        {{nullptr, p, count, kOzkStatsByComponent, sample_values}, nullptr, p, components + p,
-         centres + 2 * p, centres + 3 * p},
-        sample_room,
-        sample_arrays,
-        sample_arrays + count,
-        sample_arrays + 2 * count,
-        reinterpret_cast<int64_t*>(sample_arrays + 3 * count),
-        rank_work};
+    const Points<double> some = {{{nullptr, p, count, kOzkStatsByComponent, sample_values},
+                                  nullptr,
+                                  p,
+                                  components + p,
+                                  centres + 2 * p,
+                                  centres + 3 * p},
+                                 sample_room,
+                                 sample_arrays,
+                                 sample_arrays + count,
+                                 sample_arrays + 2 * count,
+                                 reinterpret_cast<int64_t*>(sample_arrays + 3 * count),
+                                 rank_work};
 
     const TranslatedBiweight function = translated_biweight(p, parameters.breakdown, parameters.rejection);
     Shape& shape = whole[2];
-    if (const int status = find_start(some, function, std::min(kFirstSteps, parameters.most_steps), draws, axes,
-                                      axis_work, kept, whole[0], whole[1], shape))
+    if (const int status = find_start(some, function, std::min(kFirstSteps, parameters.most_steps), draws,
+                                      axes, axis_work, kept, whole[0], whole[1], shape))
         return status;
     Estimator<Real> estimator = {points, function, whole[0]};
     if (const int status = estimator.constrain(shape)) return status;

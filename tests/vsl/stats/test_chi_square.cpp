@@ -21,12 +21,8 @@ double ulps(double got, const Exact& exact) {
     return std::fabs(static_cast<double>((Exact(got) - exact) / unit));
 }
 
-Exact lower_tail(double x, double degrees) {
-    return boost::math::gamma_p(Exact(degrees) / 2, Exact(x) / 2);
-}
-Exact upper_tail(double x, double degrees) {
-    return boost::math::gamma_q(Exact(degrees) / 2, Exact(x) / 2);
-}
+Exact lower_tail(double x, double degrees) { return boost::math::gamma_p(Exact(degrees) / 2, Exact(x) / 2); }
+Exact upper_tail(double x, double degrees) { return boost::math::gamma_q(Exact(degrees) / 2, Exact(x) / 2); }
 Exact density(double x, double degrees) {
     return boost::math::gamma_p_derivative(Exact(degrees) / 2, Exact(x) / 2) / 2;
 }
@@ -35,10 +31,12 @@ TEST(ChiSquare, DistributionAndDensityKeepTheLastDigitsFromFewDegreesToMillions)
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> uniform;
     double worst[2] = {0, 0};
-    for (const double degrees : {0.01, 0.3, 1.0, 2.0, 3.0, 7.0, 31.0, 32.0, 100.0, 999.0, 3999.0, 4001.0, 2e4, 1e6}) {
+    for (const double degrees :
+         {0.01, 0.3, 1.0, 2.0, 3.0, 7.0, 31.0, 32.0, 100.0, 999.0, 3999.0, 4001.0, 2e4, 1e6}) {
         for (int k = 0; k < (degrees > 5000 ? 12 : 60); ++k) {
             // From far below to far above, within the density's range.
-            const double z = -25 + 50 * uniform(random), cube = 1 - 2 / (9 * degrees) + z * std::sqrt(2 / (9 * degrees));
+            const double z = -25 + 50 * uniform(random),
+                         cube = 1 - 2 / (9 * degrees) + z * std::sqrt(2 / (9 * degrees));
             const double x = cube > 0.1 && k % 4 ? degrees * cube * cube * cube
                                                  : degrees * std::exp2(-30 * uniform(random));
             const Exact p = lower_tail(x, degrees), f = density(x, degrees);
@@ -62,7 +60,8 @@ TEST(ChiSquare, QuantilesAreWhereTheDistributionIsTheProbability) {
             if (!(p > 0 && p < 1)) continue;
             const double x = __vsldChi2ICDF(p, degrees);
             // The exact distance to the root is that of the tails over the density.
-            const Exact miss = p < 0.5 ? lower_tail(x, degrees) - Exact(p) : (1 - Exact(p)) - upper_tail(x, degrees);
+            const Exact miss =
+                p < 0.5 ? lower_tail(x, degrees) - Exact(p) : (1 - Exact(p)) - upper_tail(x, degrees);
             const Exact root = Exact(x) - miss / density(x, degrees);
             EXPECT_LE(ulps(x, root), 1) << std::hexfloat << p << " with " << degrees << ": " << x;
         }

@@ -35,7 +35,9 @@ TYPED_TEST(CovarianceInverse, TheInverseTimesTheMatrixIsOneAndTheUpperTriangleSt
         for (int64_t i = 0; i < p; ++i)
             for (int64_t k = i + 1; k < p; ++k) inverse[k * p + i] = TypeParam(kUntouchedValue);
         ASSERT_EQ(Kernels<TypeParam>::invert(p, inverse.data()), 0);
-        const auto element = [&](int64_t i, int64_t k) { return inverse[std::min(i, k) * p + std::max(i, k)]; };
+        const auto element = [&](int64_t i, int64_t k) {
+            return inverse[std::min(i, k) * p + std::max(i, k)];
+        };
         for (int64_t i = 0; i < p; ++i)
             for (int64_t k = 0; k < p; ++k) {
                 long double product = 0;
@@ -63,7 +65,8 @@ TYPED_TEST(CovarianceInverse, RankTestRepairsWhatItCan) {
     const auto alone = [&](double value, int status, double after) {
         TypeParam a = TypeParam(value);
         EXPECT_EQ(test(1, &a), status) << value;
-        EXPECT_EQ(std::bit_cast<uint64_t>(double(a)), std::bit_cast<uint64_t>(double(TypeParam(after)))) << value;
+        EXPECT_EQ(std::bit_cast<uint64_t>(double(a)), std::bit_cast<uint64_t>(double(TypeParam(after))))
+            << value;
     };
     alone(2, 0, 2);
     alone(0, 0, t);

@@ -51,7 +51,8 @@ struct Robust {
         if (!parameters.empty())
             task.set(kOzkStatsIdRobustParameters, parameters)
                 .integers(kOzkStatsIdRobustParameterCount, {int64_t(parameters.size())});
-        return Kernels<Real>::robust(task.task, kOzkStatsRobustCovariance, kOzkStatsTranslatedBiweight, threading);
+        return Kernels<Real>::robust(task.task, kOzkStatsRobustCovariance, kOzkStatsTranslatedBiweight,
+                                     threading);
     }
     int detect() {
         TaskOf<Real> task(p, wide);
@@ -133,8 +134,8 @@ TEST(StatsRobustOptimum, IsThatOfAnIndependentSearch) {
     stack.parameters = {0.5, 0.001, 1e-12, 1000};
     ASSERT_EQ(stack.estimate(), 0);
     const double mean[] = {59.3216592, 20.86761235, 86.48478535};
-    const double covariance[] = {72.1110225,  19.73798399, 21.44007837, 19.73798399, 10.29719717,
-                                 6.46528067,  21.44007837, 6.46528067,  27.20384711};
+    const double covariance[] = {72.1110225, 19.73798399, 21.44007837, 19.73798399, 10.29719717,
+                                 6.46528067, 21.44007837, 6.46528067,  27.20384711};
     for (int i = 0; i < 3; ++i) EXPECT_NEAR(stack.mean[i], mean[i], 1e-7);
     for (int e = 0; e < 9; ++e) EXPECT_NEAR(stack.covariance[e], covariance[e], 1e-7);
 }
@@ -210,7 +211,8 @@ TEST(StatsRobustOptimum, EstimatesTheCovarianceOfNormalData) {
             EXPECT_NEAR(robust.mean[i], 1000, 6 * 3.5 / std::sqrt(20000.0 / 3)) << p;
             for (int64_t k = 0; k <= i; ++k) {
                 const double sigma = i == k ? (i == 0 ? 9 : 11.25) : i - k == 1 ? (k == 0 ? 4.5 : 4.5) : 0;
-                EXPECT_NEAR(robust.s(i, k), sigma, 6 * 16 / std::sqrt(20000.0 / 3)) << p << " " << i << " " << k;
+                EXPECT_NEAR(robust.s(i, k), sigma, 6 * 16 / std::sqrt(20000.0 / 3))
+                    << p << " " << i << " " << k;
             }
         }
     }
