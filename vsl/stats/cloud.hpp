@@ -105,8 +105,7 @@ void square_distances(const Cloud<Real>& cloud, const PassRoom& room, const doub
     for_each_item(cloud.threading, items, room.threads, body);
 }
 
-// Weighted mean and scatter about it: scatter = sum w (z - mean)(z - mean)' / W, lower triangle by columns; returns
-// W. Points of weight 0 are not read. The result may be the centre, about which the points are taken.
+// Weighted mean and scatter about it: scatter = sum w (z - mean)(z - mean)' / W; returns W. Points of weight 0 are not read. The result may be the centre, about which the points are taken.
 template <class Real>
 double weighted_scatter(const Cloud<Real>& cloud, const PassRoom& room, const double* centre,
                         const double* weights, double* mean, double* scatter) {
@@ -154,7 +153,7 @@ double weighted_scatter(const Cloud<Real>& cloud, const PassRoom& room, const do
     double* const sums = all + p * p;
     for (int64_t k = 0; k < p; ++k)
         for (int64_t i = k; i < p; ++i)
-            scatter[k * p + i] = (all[k * p + i] - sums[i] * (sums[k] / total)) / total;
+            scatter[k * p + i] = scatter[i * p + k] = (all[k * p + i] - sums[i] * (sums[k] / total)) / total;
     for (int64_t c = 0; c < p; ++c) mean[c] = centre[c] + sums[c] / total;
     return total;
 }

@@ -82,15 +82,10 @@ struct Subset {
         const int64_t p = cloud.p;
         const double total = weighted_scatter(cloud, room, mean, weights, mean, covariance);
         double trace = 0;
-        for (int64_t k = 0; k < p; ++k)
-            for (int64_t i = k; i < p; ++i) {
-                covariance[k * p + i] *= total / (total - 1);
-                if (i == k) trace += covariance[k * p + i];
-            }
+        for (int64_t e = 0; e < p * p; ++e) covariance[e] *= total / (total - 1);
+        for (int64_t i = 0; i < p; ++i) trace += covariance[i * (p + 1)];
         if (!(trace > 0 && trace < kFar)) return kOzkStatsErrorSingularCovariance;
-        for (int64_t k = 0; k < p; ++k)
-            for (int64_t i = 0; i < p; ++i)
-                trial[k * p + i] = i >= k ? covariance[k * p + i] : covariance[i * p + k];
+        std::copy_n(covariance, p * p, trial);
         bool repaired;
         if (const int status = test_rank(p, trial, rank_bounds(p, trace), trial + p * p, repaired))
             return status;

@@ -94,8 +94,8 @@ struct RobustRequest {
 // Location and scatter, and what measuring the points with them takes.
 struct Shape {
     double* mean;     // p
-    double* scatter;  // p by p, lower triangle by columns; so is the inverse
-    double* inverse;  // null where it is only kept
+    double* scatter;  // p by p
+    double* inverse;  // p by p, the lower triangle by columns; null where the shape is only kept
     double log_determinant;
 };
 
@@ -110,9 +110,7 @@ int invert(int64_t p, Shape& shape, double* rank_work) {
     double trace = 0;
     for (int64_t i = 0; i < p; ++i) trace += shape.scatter[i * (p + 1)];
     if (!(trace > 0 && trace < kFar)) return kOzkStatsErrorSingularCovariance;
-    for (int64_t k = 0; k < p; ++k)
-        for (int64_t i = k; i < p; ++i)
-            shape.inverse[k * p + i] = shape.inverse[i * p + k] = shape.scatter[k * p + i];
+    std::copy_n(shape.scatter, p * p, shape.inverse);
     if (rank_work != nullptr) {
         bool repaired;
         if (const int status = test_rank(p, shape.inverse, rank_bounds(p, trace), rank_work, repaired))
@@ -183,17 +181,17 @@ struct Estimator {
     const TranslatedBiweight& function;
     Shape next;
 
-    // Distances from the shape, and the shape scaled to the constraint.
-    int constrain(Shape& shape) const {
+    // Distances from the shape, and the shape scaled to the constraint; `scale` is a guess of the factor of the
+    // distances, 0 for none.
+    int constrain(Shape& shape, double scale) const {
         const int64_t n = points.cloud.n(), p = points.cloud.p;
         if (const int status = points.measure(shape, true)) return status;
         for (int64_t j = 0; j < n; ++j) points.distances[j] = std::sqrt(points.squares[j]);
-        for (int64_t j = 0; j < n; ++j) points.keys[j] = to_key(points.distances[j]);
-        const int64_t rank = n / 2;
-        place_ranks(points.keys, n, &rank, 1);
-        const double middle = from_key<double>(points.keys[rank]);
-        const double start = middle > 0 && middle < kFar ? middle / std::sqrt(static_cast<double>(p)) : 1;
-        const double k = constrained_scale(function, points.distances, n, start);
+        if (scale == 0) {
+            const double middle = median_of(points.distances, n, points.keys);
+            scale = middle > 0 && middle < kFar ? middle / std::sqrt(static_cast<double>(p)) : 1;
+        }
+        const double k = constrained_scale(function, points.distances, n, scale);
         if (!(k > 0)) return kOzkStatsErrorSingularCovariance;
         for (int64_t j = 0; j < n; ++j) points.distances[j] /= k;
         for (int64_t e = 0; e < p * p; ++e) {
@@ -216,7 +214,7 @@ struct Estimator {
         const double total =
             weighted_scatter(points.cloud, points.room, shape.mean, points.weights, next.mean, next.scatter);
         for (int64_t e = 0; e < p * p; ++e) next.scatter[e] *= static_cast<double>(p) * (total / sum);
-        if (const int status = constrain(next)) return status;
+        if (const int status = constrain(next, 1)) return status;
         change = 0;
         const auto deviation = [&](int64_t i) { return std::sqrt(shape.scatter[i * (p + 1)]); };
         for (int64_t k = 0; k < p; ++k) {
@@ -293,8 +291,8 @@ int directional_start(const Points<double>& points, Shape& shape, double* axes, 
         const double deviation = median_of(points.distances, n, points.keys);
         const double square = deviation * deviation;
         for (int64_t k = 0; k < p; ++k)
-            for (int64_t i = k; i < p; ++i)
-                shape.scatter[k * p + i] += square * axes[a * p + i] * axes[a * p + k];
+            for (int64_t i = 0; i < p; ++i)
+                shape.scatter[k * p + i] += square * (axes[a * p + i] * axes[a * p + k]);
     }
     return kOzkStatsOk;
 }
@@ -356,7 +354,7 @@ int find_start(const Points<double>& sample, const TranslatedBiweight& function,
     Estimator<double> estimator = {sample, function, next};
     for (int k = 0; k < candidates; ++k) {
         copy(p, kept[k], shape);
-        int each = estimator.constrain(shape);
+        int each = estimator.constrain(shape, 0);
         if (each == kOzkStatsOk) each = estimator.run(shape, steps, 0);
         if (each != kOzkStatsOk) {
             status = each;
@@ -451,7 +449,7 @@ int estimate(OzkStatsTask* task, uint32_t method, const OzkThreading* threading)
                                       axes, axis_work, kept, whole[0], whole[1], shape))
         return status;
     Estimator<Real> estimator = {points, function, whole[0]};
-    if (const int status = estimator.constrain(shape)) return status;
+    if (const int status = estimator.constrain(shape, 0)) return status;
     if (const int status = estimator.run(shape, parameters.most_steps, parameters.accuracy)) return status;
 
     Real* const mean = static_cast<Real*>(task->robust_mean);

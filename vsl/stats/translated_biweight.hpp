@@ -9,8 +9,6 @@
 #include <cmath>
 #include <cstdint>
 
-#include "simd/vector.hpp"
-
 namespace ozk::stats {
 
 struct TranslatedBiweight {
