@@ -744,10 +744,10 @@ OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t es
  * kOzkStatsErrorStorage; robust mean kOzkStatsErrorRobustMean; robust covariance kOzkStatsErrorRobustCovariance, its
  * storage kOzkStatsErrorInteger, kOzkStatsErrorStorage; no kOzkStatsTranslatedBiweight kOzkStatsErrorMethod;
  * observations kOzkStatsErrorObservations; memory kOzkStatsErrorMemory; from the computation
- * kOzkStatsErrorSingularCovariance, also when so many observations lie in a plane that the constraint can't be met,
- * kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
+ * kOzkStatsErrorSingularCovariance, also when so many observations lie in a plane, or a share b of them is not
+ * finite, that the constraint can't be met, kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
  *
- * Memory: 32 n + 10^7 bytes, 8 p^2 more for packed storage; and about 8 (34 p^2 + 600 p) bytes, less for large p.
+ * Memory: 32 n + 10^7 bytes, 8 p^2 more for packed storage; and at most about 8 (32 p^2 + 700 p) bytes.
  * Time: n p^2 times the iterations, and for the start on the sample at most about 3 10^8 steps.
  *
  * Sources: Rocke, Annals of Statistics 24 (1996); Rocke and Woodruff, JASA 91 (1996); the starts Maronna and Zamar,

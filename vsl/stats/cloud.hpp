@@ -105,7 +105,8 @@ void square_distances(const Cloud<Real>& cloud, const PassRoom& room, const doub
     for_each_item(cloud.threading, items, room.threads, body);
 }
 
-// Weighted mean and scatter about it: scatter = sum w (z - mean)(z - mean)' / W; returns W. Points of weight 0 are not read. The result may be the centre, about which the points are taken.
+// Weighted mean and scatter about it: scatter = sum w (z - mean)(z - mean)' / W; returns W. Points of weight 0 are not
+// read. The mean may be the centre, about which the points are taken.
 template <class Real>
 double weighted_scatter(const Cloud<Real>& cloud, const PassRoom& room, const double* centre,
                         const double* weights, double* mean, double* scatter) {

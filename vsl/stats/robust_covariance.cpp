@@ -146,14 +146,19 @@ struct Points {
 };
 
 // The k for which the mean of rho(d / k) is the breakdown point times the ceiling: Newton's method for log k within
-// a bracket. 0 when too many distances are 0.
+// a bracket. 0 when there is none, because too many distances are 0 or infinite.
 double constrained_scale(const TranslatedBiweight& function, const double* distances, int64_t n,
                          double start) {
     const double wanted = function.breakdown * function.ceiling() * static_cast<double>(n);
     double low = 0, high = kFar, k = start;
-    int64_t zeros = 0;
-    for (int64_t j = 0; j < n; ++j) zeros += distances[j] == 0;
-    if (static_cast<double>(n - zeros) * function.ceiling() <= wanted) return 0;
+    int64_t zeros = 0, far = 0;
+    for (int64_t j = 0; j < n; ++j) {
+        zeros += distances[j] == 0;
+        far += distances[j] == kFar;
+    }
+    if (static_cast<double>(n - zeros) * function.ceiling() <= wanted ||
+        static_cast<double>(far) * function.ceiling() >= wanted)
+        return 0;
     for (int step = 0; step < 200; ++step) {
         double sum = 0, slope = 0;
         const double rate = 1 / k;
@@ -311,7 +316,7 @@ int set_start(const Points<double>& points, Draws& draws, Shape& shape) {
     for (int64_t k = 0; k < p; ++k) draw();
     int status = kOzkStatsErrorSingularCovariance;
     std::fill_n(shape.mean, p, 0.0);
-    for (int64_t more = 0; more <= p && status != kOzkStatsOk; ++more) {
+    for (int64_t size = p + 1; size <= std::min(n, 2 * p + 1) && status != kOzkStatsOk; ++size) {
         draw();
         weighted_scatter(points.cloud, points.room, shape.mean, points.weights, shape.mean, shape.scatter);
         status = invert(p, shape, nullptr);

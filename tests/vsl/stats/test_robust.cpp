@@ -399,6 +399,16 @@ TYPED_TEST(StatsRobust, SingularDataGiveSingularCovariancesOrAStatus) {
     }
 }
 
+// Five points in a plane and four without numbers: nothing to estimate from, and no end of drawing from them.
+TYPED_TEST(StatsRobust, FewFinitePointsInAPlaneAreRefused) {
+    Robust<TypeParam> few = {3, 9, {}};
+    for (int j = 0; j < 9; ++j)
+        few.x.insert(few.x.end(),
+                     {TypeParam(j), TypeParam(j % 3), j < 4 ? TypeParam(NAN) : TypeParam(2 * j)});
+    EXPECT_EQ(few.estimate(), kOzkStatsErrorSingularCovariance);
+    EXPECT_EQ(few.mean[0], TypeParam(kUntouchedValue));
+}
+
 TYPED_TEST(StatsRobust, NoMemoryAnywhereLeavesEverythingAsItWas) {
     auto robust = normal_data<TypeParam>(5, 3000, 8);
     for (const bool threads : {false, true}) {
