@@ -483,6 +483,30 @@ OZK_API ozk_status ozk_d_partial_covariance(int64_t p, const double* covariance,
  * Rebonato and Jaeckel (1999); p rows of p. The result may be the input. */
 OZK_API ozk_status ozk_d_valid_correlation(int64_t p, const double* correlation, double* valid);
 
+/* Mean and covariance of the bulk of the data: an S-estimator (Rocke 1996), which stays near them whatever less than
+ * the share `breakdown` of the observations is. n > 2 p; values that are not finite are as far as values can be. */
+typedef struct ozk_robust_options {
+    double breakdown; /* in (0, 0.5]; no more than (n - p) / (2 n) of it can be had. 0.5 */
+    double rejection; /* in (0, 1): the share of clean normal observations to leave out. 0.001 */
+    double
+        accuracy; /* above 0: of the steps' changes, relative to the deviations, that end the iteration. 0.001 */
+    int64_t iterations; /* at most; at least 0. 100 */
+} ozk_robust_options;
+/* options null: the values at the end of the lines above. mean[p], covariance[p * p]. The status is ozk_stats.h's
+ * -4033 when there are no p dimensions in the bulk of the data. */
+OZK_API ozk_status ozk_d_robust_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                           const ozk_robust_options* options, double* mean,
+                                           double* covariance);
+/* To weights[n]: 0 for each outlier, 1 for the others (Billor, Hadi and Velleman 2000: BACON, from the medians).
+ * n >= 5 p; clean normal data have any outlier at all with the chance `significance`, in [0, 1]. A value that is not
+ * finite makes an outlier. The status is -4033 as above. */
+OZK_API ozk_status ozk_d_outlier_weights(int64_t p, int64_t n, const double* x, int32_t layout,
+                                         double significance, double* weights);
+/* sqrt((x_j - mean)' covariance^-1 (x_j - mean)) to distances[n]; covariance: p rows of p, of which the lower triangle
+ * is read. The status is -4033 when it is not positive definite. */
+OZK_API ozk_status ozk_d_mahalanobis(int64_t p, int64_t n, const double* x, int32_t layout,
+                                     const double* mean, const double* covariance, double* distances);
+
 /* Quantiles of data that arrive in portions, with guaranteed rank error: the answer to order q is a value whose
  * rank among the N values so far is within epsilon N of q N, in whatever order they come; exact up to
  * min(4 / epsilon, 2^22) values, at least 256. It keeps a few numbers over epsilon for each component, not the

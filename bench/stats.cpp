@@ -1,5 +1,5 @@
 // Summary statistics on one thread: means and variances, moments and covariances of p components; and the cases of
-// bench/order_statistics.cpp.
+// bench/order_statistics.cpp and bench/robust_statistics.cpp.
 
 #include <gsl/gsl_statistics_double.h>
 
@@ -10,6 +10,7 @@
 
 #include "bench/driver.hpp"
 #include "bench/order_statistics.hpp"
+#include "bench/robust_statistics.hpp"
 #include "ozk_core.h"
 #include "ozk_stats.h"
 
@@ -193,6 +194,7 @@ std::vector<Case> cases() {
          {contender("Eigen", hundred, eigen_covariance), contender("dsyrk alone", hundred, rank_k_update)}},
     };
     for (Case& c : order_statistics_cases()) all.push_back(std::move(c));
+    for (Case& c : robust_statistics_cases()) all.push_back(std::move(c));
     return all;
 }
 

@@ -231,6 +231,8 @@ static const uint64_t kOzkStatsPooledCovariance = 0x4000; /* with the pooled mea
 static const uint64_t kOzkStatsGroupCovariances = 0x8000; /* with the groups' means */
 static const uint64_t kOzkStatsQuantiles = 0x10000;
 static const uint64_t kOzkStatsOrderStatistics = 0x20000;
+static const uint64_t kOzkStatsRobustCovariance = 0x40000; /* with the robust mean */
+static const uint64_t kOzkStatsOutliers = 0x80000;
 static const uint64_t kOzkStatsPartialCovariance = 0x100000;
 static const uint64_t kOzkStatsPartialCorrelation = 0x200000;
 static const uint64_t kOzkStatsParametrizedCorrelation = 0x800000;
@@ -250,11 +252,13 @@ static const uint64_t kOzkStatsSortedObservations = 0x800000000;
 /* ---- Methods: bits of the 32-bit method word ---- */
 
 enum {
-    kOzkStatsFast = 0x1,              /* Two passes over blocks that stay in cache; plain selection. */
-    kOzkStatsOnePass = 0x2,           /* The running update, observation by observation. */
-    kOzkStatsStreamExactStart = 0x40, /* Streaming quantiles, exact as long as the data fit in a buffer. */
-    kOzkStatsStreamSummary = 0x80,    /* Streaming quantiles, every portion to the summary at once. */
-    kOzkStatsFastCallerMean = 0x100,  /* Fast, about the means that the caller gives. */
+    kOzkStatsFast = 0x1,               /* Two passes over blocks that stay in cache; plain selection. */
+    kOzkStatsOnePass = 0x2,            /* The running update, observation by observation. */
+    kOzkStatsTranslatedBiweight = 0x8, /* Robust covariance. */
+    kOzkStatsOutlierDetection = 0x20,  /* Outliers, by a subset that grows. */
+    kOzkStatsStreamExactStart = 0x40,  /* Streaming quantiles, exact as long as the data fit in a buffer. */
+    kOzkStatsStreamSummary = 0x80,     /* Streaming quantiles, every portion to the summary at once. */
+    kOzkStatsFastCallerMean = 0x100,   /* Fast, about the means that the caller gives. */
     kOzkStatsCrossProductToCovariance = 0x200, /* Covariance and correlation from the cross-product. */
     kOzkStatsSumsToMoments = 0x400,            /* Mean and moments from the sums. */
     kOzkStatsRadixSort = 0x100000              /* Sorting. */
@@ -704,6 +708,137 @@ OZK_EXPORT int _vsldSSCorrelationParametrization(OzkStatsTask* task, uint64_t es
                                                  const OzkThreading* threading);
 OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                                                  const OzkThreading* threading);
+
+/* ---- Robust covariance and outliers ----
+ *
+ * These read the selected components together; p below is their number, and skipped components' results stay as they
+ * are. Weights are not read. An observation with a value that is not finite is infinitely far from everything; where
+ * half or more of a component's values are not, the status is kOzkStatsErrorSingularCovariance. Everything is computed
+ * in double on standardised components, so that units do not matter, and in parts cut by the sizes alone, so that
+ * the bits do not depend on the number of threads, as long as p is below about 230: beyond it the core may factor
+ * matrices on a team of its own. Nothing is drawn from outside: equal data give equal results. A call that fails has
+ * written nothing. */
+
+/* Robust mean t and covariance S: of all t and S for which the mean of rho(d_j) over the observations is b
+ * rho(infinity), with d_j^2 = (x_j - t)' S^-1 (x_j - t), those with the smallest determinant of S (an S-estimator).
+ * rho is the integral of psi(d) = d w(d), w the translated biweight: 1 up to M, (1 - ((d - M) / c)^2)^2 up to M + c,
+ * 0 beyond. M and c are such that a share a of normal observations lies beyond M + c and normal data meet the
+ * constraint, so that S estimates the covariance of a normal distribution without bias for large n. Observations far
+ * out do not count at all, and t and S stay bounded while less than a share b of them is replaced by anything.
+ *
+ * Parameters, taken when they and their number are set and the number is 4; else all have their defaults:
+ *   1  breakdown point b: at most its default (n - p) / (2 n), which also stands for 0 and less
+ *   2  rejection probability a: in (0, 1), else 0.001. Where a and b contradict each other, b holds and a gives
+ *      way: in few dimensions M = 0, in many c = 0
+ *   3  accuracy: above 0, else 0.001: iteration ends when no mean moves by more than this times its deviation and no
+ *      covariance by more than this times the product of the two deviations
+ *   4  most iterations: its whole part, when at least 0, else 100. They run from the better of two kinds of start,
+ *      on a sample of max(600, 4 p) observations: medians and deviations along the axes of the directions from
+ *      them; and up to 500 small sets of observations, each moved twice to the nearest half
+ *
+ * The robust mean (task parameter 39) receives t, the robust covariance (40) S in the storage of 36. Method:
+ * kOzkStatsTranslatedBiweight; the mask is not read. S is singular where the good data are.
+ *
+ * Status, in this order: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations missing
+ * or not above twice the dimension kOzkStatsErrorObservationCount; storage kOzkStatsErrorInteger,
+ * kOzkStatsErrorStorage; robust mean kOzkStatsErrorRobustMean; robust covariance kOzkStatsErrorRobustCovariance, its
+ * storage kOzkStatsErrorInteger, kOzkStatsErrorStorage; no kOzkStatsTranslatedBiweight kOzkStatsErrorMethod;
+ * observations kOzkStatsErrorObservations; memory kOzkStatsErrorMemory; from the computation
+ * kOzkStatsErrorSingularCovariance, also when so many observations lie in a plane, or a share b of them is not
+ * finite, that the constraint can't be met, kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
+ *
+ * Memory: 32 n + 10^7 bytes, 8 p^2 more for packed storage; and at most about 8 (32 p^2 + 700 p) bytes.
+ * Time: n p^2 times the iterations, and for the start on the sample at most about 3 10^8 steps.
+ *
+ * Sources: Rocke, Annals of Statistics 24 (1996); Rocke and Woodruff, JASA 91 (1996); the starts Maronna and Zamar,
+ * Technometrics 44 (2002), Rousseeuw and Van Driessen, Technometrics 41 (1999). */
+OZK_EXPORT int _vsldSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+OZK_EXPORT int _vslsSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+
+/* Outliers: to the outlier weights, n reals, 0 for an outlier and 1 for every other observation. A basic subset
+ * starts with the 4 p observations that look most harmless (more while their covariance is singular) and is replaced
+ * by all observations whose Mahalanobis distance from its mean under its covariance is below
+ *
+ *   c sqrt(q),   c = max(0, (h - r) / (h + r)) + 1 + (p + 1) / (n - p) + 2 / (n - 1 - 3 p),
+ *
+ * r its size, h = floor((n + p + 1) / 2), q the chi-square quantile of p degrees at 1 - alpha / n, until its size
+ * changes by less than the stopping threshold times itself. What is outside the last subset is an outlier.
+ *
+ * Parameters, taken when they and their number are set and the number is 3; else all have their defaults:
+ *   1  start, its whole part: 1 smallest Mahalanobis distances from mean and covariance of all observations; 2 (and
+ *      everything else, default) smallest Euclidean distances from the medians of the components, each in units of
+ *      its median absolute deviation: holds against more outliers
+ *   2  significance level alpha, in [0, 1], else 0.05: about the chance that clean normal data have any outlier
+ *   3  stopping threshold, above 0, else 0.005
+ *
+ * Method: kOzkStatsOutlierDetection; the mask is not read. Without selected components all weights are 1.
+ *
+ * Status, in this order: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations missing
+ * or below 5 times the dimension kOzkStatsErrorObservationCount; storage missing or unknown kOzkStatsErrorStorage;
+ * weights missing kOzkStatsErrorOutlierWeights; no kOzkStatsOutlierDetection kOzkStatsErrorMethod; observations
+ * kOzkStatsErrorObservations; memory kOzkStatsErrorMemory; from the computation kOzkStatsErrorSingularCovariance,
+ * kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
+ *
+ * Memory: 24 n bytes, 1 KB p for each thread, at most 16 matrices. Time: n p^2 times a few passes.
+ * Source: Billor, Hadi and Velleman, Computational Statistics & Data Analysis 34 (2000). */
+OZK_EXPORT int _vsldSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+OZK_EXPORT int _vslsSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+
+/* Squared Mahalanobis distances, the quadratic forms (x_j - t)' A (x_j - t), of the task's observations from a centre
+ * t (p reals) under the inverse covariance A (p by p by columns, of which the lower triangle is read). All p
+ * components count; weights, mask and method are not read. The distance fields of the task, which no editor sets,
+ * hold the operands, all of which but the work array are needed and taken as they are:
+ *
+ *   distance_sizes[0]            int: how many observations, from the first on; may be less than the task's
+ *   distance_sizes[1]            int: the leading dimension of the observations: from one component to the next where
+ *                                components are contiguous, from one observation to the next where these are
+ *   distance_centre, distance_inverse_covariance, distances   t, A, and as many reals as observations
+ *   distance_work, distance_work_size                         an array of reals and its length (int), or null
+ *
+ * The work array makes no difference to the bits: where its length is p or more, it holds the differences of as
+ * many observations as fit, which are then computed side by side on the calling thread; otherwise each observation
+ * comes alone, through p reals of scratch. The sum of a form runs over k from 0 of e_k (A_kk e_k + 2 (sum over i > k
+ * of A_ik e_i)), e = x - t, in the task's precision. It is not kept from falling below 0 by rounding. Status:
+ * kOzkStatsOk, or kOzkStatsErrorMemory where p is above 1024 and there is no memory for scratch. */
+OZK_EXPORT int _vsldSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+
+/* Rank test of a covariance matrix, p >= 1, p by p by columns, with a small repair. Let t be the double of the bit
+ * pattern 1000, a subnormal number of about 4.94e-321 (0 when it is stored as a float).
+ *   p = 1: an element above 0 is left; one in [-t, 0] becomes t; below -t, or NaN: kOzkStatsErrorSingularCovariance.
+ *   p > 1: eigenvalues from the upper triangle, whose rest is overwritten. The smallest above 1e-15: nothing to do;
+ *   else a hundredth of the smallest of the others that is at least t is added to every diagonal element; where there
+ *   is none, kOzkStatsErrorSingularCovariance.
+ * The lower triangle is otherwise as it was. Memory: 5 p reals, kOzkStatsErrorMemory; no convergence:
+ * kOzkStatsErrorEigenvalues. The matrix must be finite. */
+OZK_EXPORT int __vsldTestCovRank(int64_t p, double* matrix);
+OZK_EXPORT int __vslsTestCovRank(int64_t p, float* matrix);
+
+/* Replaces the lower triangle of a positive definite matrix, p >= 1, p by p by columns, by that of its inverse; the
+ * upper one is left. Closed forms up to p = 3, where a singular matrix gives values that are not finite; Cholesky
+ * factors beyond. Status: kOzkStatsErrorFactorization when the matrix is not positive definite: `matrix`, which must
+ * come from ozk_serv_allocate, has then been given back by ozk_serv_deallocate and must not be used or freed again;
+ * kOzkStatsErrorInversion when the factor can't be inverted, and then it has not. */
+OZK_EXPORT int __vsldInvCov(int64_t p, double* matrix);
+OZK_EXPORT int __vslsInvCov(int64_t p, float* matrix);
+
+/* The chi-square distribution with `degrees` > 0 degrees of freedom, which need not be whole: the probability of at
+ * most x, the density at x, and the x for a probability in [0, 1]; the logarithm of |gamma(x)|, and the square root.
+ * NaN for arguments outside. Error: at most 1 ulp, the square root 0.5, measured against 50 digits from 0.01 to
+ * 10^6 degrees (the x for a probability from 0.5 on) down to results of 1e-300. Time: up to sqrt(degrees) terms below
+ * 4000 degrees, about 10 microseconds from there on. Sources: DiDonato and Morris, ACM TOMS 12 (1986); Loader,
+ * "Fast and accurate computation of binomial probabilities" (2000). */
+OZK_EXPORT double __vsldChi2CDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2PDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2ICDF(double probability, double degrees);
+OZK_EXPORT double __vsldLGamma(double x);
+OZK_EXPORT double __vsldSqrt(double x);
 
 #ifdef __cplusplus
 }
