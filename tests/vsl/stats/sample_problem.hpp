@@ -37,6 +37,7 @@ struct Kernels;
         static constexpr auto partial = _vsl##letter##SSPartialCovariance;              \
         static constexpr auto pooled = _vsl##letter##SSPooledCovariance;                \
         static constexpr auto parametrize = _vsl##letter##SSCorrelationParametrization; \
+        static constexpr auto missing_values = _vsl##letter##SSMissingValues;           \
         static constexpr auto quicksort = __vsl##letter##QSort;                         \
         static constexpr auto quicksort_step = __vsl##letter##QSortStep;                \
         static constexpr auto quickselect = __vsl##letter##QSortSelect;                 \
