@@ -446,7 +446,7 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  *
  * Without weights the covariance is C_ik / (n - 1). Correlations are kept within [-1, 1].
  * Results of skipped components, and matrix elements in their rows and columns, are not touched. Weights are
- * >= 0; an observation of weight 0 counts as absent.
+ * >= 0; an observation of weight 0 counts as absent, whatever it holds.
  *
  * Methods, exactly one of:
  *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means;

@@ -252,6 +252,15 @@ void copy_strip(const Observations& observations, const int64_t* components, con
     }
 }
 
+// Zero times what an absent observation holds is to be zero, whatever it holds.
+void fill_absent(const Block& block, bool across, int width, double* copy) {
+    const int64_t step = across ? kStrip : 1, row = across ? 1 : kRow;
+    for (int j = 0; j < block.count; ++j) {
+        if (block.weights[j] != 0) continue;
+        for (int k = 0; k < width; ++k) copy[j * step + k * row] = copy[block.stand_in * step + k * row];
+    }
+}
+
 // As many of the tile's components from number k on as go together; their values in the caller's array where
 // that serves, else in scratch.
 Strip make_strip(const Observations& observations, const Scheme& scheme, const Tile& tile, int64_t k,
@@ -272,7 +281,7 @@ Strip make_strip(const Observations& observations, const Scheme& scheme, const T
         strip.rows[i] = tile.panel != nullptr ? tile.panel + (k + i) * tile.component_stride : nullptr;
     strip.row_step = tile.observation_stride;
     const bool neighbours = strip.width > 1 && components[strip.width - 1] == components[0] + strip.width - 1;
-    if (!observations.single && (!across || neighbours)) {
+    if (!observations.single && (!across || neighbours) && block.stand_in < 0) {
         const double* first =
             static_cast<const double*>(observations.values) + block.first * observations.observation_stride;
         for (int i = 0; i < strip.width; ++i)
@@ -285,6 +294,7 @@ Strip make_strip(const Observations& observations, const Scheme& scheme, const T
     } else {
         copy_strip<double>(observations, components, block, across, strip.width, copy);
     }
+    if (block.stand_in >= 0) fill_absent(block, across, strip.width, copy);
     for (int i = 0; i < strip.width; ++i) strip.x[i] = copy + i * (across ? 1 : kRow);
     strip.step = across ? kStrip : 1;
     return strip;
@@ -304,6 +314,12 @@ Block make_block(const Observations& observations, int64_t first, int count, boo
     if (roots) {
         for (int j = 0; j < count; ++j) scratch.roots[j] = std::sqrt(block.weights[j]);
         block.roots = scratch.roots;
+    }
+    int absent = 0;
+    for (int j = 0; j < count; ++j) absent += block.weights[j] == 0;
+    if (absent > 0 && absent < count) {
+        block.stand_in = 0;
+        while (block.weights[block.stand_in] == 0) ++block.stand_in;
     }
     const Strip weights = {1, 1, 1, {block.weights}, {}};
     Sums sums;

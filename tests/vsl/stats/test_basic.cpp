@@ -467,6 +467,38 @@ TEST(StatsBasic, DegenerateDataGiveNaNWhereAnEstimateHasNoValue) {
     }
 }
 
+// Whatever an absent observation holds: the bits are those of data with a number there.
+TEST(StatsBasic, ObservationsOfWeightZeroAreAbsentWhateverTheyHold) {
+    const auto check = [](auto problem, uint32_t method, uint64_t mask, const std::string& text) {
+        using Real = std::remove_reference_t<decltype(problem.x[0])>;
+        std::mt19937_64 random(problem.n);
+        problem.indices.clear();
+        problem.weights.clear();
+        for (int64_t j = 0; j < problem.n; ++j)
+            problem.weights.push_back(random() % 3 ? Real(0.5) * Real(1 + random() % 4) : 0);
+        problem.weights[problem.n / 2] = 1;
+        auto holes = problem;
+        constexpr Real kContents[] = {std::numeric_limits<Real>::quiet_NaN(), INFINITY, -INFINITY};
+        for (int64_t i = 0; i < problem.p; ++i)
+            for (int64_t j = 0; j < problem.n; ++j)
+                if (problem.weights[j] == 0) holes.x[i * problem.n + j] = kContents[random() % 3];
+        ASSERT_EQ(problem.run(mask, method), 0);
+        ASSERT_EQ(holes.run(mask, method), 0);
+        for (const Estimate& e : kEstimates) {
+            const auto &got = holes.results[e.bit], &expected = problem.results[e.bit];
+            EXPECT_EQ(std::memcmp(got.data(), expected.data(), got.size() * sizeof(Real)), 0)
+                << e.name << ", " << text;
+        }
+    };
+    for (int seed = 600; seed < 630; ++seed)
+        for (const uint32_t method : kMethods)
+            for (const uint64_t mask : {kAll, kAll & ~kMatrices}) {
+                const auto real = random_problem<double>(seed, 1.5, 2);
+                check(real, method, mask, describe(real, seed, method));
+                check(random_problem<float>(seed, 1.5, 2), method, mask, describe(real, seed, method));
+            }
+}
+
 TEST(StatsBasic, EndlessPortionsDoNotWearTheMeanOut) {
     for (const uint32_t method : kMethods) {
         Problem<double> problem(1, 20000);
