@@ -449,7 +449,8 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  * >= 0; an observation of weight 0 counts as absent, whatever it holds.
  *
  * Methods, exactly one of:
- *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means;
+ *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means; one about
+ *                            the mean of the blocks before where that is near and no sums or matrices are asked;
  *   kOzkStatsOnePass         the running update, one observation after another;
  *   kOzkStatsFastCallerMean  as fast, about the means in the array of means, which is only read;
  * or, without any of these, one or both of

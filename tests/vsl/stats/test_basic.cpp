@@ -118,6 +118,29 @@ TEST(StatsBasic, DigitsSurviveAMeanMuchLargerThanTheDeviation) {
                 }
 }
 
+// Blocks whose means have little to do with those before: a trend, levels far apart, growth, and one late jump.
+TEST(StatsBasic, DigitsSurviveMeansThatMoveAlongTheData) {
+    const uint64_t mask = kOzkStatsMean | kOzkStatsCentralMoment2 | kOzkStatsCentralMoment3 |
+                          kOzkStatsCentralMoment4 | kOzkStatsCovariance;
+    for (const uint64_t bits : {mask, mask & ~kMatrices})
+        for (const int64_t storage : kStorages)
+            for (const bool weighted : {false, true}) {
+                Problem<double> problem(5, 4000);
+                problem.storage = storage;
+                std::mt19937_64 random(2);
+                problem.fill(random, 0, 1);
+                for (int64_t j = 0; j < problem.n; ++j) {
+                    const double at = static_cast<double>(j);
+                    const double moves[] = {0, at, 1e6 * static_cast<double>(j / 600), std::exp(at / 200),
+                                            j == 3900 ? 1e9 : 0};
+                    for (int64_t i = 0; i < problem.p; ++i) problem.x[i * problem.n + j] += moves[i];
+                    if (weighted) problem.weights.push_back(0.5 * static_cast<double>(1 + j % 3));
+                }
+                ASSERT_EQ(problem.run(bits, kOzkStatsFast), 0);
+                EXPECT_EQ(first_error(problem, bits, 2e-14), "") << storage << weighted;
+            }
+}
+
 // Univariate data sets of certified mean, standard deviation and lag-1 autocorrelation, NIST Statistical
 // Reference Datasets: NumAcc1 to 4.
 struct Certified {
