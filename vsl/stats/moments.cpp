@@ -52,7 +52,13 @@ void merge(Moments& a, const Moments& b, const Union& both, int order) {
         a.central[1] =
             ca[1] + cb[1] + between * delta * (alpha - beta) + 3 * delta * (alpha * cb[0] - beta * ca[0]);
     a.central[0] = ca[0] + cb[0] + between;
-    a.offset += delta * beta;
+    // From the heavier mean: the step to it would be rounded like a mean that may count for nothing.
+    if (beta > alpha) {
+        a.origin = b.origin;
+        a.offset = b.offset - delta * alpha;
+    } else {
+        a.offset += delta * beta;
+    }
     for (int k = 0; k < 4; ++k) a.raw[k] += b.raw[k];
 }
 

@@ -118,23 +118,29 @@ TEST(StatsBasic, DigitsSurviveAMeanMuchLargerThanTheDeviation) {
                 }
 }
 
-// Blocks whose means have little to do with those before: a trend, levels far apart, growth, and one late jump.
+// Blocks whose means have little to do with those before: a trend, levels far apart, growth, one late jump, and a far
+// start, which counts for next to nothing where there are weights.
 TEST(StatsBasic, DigitsSurviveMeansThatMoveAlongTheData) {
     const uint64_t mask = kOzkStatsMean | kOzkStatsCentralMoment2 | kOzkStatsCentralMoment3 |
                           kOzkStatsCentralMoment4 | kOzkStatsCovariance;
     for (const uint64_t bits : {mask, mask & ~kMatrices})
         for (const int64_t storage : kStorages)
             for (const bool weighted : {false, true}) {
-                Problem<double> problem(5, 4000);
+                Problem<double> problem(6, 4000);
                 problem.storage = storage;
                 std::mt19937_64 random(2);
                 problem.fill(random, 0, 1);
                 for (int64_t j = 0; j < problem.n; ++j) {
                     const double at = static_cast<double>(j);
-                    const double moves[] = {0, at, 1e6 * static_cast<double>(j / 600), std::exp(at / 200),
-                                            j == 3900 ? 1e9 : 0};
+                    const double moves[] = {0,
+                                            at,
+                                            1e6 * static_cast<double>(j / 600),
+                                            std::exp(at / 200),
+                                            j == 3900 ? 1e9 : 0.,
+                                            j < 600 ? 1e4 : 0.};
                     for (int64_t i = 0; i < problem.p; ++i) problem.x[i * problem.n + j] += moves[i];
-                    if (weighted) problem.weights.push_back(0.5 * static_cast<double>(1 + j % 3));
+                    if (weighted)
+                        problem.weights.push_back((j < 600 ? 1e-12 : 0.5) * static_cast<double>(1 + j % 3));
                 }
                 ASSERT_EQ(problem.run(bits, kOzkStatsFast), 0);
                 EXPECT_EQ(first_error(problem, bits, 2e-14), "") << storage << weighted;
