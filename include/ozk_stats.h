@@ -765,9 +765,9 @@ OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t es
  * positive definite, as that of components which depend on one another, kOzkStatsErrorSingularCovariance. On any of
  * these nothing is written.
  *
- * Memory: 8 r (p + 2 p / 64 + 6) bytes for r observations with missing values, 8 (9 p^2 + 260 p) for each thread, and
- * as much as is written. Time of an iteration: min(o, v) sweeps of p^2 / 2 multiply-adds for each pattern of o
- * observed and v missing components, and p (v + p / 2) of them for each incomplete observation.
+ * Memory: about 8 r (p + p / 32 + 8) bytes for r observations with missing values, 8 (8 p^2 + 270 p) for each thread,
+ * and as much as is written. Time of an iteration: p sweeps, and min(o, v) more for each pattern of o observed and v
+ * missing components, of p^2 / 2 multiply-adds each; p (v + p / 2) of them for each observation with missing values.
  *
  * Sources: Dempster, Laird and Rubin, J. Royal Statistical Society B 39 (1977); Schafer, "Analysis of Incomplete
  * Multivariate Data" (1997), ch. 5. */

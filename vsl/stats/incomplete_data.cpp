@@ -1,3 +1,6 @@
+// The passes over incomplete observations: what is missing is counted without memory, then everything is laid out in
+// one block.
+
 #include "vsl/stats/incomplete_data.hpp"
 
 #include <cmath>

@@ -69,7 +69,8 @@ bool sweep_all(NormalModel& model) {
     return true;
 }
 
-// The regression of a pattern's missing components on the others, from the nearer side.
+// The regression of a pattern's missing components on the others, from the nearer side: by sweeping on those that are
+// there, or by undoing the sweep on those that are missing.
 void condition(NormalModel& model, int64_t pattern) {
     const IncompleteData& data = *model.data;
     const int64_t p = data.p, width = data.width(), row = data.starts[pattern];
@@ -92,12 +93,25 @@ void condition(NormalModel& model, int64_t pattern) {
                 element(model.swept, width, model.missing[a] + 1, model.missing[b] + 1);
 }
 
-bool factor_residual(NormalModel& model) {
-    const int64_t m = model.missing_count;
-    int64_t info = 0;
-    ozk_lapack_dpotrf("L", &m, model.residual, &m, &info, 1);
-    return info == 0;
+// Takes the columns before from column k of a matrix of n rows, times row k of `factors`, from row `first` on.
+void eliminate(double* matrix, const double* factors, int64_t n, int64_t k, int64_t first) {
+    double* const column = matrix + k * n;
+    for (int64_t j = 0; j < k; ++j)
+        for (int64_t i = first; i < n; ++i) column[i] -= factors[j * n + k] * matrix[j * n + i];
 }
+
+// The Cholesky factor of a matrix in its place. Not the core's, which may use a team, with bits of its own.
+bool factorize(double* matrix, int64_t n) {
+    for (int64_t k = 0; k < n; ++k) {
+        eliminate(matrix, matrix, n, k, k);
+        if (!(matrix[k * n + k] > 0)) return false;
+        const double root = std::sqrt(matrix[k * n + k]);
+        for (int64_t i = k; i < n; ++i) matrix[k * n + i] /= root;
+    }
+    return true;
+}
+
+bool factor_residual(NormalModel& model) { return factorize(model.residual, model.missing_count); }
 
 // What rows of the conditioned pattern lack, to `filled`: their expectation, or with a stream a draw about it.
 void predict(NormalModel& model, const double* rows, int64_t count, OzkVslStream* stream) {
@@ -180,21 +194,21 @@ bool draw_parameters(NormalModel& model, OzkVslStream* stream) {
     const auto [tau, degrees] = update_posterior(model);
     const int64_t p = model.data->p, width = model.data->width();
     double* const factor = model.posterior_scale;
-    int64_t info = 0;
-    ozk_lapack_dpotrf("L", &p, factor, &p, &info, 1);
-    if (info != 0) return false;
+    if (!factorize(factor, p)) return false;
     for (int64_t k = 0; k < p; ++k) {
         double* const column = model.wishart + k * p;
         _vsldRngGamma(kOzkVslRejection, stream, 1, column + k, (degrees - static_cast<double>(k)) / 2, 0, 2);
         column[k] = std::sqrt(column[k]);
+        if (!(column[k] > 0)) return false;  // hardly any degrees of freedom
         if (k + 1 < p)
             _vsldRngGaussian(kOzkVslGaussianInverse, stream, static_cast<int32_t>(p - k - 1), column + k + 1,
                              0, 1);
         for (int64_t i = 0; i < k; ++i) factor[k * p + i] = 0;
     }
-    ozk_lapack_dtrtri("L", "N", &p, model.wishart, &p, &info, 1, 1);
-    if (info != 0) return false;
-    ozk_blas_xdtrmm("R", "L", "T", "N", &p, &p, &kOne, model.wishart, &p, factor, &p, 1, 1, 1, 1);
+    for (int64_t k = 0; k < p; ++k) {
+        eliminate(factor, model.wishart, p, k, 0);
+        for (int64_t i = 0; i < p; ++i) factor[k * p + i] /= model.wishart[k * p + k];
+    }
     ozk_blas_xdsyrk("L", "N", &p, &p, &kOne, factor, &p, &kZero, model.parameters + width + 1, &width, 1, 1);
     _vsldRngGaussian(kOzkVslGaussianInverse, stream, static_cast<int32_t>(p), model.pivot, 0,
                      1 / std::sqrt(tau));
