@@ -507,6 +507,22 @@ OZK_API ozk_status ozk_d_outlier_weights(int64_t p, int64_t n, const double* x, 
 OZK_API ozk_status ozk_d_mahalanobis(int64_t p, int64_t n, const double* x, int32_t layout,
                                      const double* mean, const double* covariance, double* distances);
 
+/* Observations of a multivariate normal distribution of which values are missing, at random: NaN marks them. Mean and
+ * covariance (of divisor n) of greatest likelihood, by at most em_iterations steps of EM, fewer when none moves a
+ * standardised parameter by more than `accuracy` >= 0 (Dempster, Laird and Rubin 1977). An observation without values
+ * is left out; every component has a value, and more than p observations have one. The status is ozk_stats.h's -4033
+ * when components depend on one another. covariance holds p rows of p. */
+OZK_API ozk_status ozk_d_incomplete_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                               int64_t em_iterations, double accuracy, double* mean,
+                                               double* covariance);
+/* `copies` >= 1 times x with its missing values drawn, one copy behind the other in the layout of x: multiple
+ * imputation by data augmentation (Schafer 1997) under the noninformative prior. Each copy starts from the estimate
+ * above and takes `iterations` >= 0 steps, which should outlast what a value tells of the next; with 0 the estimate
+ * counts as known. Analyse each copy by itself: the mean of the copies' results is the result, and their differences
+ * tell what the missing values leave open. Repeats, whatever the number of threads. */
+OZK_API ozk_status ozk_d_impute(int64_t p, int64_t n, const double* x, int32_t layout, int64_t em_iterations,
+                                double accuracy, int64_t iterations, int64_t copies, double* completed);
+
 /* Quantiles of data that arrive in portions, with guaranteed rank error: the answer to order q is a value whose
  * rank among the N values so far is within epsilon N of q N, in whatever order they come; exact up to
  * min(4 / epsilon, 2^22) values, at least 256. It keeps a few numbers over epsilon for each component, not the

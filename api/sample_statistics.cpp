@@ -1,5 +1,6 @@
 // Statistics of one sample in one call, and quantiles of a stream.
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -30,6 +31,7 @@ OZK_KERNEL(robust_covariance, _vsldSSRobustCovariance);
 OZK_KERNEL(detect_outliers, _vsldSSOutliersDetection);
 OZK_KERNEL(invert_covariance, __vsldInvCov);
 OZK_KERNEL(square_distances, _vsldSSMahDistance);
+OZK_KERNEL(missing_values, _vsldSSMissingValues);
 
 constexpr int32_t kWideIntegers = 1;
 constexpr int64_t kMostComponents = int64_t{1} << 30;
@@ -374,6 +376,100 @@ ozk_status ozk_d_mahalanobis(int64_t p, int64_t n, const double* x, int32_t layo
         require_done(kOzkStatistics,
                      square_distances(task.task, uint64_t{0}, uint32_t{0}, ozk_serv_threading()));
         for (int64_t j = 0; j < n; ++j) distances[j] = std::sqrt(distances[j] < 0 ? 0 : distances[j]);
+    });
+}
+
+// ---- Missing values -----------------------------------------------------------------------------------
+
+namespace ozk::api {
+namespace {
+
+void check_steps(int64_t em_iterations, double accuracy) {
+    require(em_iterations >= 0 && em_iterations <= INT32_MAX, kOzkCodeArgument,
+            "The number of EM iterations is negative or too large: pass 1000.");
+    require(accuracy >= 0, kOzkCodeArgument, "The accuracy is negative or no number: pass 1e-8.");
+}
+
+// The parameters of the estimator, and the values that it counts as missing.
+struct MissingValueParameters {
+    const int64_t count = 5;
+    double values[5];
+
+    MissingValueParameters(int64_t p, int64_t n, const double* x, int64_t em_iterations, double accuracy,
+                           int64_t iterations, int64_t copies)
+        : values{static_cast<double>(em_iterations), static_cast<double>(iterations), accuracy,
+                 static_cast<double>(copies),
+                 static_cast<double>(std::count_if(x, x + p * n, [](double v) { return std::isnan(v); }))} {}
+    int64_t missing() const { return static_cast<int64_t>(values[4]); }
+    void give(Task& task) const {
+        task.set(kOzkStatsIdMissingParameters, values).set(kOzkStatsIdMissingParameterCount, &count);
+    }
+};
+
+void run_missing_values(const Task& task) {
+    const TeamScope team;
+    require_done(kOzkStatistics,
+                 missing_values(task.task, kOzkStatsMissingValues, uint32_t{0}, ozk_serv_threading()));
+}
+
+}  // namespace
+}  // namespace ozk::api
+
+ozk_status ozk_d_incomplete_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                       int64_t em_iterations, double accuracy, double* mean,
+                                       double* covariance) {
+    return guarded(kOzkStatistics, "ozk_d_incomplete_covariance", [&] {
+        check_sample(p, n, x, layout);
+        check_steps(em_iterations, accuracy);
+        check_result(mean);
+        check_result(covariance);
+        const MissingValueParameters parameters(p, n, x, em_iterations, accuracy, 0, 1);
+        const int64_t size = p + p * (p + 1) / 2;
+        std::vector<double> estimate(static_cast<size_t>(size));
+        Task task(p, n, x, layout);
+        parameters.give(task);
+        task.set(kOzkStatsIdEstimates, estimate.data()).set(kOzkStatsIdEstimateCount, &size);
+        run_missing_values(task);
+        std::copy_n(estimate.data(), p, mean);
+        const double* from = estimate.data() + p;
+        for (int64_t i = 0; i < p; ++i)
+            for (int64_t k = i; k < p; ++k) covariance[i * p + k] = covariance[k * p + i] = *from++;
+    });
+}
+
+ozk_status ozk_d_impute(int64_t p, int64_t n, const double* x, int32_t layout, int64_t em_iterations,
+                        double accuracy, int64_t iterations, int64_t copies, double* completed) {
+    return guarded(kOzkStatistics, "ozk_d_impute", [&] {
+        check_sample(p, n, x, layout);
+        check_steps(em_iterations, accuracy);
+        require(iterations >= 0 && iterations <= INT32_MAX, kOzkCodeArgument,
+                "The number of iterations is negative or too large: pass 100.");
+        require(copies >= 1 && copies <= INT32_MAX, kOzkCodeArgument,
+                "There is no copy, or there are too many: pass 5.");
+        check_result(completed);
+        const MissingValueParameters parameters(p, n, x, em_iterations, accuracy, iterations, copies);
+        const int64_t missing = parameters.missing();
+        int64_t values;
+        require(!__builtin_mul_overflow(copies, missing, &values), kOzkCodeSize,
+                "There are more copies than memory holds: pass fewer.");
+        if (missing > 0) {
+            std::vector<double> sets(static_cast<size_t>(values));
+            Task task(p, n, x, layout);
+            parameters.give(task);
+            task.set(kOzkStatsIdSimulatedSets, sets.data()).set(kOzkStatsIdSimulatedSetCount, &values);
+            run_missing_values(task);
+            // The sets go by observations.
+            const bool by_component = layout == kOzkByComponent;
+            const double* drawn = sets.data();
+            for (int64_t copy = 0; copy < copies; ++copy)
+                for (int64_t j = 0; j < n; ++j)
+                    for (int64_t i = 0; i < p; ++i) {
+                        const int64_t at = by_component ? i * n + j : j * p + i;
+                        completed[copy * n * p + at] = std::isnan(x[at]) ? *drawn++ : x[at];
+                    }
+        } else {
+            for (int64_t copy = 0; copy < copies; ++copy) std::copy_n(x, n * p, completed + copy * n * p);
+        }
     });
 }
 

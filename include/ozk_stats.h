@@ -58,7 +58,7 @@ enum {
     kOzkStatsErrorRobustMean = -4028,         /* The robust mean is missing. */
     kOzkStatsErrorMethod = -4029,             /* The method is not supported for the requested estimates. */
     kOzkStatsErrorTask = -4031,               /* The task is missing. */
-    kOzkStatsErrorObservations = -4032,       /* The observations are missing. */
+    kOzkStatsErrorObservations = -4032,       /* The observations are missing or infinite. */
     kOzkStatsErrorSingularCovariance = -4033, /* The covariance matrix is not of full rank. */
     kOzkStatsErrorPooledCovariance = -4034,   /* The pooled covariance matrix is missing. */
     kOzkStatsErrorPooledMean = -4035,         /* The pooled mean is missing. */
@@ -74,19 +74,20 @@ enum {
     kOzkStatsErrorPartialIndices = -4045,     /* The partial-covariance indices are missing. */
     kOzkStatsErrorPartialCovariance = -4046,  /* The partial covariance matrix is missing. */
     kOzkStatsErrorPartialCorrelation = -4047, /* The partial correlation matrix is missing. */
-    kOzkStatsErrorMissingParameters = -4048,  /* The missing-value parameters are missing. */
+    kOzkStatsErrorMissingParameters = -4048,  /* The missing-value parameters are missing or do not fit. */
     kOzkStatsErrorMissingParameterCount = -4049,      /* The number of missing-value parameters is missing. */
     kOzkStatsErrorMissingParameterCountValue = -4050, /* The number of missing-value parameters is not 5. */
-    kOzkStatsErrorInitialEstimateCount = -4052,       /* The number of initial estimates is missing. */
-    kOzkStatsErrorInitialEstimates = -4053,           /* The initial estimates are missing. */
-    kOzkStatsErrorSimulatedSets = -4054,              /* The array of simulated sets is missing. */
-    kOzkStatsErrorSimulatedSetCount = -4055,          /* The number of simulated sets is missing. */
-    kOzkStatsErrorEstimateCount = -4056,              /* The number of estimates is missing. */
-    kOzkStatsErrorEstimates = -4057,                  /* The array of estimates is missing. */
+    kOzkStatsErrorInitialEstimateCount =
+        -4052,                               /* The number of initial estimates is missing or does not fit. */
+    kOzkStatsErrorInitialEstimates = -4053,  /* The initial estimates are missing or not finite. */
+    kOzkStatsErrorSimulatedSets = -4054,     /* The array of simulated sets is missing. */
+    kOzkStatsErrorSimulatedSetCount = -4055, /* The number of simulated sets is missing or too small. */
+    kOzkStatsErrorEstimateCount = -4056,     /* The number of estimates is missing or too small. */
+    kOzkStatsErrorEstimates = -4057,         /* The array of estimates is missing. */
     kOzkStatsErrorNothingToSimulate =
         -4060, /* Neither estimates nor a non-zero number of simulated sets is given. */
-    kOzkStatsErrorPriorCount = -4061, /* The number of prior parameters is missing. */
-    kOzkStatsErrorPrior = -4062,      /* The prior parameters are missing. */
+    kOzkStatsErrorPriorCount = -4061, /* The number of prior parameters is missing or does not fit. */
+    kOzkStatsErrorPrior = -4062,      /* The prior parameters are missing or out of range. */
     kOzkStatsErrorStreamParameterCountMissing =
         -4064,                                  /* The number of streaming-quantile parameters is missing. */
     kOzkStatsErrorStreamParameters = -4065,     /* The streaming-quantile parameters are missing. */
@@ -235,6 +236,7 @@ static const uint64_t kOzkStatsRobustCovariance = 0x40000; /* with the robust me
 static const uint64_t kOzkStatsOutliers = 0x80000;
 static const uint64_t kOzkStatsPartialCovariance = 0x100000;
 static const uint64_t kOzkStatsPartialCorrelation = 0x200000;
+static const uint64_t kOzkStatsMissingValues = 0x400000;
 static const uint64_t kOzkStatsParametrizedCorrelation = 0x800000;
 static const uint64_t kOzkStatsStreamQuantiles = 0x1000000;
 static const uint64_t kOzkStatsSum = 0x2000000;
@@ -448,10 +450,11 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  *
  * Without weights the covariance is C_ik / (n - 1). Correlations are kept within [-1, 1].
  * Results of skipped components, and matrix elements in their rows and columns, are not touched. Weights are
- * >= 0; an observation of weight 0 counts as absent.
+ * >= 0; an observation of weight 0 counts as absent, whatever it holds.
  *
  * Methods, exactly one of:
- *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means;
+ *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means; one about
+ *                            the mean of the blocks before where that is near and no sums or matrices are asked;
  *   kOzkStatsOnePass         the running update, one observation after another;
  *   kOzkStatsFastCallerMean  as fast, about the means in the array of means, which is only read;
  * or, without any of these, one or both of
@@ -839,6 +842,76 @@ OZK_EXPORT double __vsldChi2PDF(double x, double degrees);
 OZK_EXPORT double __vsldChi2ICDF(double probability, double degrees);
 OZK_EXPORT double __vsldLGamma(double x);
 OZK_EXPORT double __vsldSqrt(double x);
+
+/* ---- Missing values ----
+ *
+ * Estimates and multiple imputations of multivariate normal observations of which values are missing, at random. NaN
+ * in the observations marks a missing value. Mask, method, weights and component indices are not read.
+ *
+ * The missing-value parameters are 5 reals (fractions are cut off where a number is meant):
+ *
+ *   1  most EM iterations, from 0 on
+ *   2  data augmentation iterations for each copy, k, from 0 on
+ *   3  EM accuracy, from 0 on: EM ends when no mean moves by more than this times the component's standard
+ *      deviation, and no covariance by more than this times the product of the two
+ *   4  imputed copies c, from 1 on
+ *   5  missing values: how many NaNs the observations hold
+ *
+ * EM goes from the initial estimates to the parameters of greatest likelihood or, with a prior, greatest posterior
+ * density, as far as its iterations take it. There each copy starts: an iteration draws the missing values given the
+ * parameters, then mean and covariance from their distribution given these and the observed values. After the k-th,
+ * the copy's missing values are drawn given its last parameters. With k = 0 the copies are drawn given the EM
+ * estimate.
+ *
+ * All numbers of elements below count reals. An "estimate" is p means, then the upper triangle of the covariance by
+ * rows, p + p (p + 1) / 2 reals.
+ *
+ *   initial estimates   one estimate, or one for each copy; without them, means and variances of the values that are
+ *                       there, and no covariance
+ *   prior parameters    tau >= 0, m, p means b, and the upper triangle by rows of a matrix L: given the covariance S
+ *                       the mean is normal about b with covariance S / tau, and S is inverse Wishart, of density
+ *                       |S|^(-(m + p + 1) / 2) exp(-tr(L S^-1) / 2). Without them or with 0 of them: the
+ *                       noninformative |S|^(-(p + 1) / 2), which is tau = 0, m = -1, L = 0, and EM goes to the
+ *                       greatest likelihood
+ *   simulated sets      result, c times the missing values: copy after copy, observation after observation, component
+ *                       after component. Not written when their number is 0
+ *   estimates           result, c k estimates: for every copy and iteration the parameters drawn; for k = 0 c
+ *                       estimates, what EM gave each copy. Not written when array or number is missing
+ *
+ * An observation with all values missing tells nothing: it does not count for the estimates, and its values are drawn
+ * from the whole distribution. Without any missing value EM gives mean and covariance (divided by n) at once, the
+ * simulated sets are empty, and the estimates are draws from the posterior given all observations.
+ *
+ * Every copy draws from a Philox4x32-10 stream of its own, whose key is a constant and the number of the copy: results
+ * repeat, and do not depend on the number of threads, over which copies are spread. One in single precision differs
+ * from one in double by rounding alone: all is computed in double.
+ *
+ * Status, first failing check: no task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations
+ * kOzkStatsErrorObservationCount; storage missing or unknown kOzkStatsErrorStorage; parameters missing
+ * kOzkStatsErrorMissingParameters, their number kOzkStatsErrorMissingParameterCount, not 5
+ * kOzkStatsErrorMissingParameterCountValue; simulated sets without their number kOzkStatsErrorSimulatedSetCount,
+ * number without sets kOzkStatsErrorSimulatedSets; neither both of estimates and their number nor a number of
+ * simulated sets other than 0 kOzkStatsErrorNothingToSimulate; a parameter out of range (the numbers end at 2^31 - 1)
+ * kOzkStatsErrorMissingParameters; initial estimates of a number that does not fit kOzkStatsErrorInitialEstimateCount,
+ * missing or not finite kOzkStatsErrorInitialEstimates; prior parameters of another number
+ * kOzkStatsErrorPriorCount, missing, not finite or tau < 0 kOzkStatsErrorPrior; number of estimates too small
+ * kOzkStatsErrorEstimateCount; observations missing, one infinite, or a component without any value
+ * kOzkStatsErrorObservations; parameter 5 other than what is missing kOzkStatsErrorMissingParameters; number of
+ * simulated sets too small kOzkStatsErrorSimulatedSetCount; no more observations that tell something than p - 1 - m,
+ * which is p without a prior, kOzkStatsErrorObservationCount; memory kOzkStatsErrorMemory; a covariance that is not
+ * positive definite, as that of components which depend on one another, kOzkStatsErrorSingularCovariance. On any of
+ * these nothing is written.
+ *
+ * Memory: about 8 r (p + p / 32 + 8) bytes for r observations with missing values, 8 (8 p^2 + 270 p) for each thread,
+ * and as much as is written. Time of an iteration: p sweeps, and min(o, v) more for each pattern of o observed and v
+ * missing components, of p^2 / 2 multiply-adds each; p (v + p / 2) of them for each observation with missing values.
+ *
+ * Sources: Dempster, Laird and Rubin, J. Royal Statistical Society B 39 (1977); Schafer, "Analysis of Incomplete
+ * Multivariate Data" (1997), ch. 5. */
+OZK_EXPORT int _vsldSSMissingValues(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                    const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMissingValues(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                    const OzkThreading* threading);
 
 #ifdef __cplusplus
 }

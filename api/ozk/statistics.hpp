@@ -2,6 +2,8 @@
 // sample in one call.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -312,6 +314,50 @@ inline std::vector<double> mahalanobis_distances(std::span<const double> x, std:
 inline std::vector<double> robust_covariance_result::distances(std::span<const double> x,
                                                                Layout layout) const {
     return mahalanobis_distances(x, mean, covariance, layout);
+}
+
+// ---- Missing values -----------------------------------------------------------------------------------
+
+// How far the iterations over observations with missing values go.
+struct missing_value_options {
+    int64_t em_iterations = 1000;
+    double accuracy = 1e-8;    // EM ends when it moves no standardised parameter further
+    int64_t iterations = 100;  // of data augmentation, for each copy
+    int64_t copies = 5;
+};
+
+struct incomplete_covariance_result {
+    std::vector<double> mean;
+    matrix covariance;  // of divisor n
+};
+// Mean and covariance of greatest likelihood of multivariate normal observations of which values are NaN, missing at
+// random.
+inline incomplete_covariance_result incomplete_covariance(std::span<const double> x, size_t p = 1,
+                                                          Layout layout = Layout::by_observation,
+                                                          const missing_value_options& options = {}) {
+    const int64_t n = detail::observations("ozk::incomplete_covariance", x, p);
+    incomplete_covariance_result result = {std::vector<double>(p), matrix(p, p)};
+    detail::check(ozk_d_incomplete_covariance(
+        static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout), options.em_iterations,
+        options.accuracy, result.mean.data(), result.covariance.values().data()));
+    return result;
+}
+
+// Copies of x in which the NaNs are drawn from their distribution given the other values (multiple imputation).
+// Analyse each by itself and take the mean of the results.
+inline std::vector<std::vector<double>> impute(std::span<const double> x, size_t p = 1,
+                                               Layout layout = Layout::by_observation,
+                                               const missing_value_options& options = {}) {
+    const int64_t n = detail::observations("ozk::impute", x, p);
+    const size_t copies = options.copies > 0 ? static_cast<size_t>(options.copies) : 0;
+    std::vector<double> all(std::max<size_t>(copies, 1) * x.size());
+    detail::check(ozk_d_impute(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                               options.em_iterations, options.accuracy, options.iterations, options.copies,
+                               all.data()));
+    std::vector<std::vector<double>> completed;
+    for (auto from = all.begin(); from != all.end(); from += static_cast<std::ptrdiff_t>(x.size()))
+        completed.emplace_back(from, from + static_cast<std::ptrdiff_t>(x.size()));
+    return completed;
 }
 
 // ---- Data in portions ---------------------------------------------------------------------------------

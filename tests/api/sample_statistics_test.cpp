@@ -216,6 +216,60 @@ TEST(RobustStatistics, RefuseWhatTheyCannotUse) {
         kOzkCodeNull);
 }
 
+// Two columns of which the second follows the first and has holes at the end, where the first is large: its mean has
+// a closed form, and the copies keep to it.
+TEST(SampleStatistics, MissingValuesAreEstimatedAndDrawn) {
+    std::mt19937 random(3);
+    std::normal_distribution<double> noise;
+    constexpr size_t kRows = 400, kObserved = 300;
+    std::vector<double> x, columns(2 * kRows);
+    for (size_t j = 0; j < kRows; ++j) {
+        x.push_back(0.01 * static_cast<double>(j));
+        x.push_back(j < kObserved ? 3 + 2 * x[2 * j] + 0.1 * noise(random) : NAN);
+    }
+    for (size_t k = 0; k < x.size(); ++k) columns[k % 2 * kRows + k / 2] = x[k];
+    double mx = 0, my = 0, xx = 0, xy = 0;
+    for (size_t j = 0; j < kObserved; ++j) mx += x[2 * j] / kObserved, my += x[2 * j + 1] / kObserved;
+    for (size_t j = 0; j < kObserved; ++j) {
+        xx += (x[2 * j] - mx) * (x[2 * j] - mx);
+        xy += (x[2 * j] - mx) * (x[2 * j + 1] - my);
+    }
+    const double closed = my + xy / xx * (1.995 - mx);
+    const auto estimate = ozk::incomplete_covariance(x, 2);
+    EXPECT_NEAR(estimate.mean[0], 1.995, 1e-12);
+    EXPECT_NEAR(estimate.mean[1], closed, 1e-6);
+    EXPECT_NEAR(estimate.covariance(0, 1) / estimate.covariance(0, 0), xy / xx, 1e-6);
+    EXPECT_EQ(estimate.covariance(1, 0), estimate.covariance(0, 1));
+
+    const auto copies = ozk::impute(x, 2);
+    ASSERT_EQ(copies.size(), 5u);
+    for (const auto& copy : copies) {
+        double mean = 0;
+        for (size_t k = 0; k < x.size(); ++k) {
+            EXPECT_TRUE(copy[k] == x[k] || std::isnan(x[k]));
+            if (k % 2) mean += copy[k] / kRows;
+        }
+        EXPECT_NEAR(mean, closed, 0.03);  // some standard errors
+        EXPECT_NEAR(copy[2 * 399 + 1], 3 + 2 * 3.99, 0.6);
+    }
+    EXPECT_NE(copies[0], copies[1]);
+    EXPECT_EQ(ozk::impute(x, 2), copies);
+    const auto by_component = ozk::impute(columns, 2, ozk::Layout::by_component);
+    for (size_t k = 0; k < x.size(); ++k) EXPECT_EQ(by_component[4][k % 2 * kRows + k / 2], copies[4][k]);
+
+    const std::vector<double> whole = {1, 2, 4, 3, 1, 7};
+    EXPECT_EQ(ozk::impute(whole, 2, ozk::Layout::by_observation, {.copies = 2})[1], whole);
+    std::vector<double> bad = x;
+    bad[6] = INFINITY;
+    refused(kOzkStatsErrorObservations, [&] { ozk::impute(bad, 2); });
+    refused(kOzkStatsErrorObservationCount, [&] { ozk::incomplete_covariance(whole, 3); });
+    refused(kOzkCodeArgument, [&] { ozk::impute(x, 2, ozk::Layout::by_observation, {.copies = 0}); });
+    refused(kOzkCodeArgument, [&] { ozk::impute(x, 2, ozk::Layout::by_observation, {.iterations = -1}); });
+    refused(kOzkCodeArgument,
+            [&] { ozk::incomplete_covariance(x, 2, ozk::Layout::by_observation, {.accuracy = NAN}); });
+    refused(kOzkCodeSize, [&] { ozk::impute(x, 3); });
+}
+
 TEST(SampleStatistics, RefuseWhatTheyCannotUse) {
     const std::vector<double> x = {1, 2, 3, 4}, none, half = {0.5}, beyond = {0.5, 1.5}, negative = {1, -1};
     const auto bad_layout = static_cast<ozk::Layout>(7);

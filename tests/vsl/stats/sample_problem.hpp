@@ -43,6 +43,7 @@ struct Kernels;
         static constexpr auto distances = _vsl##letter##SSMahDistance;                  \
         static constexpr auto test_rank = __vsl##letter##TestCovRank;                   \
         static constexpr auto invert = __vsl##letter##InvCov;                           \
+        static constexpr auto missing_values = _vsl##letter##SSMissingValues;           \
         static constexpr auto quicksort = __vsl##letter##QSort;                         \
         static constexpr auto quicksort_step = __vsl##letter##QSortStep;                \
         static constexpr auto quickselect = __vsl##letter##QSortSelect;                 \
