@@ -148,7 +148,7 @@ void eigen_outliers(Points& v) {
 
 std::vector<Case> robust_statistics_cases() {
     std::vector<Case> all;
-    for (const auto [p, n] : {std::pair<int64_t, int64_t>{5, 1000}, {10, 100'000}, {50, 5000}}) {
+    for (const auto& [p, n] : {std::pair<int64_t, int64_t>{5, 1000}, {10, 100'000}, {50, 5000}}) {
         const auto points = std::make_shared<Points>(p, n);
         const std::string size = "p=" + std::to_string(p) + " n=" + std::to_string(n);
         const double values = static_cast<double>(p * n);
