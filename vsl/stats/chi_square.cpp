@@ -25,7 +25,7 @@ namespace {
 using Extended = long double;
 
 constexpr Extended kEpsilon = std::numeric_limits<Extended>::epsilon();
-constexpr Extended kIntegralFrom = 2000;
+constexpr Extended kIntegralFrom = 1e5L;  // where the two take as long as the integral
 constexpr Extended kSmallStep = 0.5L;  // of relative steps, up to which logarithms are taken by their series
 constexpr Extended kTwoPi = 6.283185307179586476925286766559L;
 
@@ -87,7 +87,7 @@ Extended fraction(Extended a, Extended y) {
 // P (up false) or Q of y on their side of a, over the density at y: the integral of exp(-f(s)) / y * a over the
 // steps s away from y, where f is the rise of the density's exponent, (a - 1) u - ... with u = s / y.
 Extended integral(Extended a, Extended y, bool up) {
-    const GaussLegendre<Extended> rule;
+    static const GaussLegendre<Extended> rule;
     const Extended side = up ? 1 : -1, deviation = std::sqrt(a);
     const Extended slope = std::fabs(y - (a - 1)) / y;  // of f at 0, per step
     const Extended part = std::fmin(deviation, 4 / slope);

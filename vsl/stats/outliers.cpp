@@ -103,7 +103,8 @@ struct Subset {
 
 // The distance up to which points belong to the next subset, squared.
 double cutoff(int64_t n, int64_t p, int64_t size, double quantile) {
-    const double h = static_cast<double>((n + p + 1) / 2), r = static_cast<double>(size);
+    const int64_t majority = (n + p + 1) / 2;
+    const double h = static_cast<double>(majority), r = static_cast<double>(size);
     const double c = std::fmax(0, (h - r) / (h + r)) + 1 +
                      static_cast<double>(p + 1) / static_cast<double>(n - p) +
                      2 / static_cast<double>(n - 1 - 3 * p);

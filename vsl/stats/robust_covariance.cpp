@@ -84,7 +84,8 @@ struct RobustRequest {
         if (given == nullptr || count != kParameters) return;
         // A breakdown point that is none is the most robust one.
         if (given[0] > 0 && given[0] < most) parameters.breakdown = static_cast<double>(given[0]);
-        if (given[1] > 0 && given[1] < 1) parameters.rejection = static_cast<double>(given[1]);
+        const double rejection = static_cast<double>(given[1]);
+        if (rejection > 0 && rejection < 1) parameters.rejection = rejection;
         if (given[2] > 0) parameters.accuracy = static_cast<double>(given[2]);
         if (given[3] >= 0)
             parameters.most_steps = given[3] < Real(1 << 30) ? static_cast<int64_t>(given[3]) : 1 << 30;
