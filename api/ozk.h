@@ -344,6 +344,26 @@ OZK_API ozk_status ozk_d_beta(ozk_stream* stream, int64_t n, double* r, double p
 OZK_API ozk_status ozk_s_chi_square(ozk_stream* stream, int64_t n, float* r, int32_t degrees);
 OZK_API ozk_status ozk_d_chi_square(ozk_stream* stream, int64_t n, double* r, int32_t degrees);
 
+enum ozk_poisson_method {
+    kOzkPtpe = 0,                 /* rejection with the least hat: Schmeiser and Kachitvichyanukul */
+    kOzkTransformedRejection = 1, /* Hoermann */
+    kOzkRatioOfUniforms = 2,      /* Stadlober */
+    kOzkPoissonInverse = 3        /* the inverse distribution function of one uniform */
+};
+/* n integers of a distribution each; the sequences do not depend on how they are cut into calls.
+ * poisson            P(X = k) = exp(-mean) mean^k / k!, 0 < mean <= 2.1e9
+ * poisson_each       r[i] with the mean means[i], by the inverse distribution function
+ * negative_binomial  the failures before that success, of real number > 0, of trials that succeed with
+ *                    0 < probability < 1; what is more than 2^31 - 1 is given as that
+ * multinomial        n vectors, row after row: how often each outcome comes in `trials` >= 0 trials; probabilities
+ *                    >= 0 of sum 1, from which rounding may take them by 1e-4 */
+OZK_API ozk_status ozk_i_poisson(ozk_stream* stream, int64_t n, int32_t* r, double mean, int32_t method);
+OZK_API ozk_status ozk_i_poisson_each(ozk_stream* stream, int64_t n, int32_t* r, const double* means);
+OZK_API ozk_status ozk_i_negative_binomial(ozk_stream* stream, int64_t n, int32_t* r, double successes,
+                                           double probability);
+OZK_API ozk_status ozk_i_multinomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials,
+                                     int64_t outcomes, const double* probabilities);
+
 enum ozk_factor_storage {
     kOzkFactorFull = 0,    /* dimension rows of dimension; what is above the diagonal is not read */
     kOzkFactorPacked = 1,  /* the rows of the lower triangle, one after the other */
@@ -462,6 +482,46 @@ OZK_API ozk_status ozk_d_partial_covariance(int64_t p, const double* covariance,
 /* The valid correlation matrix next to `correlation`, which may have negative eigenvalues, in the construction of
  * Rebonato and Jaeckel (1999); p rows of p. The result may be the input. */
 OZK_API ozk_status ozk_d_valid_correlation(int64_t p, const double* correlation, double* valid);
+
+/* Mean and covariance of the bulk of the data: an S-estimator (Rocke 1996), which stays near them whatever less than
+ * the share `breakdown` of the observations is. n > 2 p; values that are not finite are as far as values can be. */
+typedef struct ozk_robust_options {
+    double breakdown; /* in (0, 0.5]; no more than (n - p) / (2 n) of it can be had. 0.5 */
+    double rejection; /* in (0, 1): the share of clean normal observations to leave out. 0.001 */
+    double
+        accuracy; /* above 0: of the steps' changes, relative to the deviations, that end the iteration. 0.001 */
+    int64_t iterations; /* at most; at least 0. 100 */
+} ozk_robust_options;
+/* options null: the values at the end of the lines above. mean[p], covariance[p * p]. The status is ozk_stats.h's
+ * -4033 when there are no p dimensions in the bulk of the data. */
+OZK_API ozk_status ozk_d_robust_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                           const ozk_robust_options* options, double* mean,
+                                           double* covariance);
+/* To weights[n]: 0 for each outlier, 1 for the others (Billor, Hadi and Velleman 2000: BACON, from the medians).
+ * n >= 5 p; clean normal data have any outlier at all with the chance `significance`, in [0, 1]. A value that is not
+ * finite makes an outlier. The status is -4033 as above. */
+OZK_API ozk_status ozk_d_outlier_weights(int64_t p, int64_t n, const double* x, int32_t layout,
+                                         double significance, double* weights);
+/* sqrt((x_j - mean)' covariance^-1 (x_j - mean)) to distances[n]; covariance: p rows of p, of which the lower triangle
+ * is read. The status is -4033 when it is not positive definite. */
+OZK_API ozk_status ozk_d_mahalanobis(int64_t p, int64_t n, const double* x, int32_t layout,
+                                     const double* mean, const double* covariance, double* distances);
+
+/* Observations of a multivariate normal distribution of which values are missing, at random: NaN marks them. Mean and
+ * covariance (of divisor n) of greatest likelihood, by at most em_iterations steps of EM, fewer when none moves a
+ * standardised parameter by more than `accuracy` >= 0 (Dempster, Laird and Rubin 1977). An observation without values
+ * is left out; every component has a value, and more than p observations have one. The status is ozk_stats.h's -4033
+ * when components depend on one another. covariance holds p rows of p. */
+OZK_API ozk_status ozk_d_incomplete_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                               int64_t em_iterations, double accuracy, double* mean,
+                                               double* covariance);
+/* `copies` >= 1 times x with its missing values drawn, one copy behind the other in the layout of x: multiple
+ * imputation by data augmentation (Schafer 1997) under the noninformative prior. Each copy starts from the estimate
+ * above and takes `iterations` >= 0 steps, which should outlast what a value tells of the next; with 0 the estimate
+ * counts as known. Analyse each copy by itself: the mean of the copies' results is the result, and their differences
+ * tell what the missing values leave open. Repeats, whatever the number of threads. */
+OZK_API ozk_status ozk_d_impute(int64_t p, int64_t n, const double* x, int32_t layout, int64_t em_iterations,
+                                double accuracy, int64_t iterations, int64_t copies, double* completed);
 
 /* Quantiles of data that arrive in portions, with guaranteed rank error: the answer to order q is a value whose
  * rank among the N values so far is within epsilon N of q N, in whatever order they come; exact up to

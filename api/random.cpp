@@ -71,6 +71,10 @@ OZK_INTEGERS(bernoulli, Bernoulli);
 OZK_INTEGERS(geometric, Geometric);
 OZK_INTEGERS(binomial, Binomial);
 OZK_INTEGERS(hypergeometric, Hypergeometric);
+OZK_INTEGERS(poisson, Poisson);
+OZK_INTEGERS(poisson_each, PoissonV);
+OZK_INTEGERS(negative_binomial, Negbinomial);
+OZK_INTEGERS(multinomial, Multinomial);
 
 // How streams for several workers are made from one seed.
 enum class Division {
@@ -229,6 +233,9 @@ ozk_status gaussian_vectors(const char* function, ozk_stream* stream, int64_t n,
 }
 
 constexpr int32_t kClamped = int32_t{kOzkVslUniformStandard} | int32_t{kOzkVslMethodAccurate};
+// Checked here for all numbers, since the kernel sees them piece after piece.
+bool is_poisson_mean(double mean) { return mean > 0 && mean <= 2.1e9; }
+
 constexpr const char* kInterval = "The interval is empty or not finite: pass finite a < b.";
 
 }  // namespace
@@ -503,4 +510,47 @@ ozk_status ozk_i_hypergeometric(ozk_stream* stream, int64_t n, int32_t* r, int32
         "ozk_i_hypergeometric", hypergeometric_kernels, kOzkVslRejection, stream, n, r,
         "The parameters are out of range: pass size >= 0, and drawn and marked from 0 to size.", size, drawn,
         marked);
+}
+
+ozk_status ozk_i_poisson(ozk_stream* stream, int64_t n, int32_t* r, double mean, int32_t method) {
+    return distribution(
+        "ozk_i_poisson", poisson_kernels, method, stream, n, r,
+        "The parameters are out of range: pass 0 < mean <= 2.1e9 and one of the four methods.", mean);
+}
+
+ozk_status ozk_i_poisson_each(ozk_stream* stream, int64_t n, int32_t* r, const double* means) {
+    return draw("ozk_i_poisson_each", stream, n, r,
+                n <= 0 || (means != nullptr && std::all_of(means, means + n, is_poisson_mean)),
+                "The means are null or one is out of range: pass 0 < mean <= 2.1e9 for each number.",
+                [=](auto* s, int32_t count, int32_t* out) {
+                    return poisson_each_kernels.kernel(int32_t{kOzkVslInverse}, s, count, out,
+                                                       means + (out - r));
+                });
+}
+
+ozk_status ozk_i_negative_binomial(ozk_stream* stream, int64_t n, int32_t* r, double successes,
+                                   double probability) {
+    return distribution("ozk_i_negative_binomial", negative_binomial_kernels, kOzkVslInverse, stream, n, r,
+                        "The parameters are out of range: pass successes > 0 and 0 < probability < 1.",
+                        successes, probability);
+}
+
+ozk_status ozk_i_multinomial(ozk_stream* stream, int64_t n, int32_t* r, int32_t trials, int64_t outcomes,
+                             const double* probabilities) {
+    return guarded(kOzkRandom, "ozk_i_multinomial", [&] {
+        require_stream(stream);
+        require(n >= 0, kOzkCodeSize, "The number of vectors is negative.");
+        require(outcomes > 0 && outcomes <= INT32_MAX, kOzkCodeSize,
+                "The number of outcomes is below 1 or above 2^31 - 1.");
+        require((r != nullptr || n == 0) && probabilities != nullptr, kOzkCodeNull,
+                "An array is null: pass the results and the probabilities.");
+        for (int64_t first = 0; first < std::max(n, int64_t{1}); first += kPiece) {
+            const int32_t status = multinomial_kernels.kernel(
+                int32_t{kOzkVslInverse}, record(stream), static_cast<int32_t>(std::min(kPiece, n - first)),
+                r + first * outcomes, trials, static_cast<int32_t>(outcomes), probabilities);
+            require(status != kOzkVslErrorBadArguments, kOzkCodeArgument,
+                    "The parameters are out of range: pass trials >= 0 and probabilities of sum 1.");
+            done(status);
+        }
+    });
 }

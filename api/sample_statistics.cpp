@@ -1,7 +1,9 @@
 // Statistics of one sample in one call, and quantiles of a stream.
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "api/kernel.hpp"
@@ -25,6 +27,11 @@ OZK_KERNEL(stream_quantiles, _vsldSSStreamQuantiles);
 OZK_KERNEL(pooled_covariance, _vsldSSPooledCovariance);
 OZK_KERNEL(partial_covariance, _vsldSSPartialCovariance);
 OZK_KERNEL(parametrize, _vsldSSCorrelationParametrization);
+OZK_KERNEL(robust_covariance, _vsldSSRobustCovariance);
+OZK_KERNEL(detect_outliers, _vsldSSOutliersDetection);
+OZK_KERNEL(invert_covariance, __vsldInvCov);
+OZK_KERNEL(square_distances, _vsldSSMahDistance);
+OZK_KERNEL(missing_values, _vsldSSMissingValues);
 
 constexpr int32_t kWideIntegers = 1;
 constexpr int64_t kMostComponents = int64_t{1} << 30;
@@ -274,6 +281,195 @@ ozk_status ozk_d_valid_correlation(int64_t p, const double* correlation, double*
         const TeamScope team;
         require_done(kOzkStatistics, parametrize(task.task, kOzkStatsParametrizedCorrelation,
                                                  uint32_t{kOzkStatsFast}, ozk_serv_threading()));
+    });
+}
+
+// ---- Robust estimates ---------------------------------------------------------------------------------
+
+ozk_status ozk_d_robust_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                   const ozk_robust_options* options, double* mean, double* covariance) {
+    return guarded(kOzkStatistics, "ozk_d_robust_covariance", [&] {
+        check_sample(p, n, x, layout);
+        require((n - 1) / 2 >= p, kOzkCodeSize,
+                "There are too few observations: pass more than two for each component.");
+        const ozk_robust_options given =
+            options != nullptr ? *options : ozk_robust_options{0.5, 0.001, 0.001, 100};
+        require(given.breakdown > 0 && given.breakdown <= 0.5, kOzkCodeArgument,
+                "The breakdown point is not in (0, 0.5]: pass 0.5 to withstand the most.");
+        require(given.rejection > 0 && given.rejection < 1, kOzkCodeArgument,
+                "The rejection probability is not in (0, 1): pass 0.001.");
+        require(given.accuracy > 0, kOzkCodeArgument, "The accuracy is not above 0: pass 0.001.");
+        require(given.iterations >= 0, kOzkCodeArgument, "The number of iterations is negative: pass 100.");
+        check_result(mean);
+        check_result(covariance);
+        const double parameters[] = {given.breakdown, given.rejection, given.accuracy,
+                                     static_cast<double>(given.iterations)};
+        const int64_t count = std::size(parameters);
+        Task task(p, n, x, layout);
+        task.set(kOzkStatsIdRobustParameters, parameters)
+            .set(kOzkStatsIdRobustParameterCount, &count)
+            .set(kOzkStatsIdRobustMean, mean)
+            .set(kOzkStatsIdRobustCovariance, covariance)
+            .set(kOzkStatsIdRobustCovarianceStorage, &task.full);
+        const TeamScope team;
+        require_done(kOzkStatistics,
+                     robust_covariance(task.task, kOzkStatsRobustCovariance,
+                                       uint32_t{kOzkStatsTranslatedBiweight}, ozk_serv_threading()));
+    });
+}
+
+ozk_status ozk_d_outlier_weights(int64_t p, int64_t n, const double* x, int32_t layout, double significance,
+                                 double* weights) {
+    return guarded(kOzkStatistics, "ozk_d_outlier_weights", [&] {
+        check_sample(p, n, x, layout);
+        require(n / 5 >= p, kOzkCodeSize,
+                "There are too few observations: pass at least five for each component.");
+        require(significance >= 0 && significance <= 1, kOzkCodeArgument,
+                "The significance level is not in [0, 1]: pass 0.05.");
+        check_result(weights);
+        const double parameters[] = {2, significance, 0.005};
+        const int64_t count = std::size(parameters);
+        Task task(p, n, x, layout);
+        task.set(kOzkStatsIdOutlierParameters, parameters)
+            .set(kOzkStatsIdOutlierParameterCount, &count)
+            .set(kOzkStatsIdOutlierWeights, weights);
+        const TeamScope team;
+        require_done(kOzkStatistics,
+                     detect_outliers(task.task, kOzkStatsOutliers, uint32_t{kOzkStatsOutlierDetection},
+                                     ozk_serv_threading()));
+    });
+}
+
+ozk_status ozk_d_mahalanobis(int64_t p, int64_t n, const double* x, int32_t layout, const double* mean,
+                             const double* covariance, double* distances) {
+    return guarded(kOzkStatistics, "ozk_d_mahalanobis", [&] {
+        check_sample(p, n, x, layout);
+        require(mean != nullptr && covariance != nullptr, kOzkCodeNull,
+                "The mean or the covariance is null: pass both.");
+        check_result(distances);
+        const size_t size = static_cast<size_t>(p);
+        std::vector<double> factor(size * size);
+        const auto copy_lower = [&](double* columns) {
+            for (size_t k = 0; k < size; ++k)
+                for (size_t i = k; i < size; ++i) columns[k * size + i] = covariance[i * size + k];
+        };
+        copy_lower(factor.data());
+        const TeamScope team;
+        // The closed forms of small inverses do not notice what is not positive definite.
+        int64_t info = 0;
+        ozk_lapack_dpotrf("L", &p, factor.data(), &p, &info, 1);
+        require_done(kOzkStatistics, info == 0 ? kOzkStatsOk : kOzkStatsErrorSingularCovariance);
+        // A failed inversion gives the matrix back by itself; this one has a factor already.
+        const std::unique_ptr<double, void (*)(void*)> inverse(
+            static_cast<double*>(ozk_serv_allocate(factor.size() * sizeof(double), 128)),
+            ozk_serv_deallocate);
+        require(inverse != nullptr, kOzkCodeMemory, "There is not enough memory.");
+        copy_lower(inverse.get());
+        require_done(kOzkStatistics, invert_covariance(p, inverse.get()));
+
+        Task task(p, n, x, layout);
+        int64_t sizes[] = {n, layout == kOzkByComponent ? n : p};
+        for (int which = 0; which < 2; ++which) task.task->distance_sizes[which] = sizes + which;
+        task.task->distance_centre = const_cast<double*>(mean);
+        task.task->distance_inverse_covariance = inverse.get();
+        task.task->distances = distances;
+        require_done(kOzkStatistics,
+                     square_distances(task.task, uint64_t{0}, uint32_t{0}, ozk_serv_threading()));
+        for (int64_t j = 0; j < n; ++j) distances[j] = std::sqrt(distances[j] < 0 ? 0 : distances[j]);
+    });
+}
+
+// ---- Missing values -----------------------------------------------------------------------------------
+
+namespace ozk::api {
+namespace {
+
+void check_steps(int64_t em_iterations, double accuracy) {
+    require(em_iterations >= 0 && em_iterations <= INT32_MAX, kOzkCodeArgument,
+            "The number of EM iterations is negative or too large: pass 1000.");
+    require(accuracy >= 0, kOzkCodeArgument, "The accuracy is negative or no number: pass 1e-8.");
+}
+
+// The parameters of the estimator, and the values that it counts as missing.
+struct MissingValueParameters {
+    const int64_t count = 5;
+    double values[5];
+
+    MissingValueParameters(int64_t p, int64_t n, const double* x, int64_t em_iterations, double accuracy,
+                           int64_t iterations, int64_t copies)
+        : values{static_cast<double>(em_iterations), static_cast<double>(iterations), accuracy,
+                 static_cast<double>(copies),
+                 static_cast<double>(std::count_if(x, x + p * n, [](double v) { return std::isnan(v); }))} {}
+    int64_t missing() const { return static_cast<int64_t>(values[4]); }
+    void give(Task& task) const {
+        task.set(kOzkStatsIdMissingParameters, values).set(kOzkStatsIdMissingParameterCount, &count);
+    }
+};
+
+void run_missing_values(const Task& task) {
+    const TeamScope team;
+    require_done(kOzkStatistics,
+                 missing_values(task.task, kOzkStatsMissingValues, uint32_t{0}, ozk_serv_threading()));
+}
+
+}  // namespace
+}  // namespace ozk::api
+
+ozk_status ozk_d_incomplete_covariance(int64_t p, int64_t n, const double* x, int32_t layout,
+                                       int64_t em_iterations, double accuracy, double* mean,
+                                       double* covariance) {
+    return guarded(kOzkStatistics, "ozk_d_incomplete_covariance", [&] {
+        check_sample(p, n, x, layout);
+        check_steps(em_iterations, accuracy);
+        check_result(mean);
+        check_result(covariance);
+        const MissingValueParameters parameters(p, n, x, em_iterations, accuracy, 0, 1);
+        const int64_t size = p + p * (p + 1) / 2;
+        std::vector<double> estimate(static_cast<size_t>(size));
+        Task task(p, n, x, layout);
+        parameters.give(task);
+        task.set(kOzkStatsIdEstimates, estimate.data()).set(kOzkStatsIdEstimateCount, &size);
+        run_missing_values(task);
+        std::copy_n(estimate.data(), p, mean);
+        const double* from = estimate.data() + p;
+        for (int64_t i = 0; i < p; ++i)
+            for (int64_t k = i; k < p; ++k) covariance[i * p + k] = covariance[k * p + i] = *from++;
+    });
+}
+
+ozk_status ozk_d_impute(int64_t p, int64_t n, const double* x, int32_t layout, int64_t em_iterations,
+                        double accuracy, int64_t iterations, int64_t copies, double* completed) {
+    return guarded(kOzkStatistics, "ozk_d_impute", [&] {
+        check_sample(p, n, x, layout);
+        check_steps(em_iterations, accuracy);
+        require(iterations >= 0 && iterations <= INT32_MAX, kOzkCodeArgument,
+                "The number of iterations is negative or too large: pass 100.");
+        require(copies >= 1 && copies <= INT32_MAX, kOzkCodeArgument,
+                "There is no copy, or there are too many: pass 5.");
+        check_result(completed);
+        const MissingValueParameters parameters(p, n, x, em_iterations, accuracy, iterations, copies);
+        const int64_t missing = parameters.missing();
+        int64_t values;
+        require(!__builtin_mul_overflow(copies, missing, &values), kOzkCodeSize,
+                "There are more copies than memory holds: pass fewer.");
+        if (missing > 0) {
+            std::vector<double> sets(static_cast<size_t>(values));
+            Task task(p, n, x, layout);
+            parameters.give(task);
+            task.set(kOzkStatsIdSimulatedSets, sets.data()).set(kOzkStatsIdSimulatedSetCount, &values);
+            run_missing_values(task);
+            // The sets go by observations.
+            const bool by_component = layout == kOzkByComponent;
+            const double* drawn = sets.data();
+            for (int64_t copy = 0; copy < copies; ++copy)
+                for (int64_t j = 0; j < n; ++j)
+                    for (int64_t i = 0; i < p; ++i) {
+                        const int64_t at = by_component ? i * n + j : j * p + i;
+                        completed[copy * n * p + at] = std::isnan(x[at]) ? *drawn++ : x[at];
+                    }
+        } else {
+            for (int64_t copy = 0; copy < copies; ++copy) std::copy_n(x, n * p, completed + copy * n * p);
+        }
     });
 }
 

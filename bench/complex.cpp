@@ -21,6 +21,13 @@ namespace {
 
 constexpr int kElements = 1024, kStride = 3;
 
+// kStride, which the compiler doesn't know, as it doesn't know that of a call.
+int unknown_stride() {
+    int stride = kStride;
+    asm volatile("" : "+r"(stride));
+    return stride;
+}
+
 template <class T>
 using Complex = std::complex<T>;
 
@@ -210,7 +217,8 @@ class Packs {
                 reinterpret_cast<Step*>(k)(kElements, d.a.data(), kStride, d.r.data(), 1);
             },
             [](Data& d) {
-                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[i * kStride];
+                const int stride = unknown_stride();
+                for (int i = 0; i < kElements; ++i) d.r[i] = d.a[i * stride];
             });
         pack_case(
             "PackV",
@@ -235,7 +243,8 @@ class Packs {
                 reinterpret_cast<Back*>(k)(kElements, d.a.data(), d.r.data(), kStride, 1);
             },
             [](Data& d) {
-                for (int i = 0; i < kElements; ++i) d.r[i * kStride] = d.a[i];
+                const int stride = unknown_stride();
+                for (int i = 0; i < kElements; ++i) d.r[i * stride] = d.a[i];
             });
         pack_case(
             "UnpackV",
@@ -318,8 +327,7 @@ void add_strided(std::vector<Case>& all) {
                        }}};
         }
         c.peers = {{"scalar loop", [plain, data] {
-                        int stride = kStride;  // unknown to the compiler, as a call's is
-                        asm volatile("" : "+r"(stride));
+                        const int stride = unknown_stride();
                         for (int i = 0; i < kElements; ++i)
                             data->r[i * stride] = plain(data->a[i * stride], data->b[i * stride]);
                         keep(data->r.data());

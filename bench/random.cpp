@@ -5,6 +5,7 @@
 #include <gsl/gsl_randist.h>
 #include <gsl/gsl_rng.h>
 
+#include <Eigen/Dense>
 #include <cmath>
 #include <functional>
 #include <memory>
@@ -260,6 +261,129 @@ std::vector<Case> integer_cases() {
     return all;
 }
 
+// Numbers of events.
+std::vector<Case> count_cases() {
+    std::vector<Case> all;
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 5.0>>(
+        "poisson 5", std::poisson_distribution<int32_t>(5), OZK_OURS(i, int32_t, Poisson, 5)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 27.0>>(
+        "poisson 27", std::poisson_distribution<int32_t>(27), OZK_OURS(i, int32_t, Poisson, 27)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_poisson, 1000.0>>(
+        "poisson 1000", std::poisson_distribution<int32_t>(1000), OZK_OURS(i, int32_t, Poisson, 1000)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_negative_binomial, 0.3, 5.0>>(
+        "negative binomial 5 0.3", std::negative_binomial_distribution<int32_t>(5, 0.3),
+        OZK_OURS(i, int32_t, Negbinomial, 5, 0.3)));
+    all.push_back(distribution_case<int32_t, gsl_integer<gsl_ran_negative_binomial, 0.003, 5.0>>(
+        "negative binomial 5 0.003", std::negative_binomial_distribution<int32_t>(5, 0.003),
+        OZK_OURS(i, int32_t, Negbinomial, 5, 0.003)));
+    return all;
+}
+
+// Poisson numbers of a mean each, from 5 to 2005.
+Case means_case() {
+    const auto stream = make_stream(kOzkVslMt19937);
+    const auto draw = kernel<decltype(_vsliRngPoissonV)>("_vsliRngPoissonV");
+    const auto means = std::make_shared<std::vector<double>>(kLong);
+    for (size_t i = 0; i < kLong; ++i) (*means)[i] = 5 + double(i * 7919 % 2000);
+    Case c{"random/poisson of a mean each", double{kLong}, {}, {}};
+    if (stream && draw) {
+        c.ours.push_back({"ours", [=, r = std::make_shared<std::vector<int32_t>>(kLong)] {
+                              draw(kOzkVslInverse, stream.get(), kLong, r->data(), means->data());
+                              keep(r->data());
+                          }});
+    }
+    const std::shared_ptr<gsl_rng> generator(gsl_rng_alloc(gsl_rng_taus2), gsl_rng_free);
+    c.peers.push_back(one_by_one("GSL taus2", kLong, [=, i = size_t{0}]() mutable {
+        return gsl_ran_poisson(generator.get(), (*means)[i++ % kLong]);
+    }));
+    c.peers.push_back(
+        one_by_one("std mt19937_64", kLong, [=, engine = std::mt19937_64(kSeed), i = size_t{0}]() mutable {
+            return std::poisson_distribution<int32_t>((*means)[i++ % kLong])(engine);
+        }));
+    return c;
+}
+
+// Vectors of five counts of 100 trials.
+Case multinomial_case() {
+    constexpr int kOutcomes = 5, kVectors = kLong / kOutcomes, kTrials = 100;
+    const auto stream = make_stream(kOzkVslMt19937);
+    const auto draw = kernel<decltype(_vsliRngMultinomial)>("_vsliRngMultinomial");
+    static const double p[kOutcomes] = {0.1, 0.3, 0.2, 0.15, 0.25};
+    Case c{"random/multinomial 100 of 5", double{kLong}, {}, {}};
+    if (stream && draw) {
+        c.ours.push_back({"ours", [=, r = std::make_shared<std::vector<int32_t>>(kLong)] {
+                              draw(kOzkVslInverse, stream.get(), kVectors, r->data(), kTrials, kOutcomes, p);
+                              keep(r->data());
+                          }});
+    }
+    for (const auto& [name, type] :
+         {std::pair("GSL taus2", gsl_rng_taus2), {"GSL mt19937", gsl_rng_mt19937}}) {
+        const std::shared_ptr<gsl_rng> generator(gsl_rng_alloc(type), gsl_rng_free);
+        c.peers.push_back({name, [=, r = std::make_shared<std::vector<unsigned>>(kLong)] {
+                               for (size_t i = 0; i < kLong; i += kOutcomes) {
+                                   gsl_ran_multinomial(generator.get(), kOutcomes, kTrials, p, &(*r)[i]);
+                               }
+                               keep(r->data());
+                           }});
+    }
+    return c;
+}
+
+// Normal vectors with a whole factor of the covariance; the peers' normal numbers are their fastest.
+Case vectors_case(int dimension) {
+    using Matrix = Eigen::MatrixXd;
+    const int vectors = kLong / dimension, numbers = vectors * dimension;
+    Matrix factor = Matrix::Identity(dimension, dimension);
+    for (int i = 0; i < dimension; ++i) {
+        for (int j = 0; j < i; ++j) factor(i, j) = 0.5 / (1 + i - j);
+    }
+    const Matrix by_rows = factor.transpose();
+    const auto rows = std::make_shared<std::vector<double>>(by_rows.data(), by_rows.data() + by_rows.size());
+    const auto mean = std::make_shared<std::vector<double>>(dimension, 1.0);
+    Case c{"random/gaussian vectors of " + std::to_string(dimension), double(numbers), {}, {}};
+    const auto r = std::make_shared<std::vector<double>>(numbers);
+
+    const auto stream = make_stream(kOzkVslMt19937);
+    const auto draw = kernel<decltype(_vsldRngGaussianMV)>("_vsldRngGaussianMV");
+    if (stream && draw) {
+        c.ours.push_back({"ours", [=] {
+                              draw(kOzkVslGaussianInverse, stream.get(), vectors, r->data(), dimension,
+                                   kOzkVslFactorFull, mean->data(), rows->data());
+                              keep(r->data());
+                          }});
+    }
+    const std::shared_ptr<gsl_rng> generator(gsl_rng_alloc(gsl_rng_taus2), gsl_rng_free);
+    c.peers.push_back(
+        {"GSL taus2", [=] {
+             const auto mu = gsl_vector_const_view_array(mean->data(), mean->size());
+             const auto l = gsl_matrix_const_view_array(rows->data(), mean->size(), mean->size());
+             for (size_t i = 0; i < r->size(); i += mean->size()) {
+                 auto one = gsl_vector_view_array(&(*r)[i], mean->size());
+                 gsl_ran_multivariate_gaussian(generator.get(), &mu.vector, &l.matrix, &one.vector);
+             }
+             keep(r->data());
+         }});
+    c.peers.push_back({"Eigen, GSL taus2 ziggurat", [=] {
+                           for (double& x : *r) x = ziggurat(generator.get());
+                           Eigen::Map<Matrix> z(r->data(), dimension, vectors);
+                           z = factor.triangularView<Eigen::Lower>() * z;
+                           z.array() += 1;
+                           keep(r->data());
+                       }});
+    c.peers.push_back({"a loop, GSL taus2 ziggurat", [=] {
+                           for (double* x = r->data(); x != r->data() + numbers; x += dimension) {
+                               for (int i = 0; i < dimension; ++i) x[i] = ziggurat(generator.get());
+                               for (int i = dimension - 1; i >= 0; --i) {
+                                   double sum = (*mean)[i];
+                                   for (int j = 0; j <= i; ++j) sum += (*rows)[i * dimension + j] * x[j];
+                                   x[i] = sum;
+                               }
+                           }
+                           keep(r->data());
+                       }});
+    return c;
+}
+
 Case gaussian_case(const char* name, int32_t method) {
     return {std::string("random/gaussian/") + name,
             kLong,
@@ -344,6 +468,10 @@ std::vector<Case> cases() {
     OZK_DISTRIBUTIONS(all, d, double);
     OZK_DISTRIBUTIONS(all, s, float);
     for (Case& c : integer_cases()) all.push_back(std::move(c));
+    for (int dimension : {3, 10}) all.push_back(vectors_case(dimension));
+    for (Case& c : count_cases()) all.push_back(std::move(c));
+    all.push_back(means_case());
+    all.push_back(multinomial_case());
     return all;
 }
 

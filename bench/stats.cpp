@@ -1,5 +1,5 @@
 // Summary statistics on one thread: means and variances, moments and covariances of p components; and the cases of
-// bench/order_statistics.cpp.
+// bench/order_statistics.cpp, bench/robust_statistics.cpp and bench/missing_values.cpp.
 
 #include <gsl/gsl_statistics_double.h>
 
@@ -9,7 +9,9 @@
 #include <random>
 
 #include "bench/driver.hpp"
+#include "bench/missing_values.hpp"
 #include "bench/order_statistics.hpp"
+#include "bench/robust_statistics.hpp"
 #include "ozk_core.h"
 #include "ozk_stats.h"
 
@@ -169,11 +171,20 @@ std::vector<Case> cases() {
         kOzkStatsMean | kOzkStatsCentralMoment2 | kOzkStatsCentralMoment3 | kOzkStatsCentralMoment4;
     const uint64_t covariance = kOzkStatsMean | kOzkStatsCovariance;
     const auto long_vector = std::make_shared<Data>(1, 5'000'000), ten = std::make_shared<Data>(10, 10'000);
-    const auto hundred = std::make_shared<Data>(100, 2'000);
+    const auto hundred = std::make_shared<Data>(100, 2'000), million = std::make_shared<Data>(1, 1'000'000);
     std::vector<Case> all = {
         variance_case("p=1 n=1000", 1, 1000),
         variance_case("p=10 n=10000", 10, 10'000),
         variance_case("p=1 n=5000000", 1, 5'000'000),
+        {"stats/variance against memory/p=1 n=1000000",
+         1e6,
+         ours(million, kOzkStatsMean | kOzkStatsCentralMoment2),
+         {contender("Eigen, plain sum", million, eigen_sum)}},
+        {"stats/moments to order 4 against variance/p=1 n=1000000",
+         1e6,
+         ours(million, moments),
+         {contender("Eigen, plain sum", million, eigen_sum),
+          {"our variance", ours(million, kOzkStatsMean | kOzkStatsCentralMoment2).front().run}}},
         {"stats/mean against memory/p=1 n=5000000",
          5e6,
          ours(long_vector, kOzkStatsMean),
@@ -193,6 +204,8 @@ std::vector<Case> cases() {
          {contender("Eigen", hundred, eigen_covariance), contender("dsyrk alone", hundred, rank_k_update)}},
     };
     for (Case& c : order_statistics_cases()) all.push_back(std::move(c));
+    for (Case& c : robust_statistics_cases()) all.push_back(std::move(c));
+    for (Case& c : missing_values_cases()) all.push_back(std::move(c));
     return all;
 }
 

@@ -42,3 +42,8 @@ add_executable(ozk_random tools/random/ozk_random.cpp)
 set_target_properties(ozk_random PROPERTIES OUTPUT_NAME ozk-random)
 target_link_libraries(ozk_random PRIVATE ozk_options ozk_core CLI11::CLI11)
 add_dependencies(ozk_random ozk_vml_mc3)
+
+# The pictures of docs/random.md.
+add_executable(ozk_distribution_pictures tools/pictures/distributions.cpp)
+target_link_libraries(ozk_distribution_pictures PRIVATE ozk_options ozk_core fmt::fmt)
+add_dependencies(ozk_distribution_pictures ozk_vml_mc3)

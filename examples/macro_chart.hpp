@@ -15,7 +15,7 @@
 namespace macro_chart {
 
 inline svg_chart::Figure figure(const Options& options, const us_macro::History& history,
-                                const Fans& months) {
+                                const Outlying& outlying, const Fans& months) {
     // Eight years: more would press the fan to the edge.
     constexpr size_t kShownQuarters = 33;
     const size_t shown = std::min(history.quarters(), kShownQuarters);
@@ -35,6 +35,7 @@ inline svg_chart::Figure figure(const Options& options, const us_macro::History&
         "Growth is drawn as normal and independent from quarter to quarter,",
         "which real economies are not: an illustration, not a forecast.",
     };
+    figure.mark_label = "quarter whose growth is an outlier";
     figure.source = "Data: Federal Reserve Economic Data and Bureau of Labor Statistics, public domain.";
     for (size_t s = 0; s < us_macro::kCount; ++s) {
         const auto line = [&](size_t k) {
@@ -45,6 +46,13 @@ inline svg_chart::Figure figure(const Options& options, const us_macro::History&
         for (size_t back = shown; back-- > 0;) {
             panel.history_time.push_back(last_month - 3.0 * static_cast<double>(back));
             panel.history.push_back(history.level[s][history.quarters() - 1 - back]);
+        }
+        for (const size_t place : outlying.places) {
+            const size_t quarter = place + 1;  // of the level that the growth led to
+            if (quarter + shown < history.quarters()) continue;
+            panel.mark_time.push_back(last_month -
+                                      3.0 * static_cast<double>(history.quarters() - 1 - quarter));
+            panel.marks.push_back(history.level[s][quarter]);
         }
         panel.median = line(kMedian);
         for (size_t m = 0; m < panel.median.size(); ++m)

@@ -47,6 +47,12 @@ Summary summarise(const ozk::matrix& growth) {
     return {statistics.mean(), statistics.skewness(), statistics.covariance(), statistics.correlation()};
 }
 
+Outlying find_outlying(const ozk::matrix& growth) {
+    constexpr auto layout = ozk::Layout::by_component;
+    return {ozk::outliers(growth.values(), kCount, layout),
+            ozk::robust_covariance(growth.values(), kCount, layout).distances(growth.values(), layout)};
+}
+
 // Growth in a quarter is normal with the sample's mean and covariance, independent of other quarters: mean +
 // L z with independent standard normal z and covariance = L L'. Paths are drawn in blocks on several threads.
 // A block begins at a fixed place of the one sequence that the seed gives, so the paths do not depend on
@@ -159,6 +165,8 @@ void run(const Options& options) {
     const ozk::matrix growth = growth_rates(history);
     const Summary summary = summarise(growth);
     macro_report::print_history(options, history, growth, summary);
+    const Outlying outlying = find_outlying(growth);
+    macro_report::print_outlying(history, growth, outlying);
 
     Paths paths = simulate(summary, options);
     macro_report::print_simulation(options, summary, path_correlation(paths, options.quarters));
@@ -166,7 +174,7 @@ void run(const Options& options) {
     const Fans months = monthly_fans(quarterly_fans(history, paths, options.quarters));
     macro_report::print_fans(options, history, paths, months);
 
-    write_file(options.out, svg_chart::draw(macro_chart::figure(options, history, months)));
+    write_file(options.out, svg_chart::draw(macro_chart::figure(options, history, outlying, months)));
     fmt::print("\nThe fan chart is in {}\n", options.out);
 }
 

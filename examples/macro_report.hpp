@@ -49,6 +49,25 @@ inline void print_history(const Options& options, const us_macro::History& histo
     fmt::print("{}", correlation.text());
 }
 
+inline void print_outlying(const us_macro::History& history, const ozk::matrix& growth,
+                           const Outlying& outlying) {
+    fmt::print(
+        "\nOutlying quarters: {} of {} whose growth, percent per quarter, does not go with that of the "
+        "others;\n"
+        "distance: from the robust mean, in deviations of the robust covariance\n",
+        outlying.places.size(), growth.columns());
+    std::vector<std::string> header{"", "distance"};
+    for (const us_macro::Series& series : us_macro::kSeries) header.push_back(series.column);
+    TextTable table(header);
+    for (const size_t t : outlying.places) {
+        std::vector<std::string> row{calendar::name(history.first + static_cast<int>(t + 1)),
+                                     fmt::format("{:.1f}", outlying.distance[t])};
+        for (size_t s = 0; s < kCount; ++s) row.push_back(fmt::format("{:.2f}", 100 * growth(s, t)));
+        table.add(row);
+    }
+    fmt::print("{}", table.text());
+}
+
 // simulated: the correlation of growth over all quarters across the paths, which estimates the sample's.
 inline void print_simulation(const Options& options, const Summary& summary, const ozk::matrix& simulated) {
     double difference = 0;

@@ -24,6 +24,13 @@ struct Summary {
     ozk::matrix covariance, correlation;
 };
 
+// Quarters of growth that do not go with the others, by the five series together: their places in the growth, and
+// how far every quarter is from the robust mean, in the metric of the robust covariance.
+struct Outlying {
+    std::vector<size_t> places;
+    std::vector<double> distance;
+};
+
 // Growth since the last observation along simulated paths.
 class Paths {
   public:

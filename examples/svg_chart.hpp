@@ -26,6 +26,7 @@ struct Band {
 struct Panel {
     std::string title;
     std::vector<double> history_time, history;
+    std::vector<double> mark_time, marks;  // points of the history to mark, if any
     std::vector<double> fan_time, median;
     std::vector<Band> bands;  // from the widest to the narrowest, at most three
 };
@@ -35,6 +36,7 @@ struct Figure {
     std::vector<std::string> notes;  // lines below the legend
     std::string source;              // one line at the foot
     std::vector<Panel> panels;       // at least one; all with the same times and labels
+    std::string mark_label = {};     // what the marks say, where there are any
 };
 
 namespace detail {
@@ -49,6 +51,7 @@ constexpr const char* kInk = "#1b1f24";
 constexpr const char* kQuiet = "#5b6470";
 constexpr const char* kGrid = "#e6e9ed";
 constexpr const char* kMedian = "#08407e";
+constexpr const char* kMark = "#c2410c";
 constexpr std::array kBands{"#d3e4f3", "#9dc6e4", "#5b9fd0"};
 
 inline std::string escaped(std::string_view text) {
@@ -158,6 +161,13 @@ inline std::string end_labels(const Panel& panel, double x, const Scale& y) {
     return out;
 }
 
+inline std::string mark(double x, double y) {
+    return fmt::format(
+        "<circle class=\"mark\" cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"4.5\" fill=\"#ffffff\" stroke=\"{}\" "
+        "stroke-width=\"2\"/>\n",
+        x, y, kMark);
+}
+
 // What a browser shows while the pointer rests on a month of the fan.
 inline std::string tooltips(const Panel& panel, const Scale& x, double top, double bottom) {
     std::string out;
@@ -215,6 +225,7 @@ inline std::string draw_panel(const Panel& panel, std::string_view unit, double 
                 calendar::name(calendar::quarter_of(static_cast<int>(now))));
     out += curve("median", kMedian, points(x, y, panel.fan_time, panel.median));
     out += curve("history", kInk, points(x, y, panel.history_time, panel.history));
+    for (size_t k = 0; k < panel.marks.size(); ++k) out += mark(x(panel.mark_time[k]), y(panel.marks[k]));
     out += end_labels(panel, plot_right, y);
     out += tooltips(panel, x, plot_top, plot_bottom);
     return out + "</g>\n";
@@ -235,6 +246,7 @@ inline std::string draw_legend(const Figure& figure, double left, double top) {
         return line(left, y, left + kSwatch, y, fmt::format("stroke=\"{}\" stroke-width=\"2\"", colour));
     };
     row(stroke(kInk), "observed, quarterly");
+    if (!panel.marks.empty()) row(mark(left + kSwatch / 2, y), figure.mark_label);
     row(stroke(kMedian), "median of the simulated paths, monthly");
     for (size_t b = panel.bands.size(); b-- > 0;)
         row(fmt::format("<rect x=\"{:.1f}\" y=\"{:.1f}\" width=\"{}\" height=\"14\" fill=\"{}\"/>\n", left,

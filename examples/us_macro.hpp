@@ -32,8 +32,8 @@ struct History {
 
 // Throws csv::Error with the line at fault.
 inline History load(const std::string& file) {
-    // A covariance matrix of full rank needs more quarters of growth than series; statistics need some more.
-    constexpr size_t kFewestQuarters = 4 * kCount;
+    // The outlier detection needs five quarters of growth for each series.
+    constexpr size_t kFewestQuarters = 5 * kCount + 1;
     const csv::Table table = csv::read(file);
     std::vector<std::string_view> columns{"year", "quarter"};
     for (const Series& series : kSeries) columns.push_back(series.column);

@@ -58,7 +58,7 @@ enum {
     kOzkStatsErrorRobustMean = -4028,         /* The robust mean is missing. */
     kOzkStatsErrorMethod = -4029,             /* The method is not supported for the requested estimates. */
     kOzkStatsErrorTask = -4031,               /* The task is missing. */
-    kOzkStatsErrorObservations = -4032,       /* The observations are missing. */
+    kOzkStatsErrorObservations = -4032,       /* The observations are missing or infinite. */
     kOzkStatsErrorSingularCovariance = -4033, /* The covariance matrix is not of full rank. */
     kOzkStatsErrorPooledCovariance = -4034,   /* The pooled covariance matrix is missing. */
     kOzkStatsErrorPooledMean = -4035,         /* The pooled mean is missing. */
@@ -74,19 +74,20 @@ enum {
     kOzkStatsErrorPartialIndices = -4045,     /* The partial-covariance indices are missing. */
     kOzkStatsErrorPartialCovariance = -4046,  /* The partial covariance matrix is missing. */
     kOzkStatsErrorPartialCorrelation = -4047, /* The partial correlation matrix is missing. */
-    kOzkStatsErrorMissingParameters = -4048,  /* The missing-value parameters are missing. */
+    kOzkStatsErrorMissingParameters = -4048,  /* The missing-value parameters are missing or do not fit. */
     kOzkStatsErrorMissingParameterCount = -4049,      /* The number of missing-value parameters is missing. */
     kOzkStatsErrorMissingParameterCountValue = -4050, /* The number of missing-value parameters is not 5. */
-    kOzkStatsErrorInitialEstimateCount = -4052,       /* The number of initial estimates is missing. */
-    kOzkStatsErrorInitialEstimates = -4053,           /* The initial estimates are missing. */
-    kOzkStatsErrorSimulatedSets = -4054,              /* The array of simulated sets is missing. */
-    kOzkStatsErrorSimulatedSetCount = -4055,          /* The number of simulated sets is missing. */
-    kOzkStatsErrorEstimateCount = -4056,              /* The number of estimates is missing. */
-    kOzkStatsErrorEstimates = -4057,                  /* The array of estimates is missing. */
+    kOzkStatsErrorInitialEstimateCount =
+        -4052,                               /* The number of initial estimates is missing or does not fit. */
+    kOzkStatsErrorInitialEstimates = -4053,  /* The initial estimates are missing or not finite. */
+    kOzkStatsErrorSimulatedSets = -4054,     /* The array of simulated sets is missing. */
+    kOzkStatsErrorSimulatedSetCount = -4055, /* The number of simulated sets is missing or too small. */
+    kOzkStatsErrorEstimateCount = -4056,     /* The number of estimates is missing or too small. */
+    kOzkStatsErrorEstimates = -4057,         /* The array of estimates is missing. */
     kOzkStatsErrorNothingToSimulate =
         -4060, /* Neither estimates nor a non-zero number of simulated sets is given. */
-    kOzkStatsErrorPriorCount = -4061, /* The number of prior parameters is missing. */
-    kOzkStatsErrorPrior = -4062,      /* The prior parameters are missing. */
+    kOzkStatsErrorPriorCount = -4061, /* The number of prior parameters is missing or does not fit. */
+    kOzkStatsErrorPrior = -4062,      /* The prior parameters are missing or out of range. */
     kOzkStatsErrorStreamParameterCountMissing =
         -4064,                                  /* The number of streaming-quantile parameters is missing. */
     kOzkStatsErrorStreamParameters = -4065,     /* The streaming-quantile parameters are missing. */
@@ -231,8 +232,11 @@ static const uint64_t kOzkStatsPooledCovariance = 0x4000; /* with the pooled mea
 static const uint64_t kOzkStatsGroupCovariances = 0x8000; /* with the groups' means */
 static const uint64_t kOzkStatsQuantiles = 0x10000;
 static const uint64_t kOzkStatsOrderStatistics = 0x20000;
+static const uint64_t kOzkStatsRobustCovariance = 0x40000; /* with the robust mean */
+static const uint64_t kOzkStatsOutliers = 0x80000;
 static const uint64_t kOzkStatsPartialCovariance = 0x100000;
 static const uint64_t kOzkStatsPartialCorrelation = 0x200000;
+static const uint64_t kOzkStatsMissingValues = 0x400000;
 static const uint64_t kOzkStatsParametrizedCorrelation = 0x800000;
 static const uint64_t kOzkStatsStreamQuantiles = 0x1000000;
 static const uint64_t kOzkStatsSum = 0x2000000;
@@ -250,11 +254,13 @@ static const uint64_t kOzkStatsSortedObservations = 0x800000000;
 /* ---- Methods: bits of the 32-bit method word ---- */
 
 enum {
-    kOzkStatsFast = 0x1,              /* Two passes over blocks that stay in cache; plain selection. */
-    kOzkStatsOnePass = 0x2,           /* The running update, observation by observation. */
-    kOzkStatsStreamExactStart = 0x40, /* Streaming quantiles, exact as long as the data fit in a buffer. */
-    kOzkStatsStreamSummary = 0x80,    /* Streaming quantiles, every portion to the summary at once. */
-    kOzkStatsFastCallerMean = 0x100,  /* Fast, about the means that the caller gives. */
+    kOzkStatsFast = 0x1,               /* Two passes over blocks that stay in cache; plain selection. */
+    kOzkStatsOnePass = 0x2,            /* The running update, observation by observation. */
+    kOzkStatsTranslatedBiweight = 0x8, /* Robust covariance. */
+    kOzkStatsOutlierDetection = 0x20,  /* Outliers, by a subset that grows. */
+    kOzkStatsStreamExactStart = 0x40,  /* Streaming quantiles, exact as long as the data fit in a buffer. */
+    kOzkStatsStreamSummary = 0x80,     /* Streaming quantiles, every portion to the summary at once. */
+    kOzkStatsFastCallerMean = 0x100,   /* Fast, about the means that the caller gives. */
     kOzkStatsCrossProductToCovariance = 0x200, /* Covariance and correlation from the cross-product. */
     kOzkStatsSumsToMoments = 0x400,            /* Mean and moments from the sums. */
     kOzkStatsRadixSort = 0x100000              /* Sorting. */
@@ -444,10 +450,11 @@ OZK_EXPORT int __vslSSDeleteTask(OzkStatsTask** task);
  *
  * Without weights the covariance is C_ik / (n - 1). Correlations are kept within [-1, 1].
  * Results of skipped components, and matrix elements in their rows and columns, are not touched. Weights are
- * >= 0; an observation of weight 0 counts as absent.
+ * >= 0; an observation of weight 0 counts as absent, whatever it holds.
  *
  * Methods, exactly one of:
- *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means;
+ *   kOzkStatsFast            two passes over blocks that stay in cache, the second about their own means; one about
+ *                            the mean of the blocks before where that is near and no sums or matrices are asked;
  *   kOzkStatsOnePass         the running update, one observation after another;
  *   kOzkStatsFastCallerMean  as fast, about the means in the array of means, which is only read;
  * or, without any of these, one or both of
@@ -704,6 +711,207 @@ OZK_EXPORT int _vsldSSCorrelationParametrization(OzkStatsTask* task, uint64_t es
                                                  const OzkThreading* threading);
 OZK_EXPORT int _vslsSSCorrelationParametrization(OzkStatsTask* task, uint64_t estimates, uint32_t method,
                                                  const OzkThreading* threading);
+
+/* ---- Robust covariance and outliers ----
+ *
+ * These read the selected components together; p below is their number, and skipped components' results stay as they
+ * are. Weights are not read. An observation with a value that is not finite is infinitely far from everything; where
+ * half or more of a component's values are not, the status is kOzkStatsErrorSingularCovariance. Everything is computed
+ * in double on standardised components, so that units do not matter, and in parts cut by the sizes alone, so that
+ * the bits do not depend on the number of threads, as long as p is below about 230: beyond it the core may factor
+ * matrices on a team of its own. Nothing is drawn from outside: equal data give equal results. A call that fails has
+ * written nothing. */
+
+/* Robust mean t and covariance S: of all t and S for which the mean of rho(d_j) over the observations is b
+ * rho(infinity), with d_j^2 = (x_j - t)' S^-1 (x_j - t), those with the smallest determinant of S (an S-estimator).
+ * rho is the integral of psi(d) = d w(d), w the translated biweight: 1 up to M, (1 - ((d - M) / c)^2)^2 up to M + c,
+ * 0 beyond. M and c are such that a share a of normal observations lies beyond M + c and normal data meet the
+ * constraint, so that S estimates the covariance of a normal distribution without bias for large n. Observations far
+ * out do not count at all, and t and S stay bounded while less than a share b of them is replaced by anything.
+ *
+ * Parameters, taken when they and their number are set and the number is 4; else all have their defaults:
+ *   1  breakdown point b: at most its default (n - p) / (2 n), which also stands for 0 and less
+ *   2  rejection probability a: in (0, 1), else 0.001. Where a and b contradict each other, b holds and a gives
+ *      way: in few dimensions M = 0, in many c = 0
+ *   3  accuracy: above 0, else 0.001: iteration ends when no mean moves by more than this times its deviation and no
+ *      covariance by more than this times the product of the two deviations
+ *   4  most iterations: its whole part, when at least 0, else 100. They run from the better of two kinds of start,
+ *      on a sample of max(600, 4 p) observations: medians and deviations along the axes of the directions from
+ *      them; and up to 500 small sets of observations, each moved twice to the nearest half
+ *
+ * The robust mean (task parameter 39) receives t, the robust covariance (40) S in the storage of 36. Method:
+ * kOzkStatsTranslatedBiweight; the mask is not read. S is singular where the good data are.
+ *
+ * Status, in this order: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations missing
+ * or not above twice the dimension kOzkStatsErrorObservationCount; storage kOzkStatsErrorInteger,
+ * kOzkStatsErrorStorage; robust mean kOzkStatsErrorRobustMean; robust covariance kOzkStatsErrorRobustCovariance, its
+ * storage kOzkStatsErrorInteger, kOzkStatsErrorStorage; no kOzkStatsTranslatedBiweight kOzkStatsErrorMethod;
+ * observations kOzkStatsErrorObservations; memory kOzkStatsErrorMemory; from the computation
+ * kOzkStatsErrorSingularCovariance, also when so many observations lie in a plane, or a share b of them is not
+ * finite, that the constraint can't be met, kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
+ *
+ * Memory: 32 n + 10^7 bytes, 8 p^2 more for packed storage; and at most about 8 (32 p^2 + 700 p) bytes.
+ * Time: n p^2 times the iterations, and for the start on the sample at most about 3 10^8 steps.
+ *
+ * Sources: Rocke, Annals of Statistics 24 (1996); Rocke and Woodruff, JASA 91 (1996); the starts Maronna and Zamar,
+ * Technometrics 44 (2002), Rousseeuw and Van Driessen, Technometrics 41 (1999). */
+OZK_EXPORT int _vsldSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+OZK_EXPORT int _vslsSSRobustCovariance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                       const OzkThreading* threading);
+
+/* Outliers: to the outlier weights, n reals, 0 for an outlier and 1 for every other observation. A basic subset
+ * starts with the 4 p observations that look most harmless (more while their covariance is singular) and is replaced
+ * by all observations whose Mahalanobis distance from its mean under its covariance is below
+ *
+ *   c sqrt(q),   c = max(0, (h - r) / (h + r)) + 1 + (p + 1) / (n - p) + 2 / (n - 1 - 3 p),
+ *
+ * r its size, h = floor((n + p + 1) / 2), q the chi-square quantile of p degrees at 1 - alpha / n, until its size
+ * changes by less than the stopping threshold times itself. What is outside the last subset is an outlier.
+ *
+ * Parameters, taken when they and their number are set and the number is 3; else all have their defaults:
+ *   1  start, its whole part: 1 smallest Mahalanobis distances from mean and covariance of all observations; 2 (and
+ *      everything else, default) smallest Euclidean distances from the medians of the components, each in units of
+ *      its median absolute deviation: holds against more outliers
+ *   2  significance level alpha, in [0, 1], else 0.05: about the chance that clean normal data have any outlier
+ *   3  stopping threshold, above 0, else 0.005
+ *
+ * Method: kOzkStatsOutlierDetection; the mask is not read. Without selected components all weights are 1.
+ *
+ * Status, in this order: task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations missing
+ * or below 5 times the dimension kOzkStatsErrorObservationCount; storage missing or unknown kOzkStatsErrorStorage;
+ * weights missing kOzkStatsErrorOutlierWeights; no kOzkStatsOutlierDetection kOzkStatsErrorMethod; observations
+ * kOzkStatsErrorObservations; memory kOzkStatsErrorMemory; from the computation kOzkStatsErrorSingularCovariance,
+ * kOzkStatsErrorEigenvalues, kOzkStatsErrorFactorization.
+ *
+ * Memory: 24 n bytes, 1 KB p for each thread, at most 16 matrices. Time: n p^2 times a few passes.
+ * Source: Billor, Hadi and Velleman, Computational Statistics & Data Analysis 34 (2000). */
+OZK_EXPORT int _vsldSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+OZK_EXPORT int _vslsSSOutliersDetection(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                        const OzkThreading* threading);
+
+/* Squared Mahalanobis distances, the quadratic forms (x_j - t)' A (x_j - t), of the task's observations from a centre
+ * t (p reals) under the inverse covariance A (p by p by columns, of which the lower triangle is read). All p
+ * components count; weights, mask and method are not read. The distance fields of the task, which no editor sets,
+ * hold the operands, all of which but the work array are needed and taken as they are:
+ *
+ *   distance_sizes[0]            int: how many observations, from the first on; may be less than the task's
+ *   distance_sizes[1]            int: the leading dimension of the observations: from one component to the next where
+ *                                components are contiguous, from one observation to the next where these are
+ *   distance_centre, distance_inverse_covariance, distances   t, A, and as many reals as observations
+ *   distance_work, distance_work_size                         an array of reals and its length (int), or null
+ *
+ * The work array makes no difference to the bits: where its length is p or more, it holds the differences of as
+ * many observations as fit, which are then computed side by side on the calling thread; otherwise each observation
+ * comes alone, through p reals of scratch. The sum of a form runs over k from 0 of e_k (A_kk e_k + 2 (sum over i > k
+ * of A_ik e_i)), e = x - t, in the task's precision. It is not kept from falling below 0 by rounding. Status:
+ * kOzkStatsOk, or kOzkStatsErrorMemory where p is above 1024 and there is no memory for scratch. */
+OZK_EXPORT int _vsldSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMahDistance(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                  const OzkThreading* threading);
+
+/* Rank test of a covariance matrix, p >= 1, p by p by columns, with a small repair. Let t be the double of the bit
+ * pattern 1000, a subnormal number of about 4.94e-321 (0 when it is stored as a float).
+ *   p = 1: an element above 0 is left; one in [-t, 0] becomes t; below -t, or NaN: kOzkStatsErrorSingularCovariance.
+ *   p > 1: eigenvalues from the upper triangle, whose rest is overwritten. The smallest above 1e-15: nothing to do;
+ *   else a hundredth of the smallest of the others that is at least t is added to every diagonal element; where there
+ *   is none, kOzkStatsErrorSingularCovariance.
+ * The lower triangle is otherwise as it was. Memory: 5 p reals, kOzkStatsErrorMemory; no convergence:
+ * kOzkStatsErrorEigenvalues. The matrix must be finite. */
+OZK_EXPORT int __vsldTestCovRank(int64_t p, double* matrix);
+OZK_EXPORT int __vslsTestCovRank(int64_t p, float* matrix);
+
+/* Replaces the lower triangle of a positive definite matrix, p >= 1, p by p by columns, by that of its inverse; the
+ * upper one is left. Closed forms up to p = 3, where a singular matrix gives values that are not finite; Cholesky
+ * factors beyond. Status: kOzkStatsErrorFactorization when the matrix is not positive definite: `matrix`, which must
+ * come from ozk_serv_allocate, has then been given back by ozk_serv_deallocate and must not be used or freed again;
+ * kOzkStatsErrorInversion when the factor can't be inverted, and then it has not. */
+OZK_EXPORT int __vsldInvCov(int64_t p, double* matrix);
+OZK_EXPORT int __vslsInvCov(int64_t p, float* matrix);
+
+/* The chi-square distribution with `degrees` > 0 degrees of freedom, which need not be whole: the probability of at
+ * most x, the density at x, and the x for a probability in [0, 1]; the logarithm of |gamma(x)|, and the square root.
+ * NaN for arguments outside. Error: at most 1 ulp, the square root 0.5, measured against 50 digits from 0.01 to
+ * 10^6 degrees (the x for a probability from 0.5 on) down to results of 1e-300. Time: up to sqrt(degrees) terms below
+ * 4000 degrees, about 10 microseconds from there on. Sources: DiDonato and Morris, ACM TOMS 12 (1986); Loader,
+ * "Fast and accurate computation of binomial probabilities" (2000). */
+OZK_EXPORT double __vsldChi2CDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2PDF(double x, double degrees);
+OZK_EXPORT double __vsldChi2ICDF(double probability, double degrees);
+OZK_EXPORT double __vsldLGamma(double x);
+OZK_EXPORT double __vsldSqrt(double x);
+
+/* ---- Missing values ----
+ *
+ * Estimates and multiple imputations of multivariate normal observations of which values are missing, at random. NaN
+ * in the observations marks a missing value. Mask, method, weights and component indices are not read.
+ *
+ * The missing-value parameters are 5 reals (fractions are cut off where a number is meant):
+ *
+ *   1  most EM iterations, from 0 on
+ *   2  data augmentation iterations for each copy, k, from 0 on
+ *   3  EM accuracy, from 0 on: EM ends when no mean moves by more than this times the component's standard
+ *      deviation, and no covariance by more than this times the product of the two
+ *   4  imputed copies c, from 1 on
+ *   5  missing values: how many NaNs the observations hold
+ *
+ * EM goes from the initial estimates to the parameters of greatest likelihood or, with a prior, greatest posterior
+ * density, as far as its iterations take it. There each copy starts: an iteration draws the missing values given the
+ * parameters, then mean and covariance from their distribution given these and the observed values. After the k-th,
+ * the copy's missing values are drawn given its last parameters. With k = 0 the copies are drawn given the EM
+ * estimate.
+ *
+ * All numbers of elements below count reals. An "estimate" is p means, then the upper triangle of the covariance by
+ * rows, p + p (p + 1) / 2 reals.
+ *
+ *   initial estimates   one estimate, or one for each copy; without them, means and variances of the values that are
+ *                       there, and no covariance
+ *   prior parameters    tau >= 0, m, p means b, and the upper triangle by rows of a matrix L: given the covariance S
+ *                       the mean is normal about b with covariance S / tau, and S is inverse Wishart, of density
+ *                       |S|^(-(m + p + 1) / 2) exp(-tr(L S^-1) / 2). Without them or with 0 of them: the
+ *                       noninformative |S|^(-(p + 1) / 2), which is tau = 0, m = -1, L = 0, and EM goes to the
+ *                       greatest likelihood
+ *   simulated sets      result, c times the missing values: copy after copy, observation after observation, component
+ *                       after component. Not written when their number is 0
+ *   estimates           result, c k estimates: for every copy and iteration the parameters drawn; for k = 0 c
+ *                       estimates, what EM gave each copy. Not written when array or number is missing
+ *
+ * An observation with all values missing tells nothing: it does not count for the estimates, and its values are drawn
+ * from the whole distribution. Without any missing value EM gives mean and covariance (divided by n) at once, the
+ * simulated sets are empty, and the estimates are draws from the posterior given all observations.
+ *
+ * Every copy draws from a Philox4x32-10 stream of its own, whose key is a constant and the number of the copy: results
+ * repeat, and do not depend on the number of threads, over which copies are spread. One in single precision differs
+ * from one in double by rounding alone: all is computed in double.
+ *
+ * Status, first failing check: no task kOzkStatsErrorTask; dimension kOzkStatsErrorDimension; number of observations
+ * kOzkStatsErrorObservationCount; storage missing or unknown kOzkStatsErrorStorage; parameters missing
+ * kOzkStatsErrorMissingParameters, their number kOzkStatsErrorMissingParameterCount, not 5
+ * kOzkStatsErrorMissingParameterCountValue; simulated sets without their number kOzkStatsErrorSimulatedSetCount,
+ * number without sets kOzkStatsErrorSimulatedSets; neither both of estimates and their number nor a number of
+ * simulated sets other than 0 kOzkStatsErrorNothingToSimulate; a parameter out of range (the numbers end at 2^31 - 1)
+ * kOzkStatsErrorMissingParameters; initial estimates of a number that does not fit kOzkStatsErrorInitialEstimateCount,
+ * missing or not finite kOzkStatsErrorInitialEstimates; prior parameters of another number
+ * kOzkStatsErrorPriorCount, missing, not finite or tau < 0 kOzkStatsErrorPrior; number of estimates too small
+ * kOzkStatsErrorEstimateCount; observations missing, one infinite, or a component without any value
+ * kOzkStatsErrorObservations; parameter 5 other than what is missing kOzkStatsErrorMissingParameters; number of
+ * simulated sets too small kOzkStatsErrorSimulatedSetCount; no more observations that tell something than p - 1 - m,
+ * which is p without a prior, kOzkStatsErrorObservationCount; memory kOzkStatsErrorMemory; a covariance that is not
+ * positive definite, as that of components which depend on one another, kOzkStatsErrorSingularCovariance. On any of
+ * these nothing is written.
+ *
+ * Memory: about 8 r (p + p / 32 + 8) bytes for r observations with missing values, 8 (8 p^2 + 270 p) for each thread,
+ * and as much as is written. Time of an iteration: p sweeps, and min(o, v) more for each pattern of o observed and v
+ * missing components, of p^2 / 2 multiply-adds each; p (v + p / 2) of them for each observation with missing values.
+ *
+ * Sources: Dempster, Laird and Rubin, J. Royal Statistical Society B 39 (1977); Schafer, "Analysis of Incomplete
+ * Multivariate Data" (1997), ch. 5. */
+OZK_EXPORT int _vsldSSMissingValues(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                    const OzkThreading* threading);
+OZK_EXPORT int _vslsSSMissingValues(OzkStatsTask* task, uint64_t estimates, uint32_t method,
+                                    const OzkThreading* threading);
 
 #ifdef __cplusplus
 }

@@ -99,7 +99,11 @@ enum OzkVslMethod {
     kOzkVslLognormalBoxMullerPairs = 0, /* From Gaussian numbers of that method. */
     kOzkVslLognormalInverse = 1,        /* From Gaussian numbers of the inverse method. */
     kOzkVslRejection = 0,               /* Gamma, Beta, ChiSquare, Binomial, Hypergeometric. */
-    kOzkVslMethodAccurate = 0x40000000  /* Flag: keep results inside the distribution's support. */
+    kOzkVslPoissonPtpe = 0,             /* The four of Poisson: see there. */
+    kOzkVslPoissonTransformedRejection = 1,
+    kOzkVslPoissonRatioOfUniforms = 2,
+    kOzkVslPoissonInverse = 3,         /* The inverse distribution function of one uniform. */
+    kOzkVslMethodAccurate = 0x40000000 /* Flag: keep results inside the distribution's support. */
 };
 
 /* How GaussianMV finds the lower triangular factor T of the covariance. */
@@ -119,7 +123,8 @@ enum OzkVslLimits {
     kOzkVslSobolDimensions = 40,         /* Dimensions with numbers of their own. */
     kOzkVslSobolInitialNumbers = 8,      /* Most initial numbers of such a dimension. */
     kOzkVslNiederreiterDimensions = 318, /* Dimensions with polynomials of their own. */
-    kOzkVslGaussianChunk = 2 /* Identifier of the chunk that holds the pending pair of uniforms. */
+    kOzkVslGaussianChunk = 2, /* Identifier of the chunk that holds the pending pair of uniforms. */
+    kOzkVslPoissonChunk = 3   /* Identifier of the chunk that holds what was derived from a Poisson mean. */
 };
 
 /* ---- Records ---------------------------------------------------------------------------------------- */
@@ -692,6 +697,46 @@ OZK_EXPORT int32_t _vsliRngBinomial(int32_t method, OzkVslStream* stream, int32_
  * Stadlober, J. Comput. Appl. Math. 31 (1990). */
 OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
                                           int32_t size, int32_t drawn, int32_t marked);
+
+/* ---- Poisson, negative binomial and multinomial distributions -------------------------------------------- *
+ * Integers; statuses are those of the other continuous distributions, parameters being checked before anything is
+ * drawn or written. No sequence depends on how it is cut into calls. Probabilities are right to the step of the
+ * generator's doubles: 2^-32 of generators of 32-bit words, of which none is as rare as a result that is rarer. */
+
+/* n Poisson numbers, P(X = k) = exp(-lambda) lambda^k / k!; 0 < lambda <= 2.1e9, so that every result fits into 32
+ * bits. Below 27 all methods invert a table of the distribution function, one uniform a result (Chen and Asau, AIIE
+ * Trans. 6 (1974)); from 27 on
+ * - kOzkVslPoissonPtpe: Schmeiser and Kachitvichyanukul, Purdue University Research Memorandum 81-4 (1981), two
+ *   uniforms a candidate, of which 69 of 100 are accepted at 27 and 87 of large means;
+ * - kOzkVslPoissonTransformedRejection: Hoermann, Insurance: Mathematics and Economics 12 (1993), the same, 81 to 88;
+ * - kOzkVslPoissonRatioOfUniforms: Stadlober, J. Comput. Appl. Math. 31 (1990), the same, 66 to 73;
+ * - kOzkVslPoissonInverse: the quantile of one uniform a result, increasing with it, as quasi-random sequences and
+ *   antithetic numbers need it (Giles, ACM TOMS 42 (2016)).
+ * What was derived from lambda stays in a chunk of the stream, 696 bytes, for the next call with the same lambda, but
+ * for methods 1 to 3 from 27 on. kOzkVslErrorNoMemory when there is none for it. */
+OZK_EXPORT int32_t _vsliRngPoisson(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
+                                   double lambda);
+
+/* kOzkVslInverse. n Poisson numbers, r[i] of mean lambda[i]; 0 < lambda[i] <= 2.1e9, checked for all n beforehand. One
+ * uniform a result, which is its quantile. */
+OZK_EXPORT int32_t _vsliRngPoissonV(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
+                                    const double* lambda);
+
+/* kOzkVslInverse. The failures before success a of trials that succeed with probability p; for real a the distribution
+ * P(X = k) = Gamma(a + k) / (k! Gamma(a)) p^a (1 - p)^k. a > 0, 0 < p < 1. Larger results than 2^31 - 1 are given as
+ * that. One uniform a result, by table, where all but 2^-54 of the distribution lies below 384; else a Poisson number
+ * of a gamma mean (Devroye, Non-Uniform Random Variate Generation (1986), chapter X.4.7), three uniforms a candidate,
+ * or four of a below 1, of which 95 of 100 or more are accepted. */
+OZK_EXPORT int32_t _vsliRngNegbinomial(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r, double a,
+                                       double p);
+
+/* kOzkVslInverse. n vectors of k integers, one after the other in r (n by k, row after row): how often each of k
+ * outcomes with the probabilities p comes in `trials` trials. trials >= 0, k >= 1, p[j] >= 0; they are taken in
+ * proportion to their sum, which is 1 but for rounding, 1e-4 at most. Up to 64 k trials, and k up to 384, one uniform
+ * a trial; else k - 1 numbers of Binomial at most, with the trials that are left (Davis, Comput. Statist. Data Anal.
+ * 16 (1993)). */
+OZK_EXPORT int32_t _vsliRngMultinomial(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,
+                                       int32_t trials, int32_t k, const double* p);
 
 #ifdef __cplusplus
 }

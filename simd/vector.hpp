@@ -116,14 +116,18 @@ OZK_SIMD void store_strided(float* p, int64_t step, f32x4 a) {
     _mm_store_ss(p + 3 * step, _mm_movehdup_ps(high));
 }
 OZK_SIMD f32x4 load_first(const float* p, int64_t step, int count) {
-    const int64_t last = count - 1;
-    return {_mm_setr_ps(p[0], p[step * (last < 1 ? last : 1)], p[step * (last < 2 ? last : 2)],
-                        p[step * (last < 3 ? last : 3)])};
+    if (count == 1) return broadcast(*p);
+    const __m128 two = _mm_unpacklo_ps(_mm_load_ss(p), _mm_load_ss(p + step));
+    const __m128 last = count == 2 ? _mm_load_ss(p + step) : _mm_load_ss(p + 2 * step);
+    return {_mm_shuffle_ps(two, last, _MM_SHUFFLE(0, 0, 1, 0))};
 }
 OZK_SIMD void store_first(float* p, int64_t step, int count, f32x4 a) {
-    float lane[4];
-    store(lane, a);
-    for (int i = 0; i < count; ++i) p[i * step] = lane[i];
+    _mm_store_ss(p, a.v);
+    if (count == 1) return;
+    _mm_store_ss(p + step, _mm_movehdup_ps(a.v));
+    if (count == 2) return;
+    _mm_store_ss(p + 2 * step, _mm_movehl_ps(a.v, a.v));
+    if (count == 4) _mm_store_ss(p + 3 * step, _mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(3, 3, 3, 3)));
 }
 
 // The same for a vector type that the caller names; elements of more than one vector type have overloads.
@@ -225,6 +229,29 @@ OZK_SIMD f32x4 sqrt(f32x4 a) { return {_mm_sqrt_ps(a.v)}; }
 OZK_SIMD f32x4 min(f32x4 a, f32x4 b) { return {_mm_min_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 max(f32x4 a, f32x4 b) { return {_mm_max_ps(a.v, b.v)}; }
 
+// a + b and a * b whose operands the compiler doesn't exchange: of two NaN the first one goes on.
+OZK_SIMD f64x2 add_in_order(f64x2 a, f64x2 b) {
+    asm("addpd %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
+OZK_SIMD f32x4 add_in_order(f32x4 a, f32x4 b) {
+    asm("addps %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
+OZK_SIMD f64x2 multiply_in_order(f64x2 a, f64x2 b) {
+    asm("mulpd %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
+OZK_SIMD f32x4 multiply_in_order(f32x4 a, f32x4 b) {
+    asm("mulps %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
+
+// Raises the flags of a * b, nothing else.
+OZK_SIMD void raise_flags_of_product(f32x4 a, f32x4 b) {
+    asm volatile("mulps %1, %0" : "+x"(a.v) : "x"(b.v));
+}
+
 OZK_SIMD i64x2 operator+(i64x2 a, i64x2 b) { return {_mm_add_epi64(a.v, b.v)}; }
 OZK_SIMD i64x2 operator-(i64x2 a, i64x2 b) { return {_mm_sub_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator+(i32x4 a, i32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
@@ -319,6 +346,11 @@ OZK_SIMD i32x4 operator==(i32x4 a, i32x4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}
 OZK_SIMD i64x2 operator==(i64x2 a, i64x2 b) { return {_mm_cmpeq_epi64(a.v, b.v)}; }
 OZK_SIMD i32x4 operator>(i32x4 a, i32x4 b) { return {_mm_cmpgt_epi32(a.v, b.v)}; }
 OZK_SIMD i64x2 operator>(i64x2 a, i64x2 b) { return {_mm_cmpgt_epi64(a.v, b.v)}; }
+// a > b by one instruction, where the compiler makes a minimum and an equality of it: for some constants b.
+OZK_SIMD i32x4 above(i32x4 a, i32x4 b) {
+    asm("pcmpgtd %1, %0" : "+x"(a.v) : "x"(b.v));
+    return a;
+}
 
 // Lane i of a mask as bit i.
 OZK_SIMD int lanes(f64x2 mask) { return _mm_movemask_pd(mask.v); }

@@ -217,16 +217,20 @@ class NotFinite {
         for (const V& single : x.v) see(single);
     }
     OZK_SIMD int lanes() const {
-        const __m128i seen =
-            _mm_or_si128(_mm_cmpgt_epi32(positive_, _mm_set1_epi32(kInfinity - 1)),
-                         _mm_cmpgt_epi32(negative_, _mm_set1_epi32(INT32_MIN + kInfinity - 1)));
-        return V::kLanes == 4 ? _mm_movemask_ps(_mm_castsi128_ps(seen))
-                              : _mm_movemask_pd(_mm_castsi128_pd(seen));
+        const i32x4 seen = above({positive_}, broadcast(kInfinity - 1)) |
+                           above({negative_}, broadcast(INT32_MIN + kInfinity - 1));
+        return V::kLanes == 4 ? simd::lanes(seen) : simd::lanes(as_i64(seen));
     }
 
   private:
     static constexpr int32_t kInfinity = V::kLanes == 4 ? 0x7F800000 : 0x7FF00000;  // its high word
     __m128i positive_ = _mm_setzero_si128(), negative_ = _mm_set1_epi32(INT32_MIN);
 };
+
+// The lanes of one vector.
+OZK_SIMD int not_finite_lanes(f32x4 a) { return lanes(bits(abs(a)) > broadcast(int32_t{0x7F800000 - 1})); }
+OZK_SIMD int not_finite_lanes(f64x2 a) {
+    return lanes(as_f64(as_i64(as_i32(bits(abs(a))) > broadcast(int32_t{0x7FF00000 - 1}))));
+}
 
 }  // namespace ozk::simd

@@ -14,6 +14,10 @@
 //                                 too, at the cost of time; then there are no reports and no scalar()
 //   kChecksResult                 (optional, one result) infinities and NaN that compute() makes go to scalar(),
 //                                 for a report; compute() has raised the flags that the element's operation raises
+//   Watched, kWatchedFlags        (optional) an operation that looks at no element and raises one of these exception
+//                                 flags wherever the operation itself would do something else: a long call that
+//                                 doesn't overwrite its arguments runs it and looks at the flags instead
+//   kWatchedKeepsDenormals        (optional) Watched doesn't do where the mode flushes denormals
 //   compute(x [, y] [, scalars])  the results of all lanes: a vector, or an array of two
 //   kWide                         (optional) how many vectors compute() takes in step: then it is a template
 //   that
@@ -32,6 +36,7 @@
 #include <algorithm>
 #include <array>
 #include <type_traits>
+#include <utility>
 
 #include "simd/complex.hpp"
 #include "vml/control_words.hpp"
@@ -128,6 +133,13 @@ template <class Op>
 concept ChecksResult = requires {
     Op::kChecksResult;
 };
+// Whether single elements go to scalar().
+template <class Op>
+concept HasScalar = (HasSpecialLanes<Op> && !HasCareful<Op>) || ChecksResult<Op>;
+template <class Op>
+concept HasWatched = requires {
+    typename Op::Watched;
+};
 
 // The vectors that the block loop looks for special lanes in.
 template <class Op>
@@ -159,49 +171,71 @@ template <class Compute, class V, class Op>
         return result;
 }
 
-template <class V>
-[[gnu::always_inline]] inline int not_finite(V result) {
-    simd::NotFinite<V> lanes;
-    lanes.see(result);
-    return lanes.lanes();
-}
-
 // ---- Loads and stores ---------------------------------------------------------------------------------
 
-// Whole vectors, single or wide, that start at element i.
+// f(0), f(1) .. f(kCount - 1), as constants: what they index can stay in registers.
+template <size_t kCount, class F>
+[[gnu::always_inline]] inline void for_each_index(F f) {
+    [&]<size_t... k>(std::index_sequence<k...>) OZK_SIMD_LAMBDA {
+        (f(std::integral_constant<size_t, k>{}), ...);
+    }
+    (std::make_index_sequence<kCount>{});
+}
+
+// Vectors of an array, loaded and stored one after the other. Unit takes them from element i on; Strided takes them from
+// where its pointer has come to, which it moves on: one pointer for each array is what registers suffice for, so the
+// compiler is kept from deriving more of them.
 struct Unit {
+    static constexpr int32_t step(int32_t) { return 1; }
+    template <class T>
+    [[gnu::always_inline]] static T* start(T* p, int32_t, int64_t) {
+        return p;
+    }
+    template <class T>
+    [[gnu::always_inline]] static T* place(T* p, int64_t i) {
+        return p + i;
+    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T* p, int32_t, int64_t i) {
+    [[gnu::always_inline]] static V load(const T*& p, int32_t, int64_t i) {
         return simd::load_as<V>(p + i);
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T* p, int32_t, int64_t i, V v) {
+    [[gnu::always_inline]] static void store(T*& p, int32_t, int64_t i, V v) {
         simd::store(p + i, v);
     }
 };
 struct Strided {
+    static constexpr int32_t step(int32_t of_call) { return of_call; }
+    template <class T>
+    [[gnu::always_inline]] static T* start(T* p, int32_t step, int64_t i) {
+        return p + i * step;
+    }
+    template <class T>
+    [[gnu::always_inline]] static T* place(T* p, int64_t) {
+        return p;
+    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T* p, int32_t step, int64_t i) {
-        return simd::load_strided_as<V>(element(p, step, i), step);
+    [[gnu::always_inline]] static V load(const T*& p, int32_t step, int64_t) {
+        const V v = simd::load_strided_as<V>(p, step);
+        move_on(p, int64_t{step} * V::kLanes);
+        return v;
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T* p, int32_t step, int64_t i, V v) {
-        simd::store_strided(element(p, step, i), step, v);
+    [[gnu::always_inline]] static void store(T*& p, int32_t step, int64_t, V v) {
+        simd::store_strided(p, step, v);
+        move_on(p, int64_t{step} * V::kLanes);
     }
 
   private:
-    // Where a vector starts. The compiler is kept from relating it to others: it would have a pointer for each element
-    // of a block, more than there are registers.
     template <class T>
-    [[gnu::always_inline]] static T* element(T* p, int32_t step, int64_t i) {
-        p += i * step;
+    [[gnu::always_inline]] static void move_on(T*& p, int64_t by) {
+        p += by;
         asm("" : "+r"(p));
-        return p;
     }
 };
 
 template <class V, class Access, class T>
-[[gnu::always_inline]] inline V load(const T* p, int32_t step, int64_t i) {
+[[gnu::always_inline]] inline V load(const T*& p, int32_t step, int64_t i) {
     if constexpr (simd::kWidth<V> == 0) {
         return Access::template load<V>(p, step, i);
     } else {
@@ -216,7 +250,7 @@ template <class V, class Access, class T>
 }
 
 template <class Access, class T, class V>
-[[gnu::always_inline]] inline void store(T* p, int32_t step, int64_t i, const V& y) {
+[[gnu::always_inline]] inline void store(T*& p, int32_t step, int64_t i, const V& y) {
     if constexpr (simd::kWidth<V> == 0) {
         Access::store(p, step, i, y);
     } else {
@@ -226,24 +260,36 @@ template <class Access, class T, class V>
 }
 
 template <class Access, class V, class Op>
-[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(const Call<Op>& call, int64_t i) {
+[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(Call<Op>& call, int64_t i) {
     Vectors<Op, V> x;
-    for (size_t k = 0; k < x.size(); ++k) x[k] = load<V, Access>(call.a[k], call.inca[k], i);
+    for_each_index<argument_count<Op>()>(
+        [&](auto k) OZK_SIMD_LAMBDA { x[k] = load<V, Access>(call.a[k], call.inca[k], i); });
     return x;
 }
 
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_results(const Call<Op>& call, int64_t i, const Results& y) {
-    for (size_t k = 0; k < y.size(); ++k) store<Access>(call.r[k], call.incr[k], i, y[k]);
+[[gnu::always_inline]] inline void store_results(Call<Op>& call, int64_t i, const Results& y) {
+    for_each_index<result_count<Op>()>(
+        [&](auto k) OZK_SIMD_LAMBDA { store<Access>(call.r[k], call.incr[k], i, y[k]); });
 }
 
 // The first `count` elements of a vector.
+template <class Access, class Op>
+[[gnu::always_inline]] inline Vectors<Op> load_tail(Call<Op>& call, int64_t i, int count) {
+    using Vector = typename Op::Vector;
+    if (count == Vector::kLanes) return load_arguments<Access, Vector>(call, i);
+    Vectors<Op> x;
+    for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        x[k] = simd::load_first_as<Vector>(Access::place(call.a[k], i), Access::step(call.inca[k]), count);
+    });
+    return x;
+}
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_tail(const Call<Op>& call, int64_t i, int count, const Results& y) {
+[[gnu::always_inline]] inline void store_tail(Call<Op>& call, int64_t i, int count, const Results& y) {
     if (count == Op::Vector::kLanes) return store_results<Access>(call, i, y);
-    for (size_t k = 0; k < y.size(); ++k) {
-        simd::store_first(call.r[k] + i * call.incr[k], call.incr[k], count, y[k]);
-    }
+    for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        simd::store_first(Access::place(call.r[k], i), Access::step(call.incr[k]), count, y[k]);
+    });
 }
 
 // ---- Special lanes ------------------------------------------------------------------------------------
@@ -279,7 +325,7 @@ template <class Op>
             special = simd::lanes(mask);
         }
         const auto results = compute<Op, Vector>(v, call);
-        if constexpr (ChecksResult<Op>) special |= not_finite(results[0]);
+        if constexpr (ChecksResult<Op>) special |= simd::not_finite_lanes(results[0]);
         for (size_t k = 0; k < kResults; ++k) simd::store(&y[k][j], results[k]);
         for (int lanes = special, lane = j; lanes != 0 && lane < count; lanes >>= 1, ++lane) {
             if ((lanes & 1) == 0) continue;
@@ -308,112 +354,221 @@ template <class Op>
 
 // ---- Blocks and tail ----------------------------------------------------------------------------------
 
-// One block of ordinary elements. Where the operation comes in halves, the first halves of all vectors stand before
-// the second ones: the chain of dependent operations of one vector is longer than what a processor's schedulers hold,
-// the halves of different vectors don't depend on each other. False, with nothing stored, where a checked result is
-// infinite or NaN.
-template <class Compute, class Access, class Op>
-[[gnu::always_inline]] inline bool compute_block(const Call<Op>& call, int64_t i) {
+// One block of ordinary elements, arguments from element `at` of one call on, results to element i of another. Where the
+// operation comes in halves, the first halves of all vectors stand before the second ones: the chain of dependent
+// operations of one vector is longer than what a processor's schedulers hold, the halves of different vectors don't
+// depend on each other. False, with nothing stored, where a checked result is infinite or NaN.
+template <class Compute, class Load, class Store, class Op>
+[[gnu::always_inline]] inline bool compute_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
     using Block = typename BlockVector<Compute>::type;
+    constexpr int kParts = kBlock / Block::kLanes;
+    const auto arguments = [&from, at](int j) OZK_SIMD_LAMBDA {
+        return load_arguments<Load, Block>(from, at + j * Block::kLanes);
+    };
+    const auto store = [&to, i](int j, const auto& y)
+                           OZK_SIMD_LAMBDA { store_results<Store>(to, i + j * Block::kLanes, y); };
     if constexpr (ChecksResult<Compute>) {
-        std::array<Block, kBlock / Block::kLanes> y;
-        for (size_t j = 0; j < y.size(); ++j) {
-            const auto x = load_arguments<Access, Block>(call, i + static_cast<int64_t>(j) * Block::kLanes);
-            y[j] = compute<Compute, Block>(x, call)[0];
-        }
+        std::array<Block, kParts> y;
+        for (int j = 0; j < kParts; ++j) y[j] = compute<Compute, Block>(arguments(j), from)[0];
         simd::NotFinite<typename Compute::Vector> not_finite;
         for (const Block& results : y) not_finite.see(results);
         if (not_finite.lanes() != 0) [[unlikely]]
             return false;
-        for (size_t j = 0; j < y.size(); ++j) {
-            store_results<Access>(call, i + static_cast<int64_t>(j) * Block::kLanes, std::array{y[j]});
-        }
+        for (int j = 0; j < kParts; ++j) store(j, std::array{y[j]});
     } else if constexpr (ComesInHalves<Compute>) {
-        const auto prepared = [&call](int64_t first) OZK_SIMD_LAMBDA {
-            return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); },
-                             load_arguments<Access, Block>(call, first), call);
+        const auto prepared = [&](int j) OZK_SIMD_LAMBDA {
+            return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); }, arguments(j),
+                             from);
         };
-        constexpr int kParts = kBlock / Block::kLanes;
-        decltype(prepared(i)) state[kParts];
+        decltype(prepared(0)) state[kParts];
 #pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j) state[j] = prepared(i + j * Block::kLanes);
+        for (int j = 0; j < kParts; ++j) state[j] = prepared(j);
 #pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j)
-            store_results<Access>(call, i + j * Block::kLanes, std::array{Compute::finish(state[j])});
+        for (int j = 0; j < kParts; ++j) store(j, std::array{Compute::finish(state[j])});
     } else {
 #pragma GCC unroll 8
-        for (int j = 0; j < kBlock; j += Block::kLanes) {
-            const auto x = load_arguments<Access, Block>(call, i + j);
-            store_results<Access>(call, i + j, compute<Compute, Block>(x, call));
-        }
+        for (int j = 0; j < kParts; ++j) store(j, compute<Compute, Block>(arguments(j), from));
     }
     return true;
 }
 
-template <class Op, class Access>
-[[gnu::noinline]] void run(int64_t n, const Call<Op>& whole) {
-    using Vector = typename Op::Vector;
-    constexpr int kLanes = Vector::kLanes;
-    const Call<Op> call = whole;  // its address is not taken, so that it stays in registers across the stores
-    int64_t i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        if constexpr (HasSpecialLanes<Op>) {
-            using Checked = typename CheckedVector<Op>::type;
-            auto mask = special_lanes<Op, Checked>(load_arguments<Access, Checked>(call, i), call);
+// One block by `Compute`, which is the operation or what stands for it; false where special_block has to do it. Its
+// arguments are contiguous where there is a look for special lanes, which reads them too.
+template <class Compute, class Load, class Store, class Op>
+[[gnu::always_inline]] inline bool try_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
+    if constexpr (HasSpecialLanes<Compute>) {
+        using Checked = typename CheckedVector<Op>::type;
+        auto mask = special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, at), from);
 #pragma GCC unroll 8
-            for (int j = Checked::kLanes; j < kBlock; j += Checked::kLanes) {
-                mask = mask | special_lanes<Op, Checked>(load_arguments<Access, Checked>(call, i + j), call);
-            }
-            if (simd::lanes(mask) != 0) [[unlikely]] {
-                if constexpr (HasCareful<Op>)
-                    compute_block<typename Op::Careful, Access>(call, i);
-                else
-                    special_block<Op>(whole, i, kBlock);
-                continue;
-            }
+        for (int j = Checked::kLanes; j < kBlock; j += Checked::kLanes) {
+            mask = mask | special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, at + j), from);
         }
-        [[maybe_unused]] const bool computed = compute_block<Op, Access>(call, i);
-        if constexpr (ChecksResult<Op>) {
-            if (!computed) [[unlikely]]
-                special_block<Op>(whole, i, kBlock);
+        if (simd::lanes(mask) != 0) [[unlikely]] {
+            if constexpr (HasCareful<Op>)
+                return compute_block<typename Op::Careful, Load, Store>(from, at, to, i);
+            return false;
         }
     }
-    for (; i < n; i += kLanes) {
-        const int count = n - i < kLanes ? static_cast<int>(n - i) : kLanes;
-        Vectors<Op> x;
-        if (count == kLanes) {
-            x = load_arguments<Access, Vector>(call, i);
-        } else {
-            for (size_t k = 0; k < x.size(); ++k) {
-                x[k] = simd::load_first_as<Vector>(call.a[k] + i * call.inca[k], call.inca[k], count);
-            }
-        }
-        if constexpr (HasSpecialLanes<Op>) {
-            if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
-                if constexpr (HasCareful<Op>)
-                    store_tail<Access>(call, i, count, compute<typename Op::Careful, Vector>(x, call));
-                else
-                    special_block<Op>(whole, i, count);
-                continue;
-            }
-        }
-        const auto y = compute<Op, Vector>(x, call);
-        if constexpr (ChecksResult<Op>) {
-            if (not_finite(y[0]) != 0) [[unlikely]] {
-                special_block<Op>(whole, i, count);
-                continue;
-            }
-        }
-        store_tail<Access>(call, i, count, y);
-    }
+    return compute_block<Compute, Load, Store>(from, at, to, i);
 }
 
-// run() is not inlined: its arithmetic must stay between the loading and the restoring of the control words.
+// The next block of strided arguments, side by side.
+template <class Op>
+struct Gathered {
+    using Argument = typename Op::Argument;
+    alignas(16) std::array<std::array<Argument, kBlock>, argument_count<Op>()> x;
+
+    [[gnu::always_inline]] Call<Op> gather(Call<Op>& call) {
+        using Vector = typename Op::Vector;
+        for (int j = 0; j < kBlock; j += Vector::kLanes) {
+            const auto next = load_arguments<Strided, Vector>(call, j);
+            for_each_index<argument_count<Op>()>([&](auto k)
+                                                     OZK_SIMD_LAMBDA { simd::store(&x[k][j], next[k]); });
+        }
+        Call<Op> block;
+        block.scalars = call.scalars;
+        for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA { block.a[k] = x[k].data(); });
+        return block;
+    }
+};
+
+template <class T>
+[[gnu::always_inline]] inline T in_register(T x) {
+    asm("" : "+r"(x));
+    return x;
+}
+
+// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i where
+// Access moves them on. Each member is loaded by itself, as it was stored just before: loaded together, they would wait
+// until the stores have reached the cache.
+template <class Access, class Op>
+[[gnu::always_inline]] inline Call<Op> in_registers(const Call<Op>& whole, int64_t i) {
+    Call<Op> call;
+    call.scalars = whole.scalars;
+    for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        call.inca[k] = Access::step(in_register(whole.inca[k]));
+        call.a[k] = Access::start(in_register(whole.a[k]), call.inca[k], i);
+    });
+    for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
+        call.incr[k] = Access::step(in_register(whole.incr[k]));
+        call.r[k] = Access::start(in_register(whole.r[k]), call.incr[k], i);
+    });
+    return call;
+}
+
+// What special_block does at a time: a block, in the tail a vector or what is left.
+template <class Op>
+inline int special_count(int64_t left) {
+    if (left >= kBlock) return kBlock;
+    return static_cast<int>(std::min<int64_t>(left, Op::Vector::kLanes));
+}
+
+// The elements of one vector of the tail by `Compute`; false as in try_block.
+template <class Compute, class Access, class Op>
+[[gnu::always_inline]] inline bool try_tail(Call<Op>& call, int64_t i, int count) {
+    using Vector = typename Op::Vector;
+    const Vectors<Op> x = load_tail<Access>(call, i, count);
+    if constexpr (HasSpecialLanes<Compute>) {
+        if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
+            if constexpr (HasCareful<Op>)
+                store_tail<Access>(call, i, count, compute<typename Op::Careful, Vector>(x, call));
+            return HasCareful<Op>;
+        }
+    }
+    const auto y = compute<Compute, Vector>(x, call);
+    if constexpr (ChecksResult<Compute>) {
+        if (simd::not_finite_lanes(y[0]) != 0) [[unlikely]]
+            return false;
+    }
+    store_tail<Access>(call, i, count, y);
+    return true;
+}
+
+// Elements i .. end - 1, up to the first that the caller has to give to special_block: returns where that is, or end.
+// Not inlined: its arithmetic must stay between the loading and the restoring of the control words.
+//
+// Simple operations call nothing here, so that short calls save no registers. Those with special lanes call special_block
+// in the loop: a loop without a call would have its constants hoisted, more than there are registers, and each use would
+// load its own.
+template <class Op, class Compute, class Access>
+[[gnu::noinline]] int64_t run(int64_t i, int64_t end, const Call<Op>& whole) {
+    constexpr int kLanes = Op::Vector::kLanes;
+    Call<Op> call = in_registers<Access>(whole, i);
+    for (; i + kBlock <= end; i += kBlock) {
+        bool done;
+        if constexpr (std::is_same_v<Access, Strided> && HasSpecialLanes<Compute>) {
+            Gathered<Op> arguments;
+            Call<Op> block = arguments.gather(call);
+            done = try_block<Compute, Unit, Strided>(block, 0, call, i);
+        } else {
+            done = try_block<Compute, Access, Access>(call, i, call, i);
+        }
+        if (!done) [[unlikely]] {
+            if constexpr (HasSpecialLanes<Compute> && HasScalar<Compute>) {
+                special_block<Op>(whole, i, kBlock);
+                call = in_registers<Access>(whole, i + kBlock);
+            } else {
+                return i;
+            }
+        }
+    }
+    for (; i + kLanes <= end; i += kLanes) {
+        if (!try_tail<Compute, Access>(call, i, kLanes)) [[unlikely]]
+            return i;
+    }
+    if (i < end && !try_tail<Compute, Access>(call, i, static_cast<int>(end - i))) [[unlikely]]
+        return i;
+    return end;
+}
+
+// Whether results overwrite arguments.
+template <class Op>
+inline bool in_place(const Call<Op>& call) {
+    for (const void* r : call.r) {
+        for (const void* a : call.a) {
+            if (r == a) return true;
+        }
+    }
+    return false;
+}
+
+// Runs Watched from the start on, as far as no element turns out not to be ordinary; returns where the operation itself
+// has to go on. The arguments must still be there then.
+template <class Op, class Access>
+[[gnu::always_inline]] inline int64_t run_watched(int64_t n, const Call<Op>& call,
+                                                  KernelControlWords& words) {
+    constexpr int64_t kLeast = 128;  // reading the flags takes as long as looking at that many elements
+    constexpr int64_t kChunk =
+        4096;  // as much is computed twice at most; the flags are read in a hundredth of its time
+    if (n < kLeast || in_place(call)) [[likely]]
+        return 0;
+    if constexpr (requires { Op::kWatchedKeepsDenormals; }) {
+        if (words.flush_denormals()) return 0;
+    }
+    for (int64_t first = 0; first < n; first += kChunk) {
+        const auto chunk = [&] {
+            run<Op, typename Op::Watched, Access>(first, std::min(n, first + kChunk), call);
+        };
+        if (words.raises(Op::kWatchedFlags, chunk)) return first;
+    }
+    return n;
+}
+
 template <class Op, class Access>
 inline void run_kernel(int32_t n, const Call<Op>& call) {
     if (n <= 0) return;
-    const KernelControlWords words(requires { Op::kExtendedPrecision; } ? kX87Extended : kX87Masked);
-    run<Op, Access>(n, call);
+    KernelControlWords words(requires { Op::kExtendedPrecision; } ? kX87Extended : kX87Masked);
+    int64_t i = 0;
+    if constexpr (HasWatched<Op>) i = run_watched<Op, Access>(n, call, words);
+    if constexpr (HasScalar<Op>) {
+        while ((i = run<Op, Op, Access>(i, n, call)) < n) {
+            const int count = special_count<Op>(n - i);
+            special_block<Op>(call, i, count);
+            i += count;
+        }
+    } else {
+        run<Op, Op, Access>(i, n, call);
+    }
 }
 
 // The kernel table slot that the level in a kernel's name, such as EXHAynn, decides.

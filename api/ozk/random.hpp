@@ -20,6 +20,13 @@ enum class Gaussian {
     inverse = kOzkInverse                   // the inverse distribution function of one uniform
 };
 
+enum class Poisson {
+    ptpe = kOzkPtpe,                                   // rejection with the least hat
+    transformed_rejection = kOzkTransformedRejection,  // rejection
+    ratio_of_uniforms = kOzkRatioOfUniforms,           // rejection
+    inverse = kOzkPoissonInverse                       // the inverse distribution function of one uniform
+};
+
 // A dimension of a Sobol sequence beyond the built-in ones: a primitive polynomial over GF(2), bit i being the
 // coefficient of x^i, and as many initial numbers as its degree, number j (from 1) odd and below 2^j.
 struct sobol_dimension {
@@ -173,6 +180,25 @@ class stream {
     // The marked ones among `drawn` ones of a lot of `size`, of which `marked` are marked; none is put back.
     void hypergeometric(std::span<int32_t> out, int32_t size, int32_t drawn, int32_t marked) {
         fill(ozk_i_hypergeometric, out, size, drawn, marked);
+    }
+    // exp(-mean) mean^k / k!, 0 < mean <= 2.1e9; with one mean or with a mean for each number, as many as
+    // there are numbers.
+    void poisson(std::span<int32_t> out, double mean, Poisson method = Poisson::ptpe) {
+        fill(ozk_i_poisson, out, mean, static_cast<int32_t>(method));
+    }
+    void poisson(std::span<int32_t> out, std::span<const double> means) {
+        const int64_t n = means.size() == out.size() ? static_cast<int64_t>(out.size()) : -1;  // refused
+        detail::check(ozk_i_poisson_each(stream_, n, out.data(), means.data()));
+    }
+    // The failures before that success, of real number > 0, of trials that succeed with 0 < probability < 1.
+    void negative_binomial(std::span<int32_t> out, double successes, double probability) {
+        fill(ozk_i_negative_binomial, out, successes, probability);
+    }
+    // Vectors, row after row, of how often each of the outcomes comes in `trials` trials.
+    void multinomial(std::span<int32_t> out, int32_t trials, std::span<const double> probabilities) {
+        detail::check(ozk_i_multinomial(stream_, vectors(out.size(), probabilities.size()), out.data(),
+                                        trials, static_cast<int64_t>(probabilities.size()),
+                                        probabilities.data()));
     }
 
     // Becomes sub-stream k of `count`: numbers k, k + count, k + 2 count, ... of its own.

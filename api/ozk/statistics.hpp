@@ -2,6 +2,8 @@
 // sample in one call.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -244,6 +246,121 @@ inline matrix valid_correlation(matrix correlation) {
                                           correlation.values().data(), correlation.values().data()));
     return correlation;
 }
+
+// ---- Robust estimates ---------------------------------------------------------------------------------
+
+// What ozk.h says of them, with their usual values.
+struct robust_options {
+    double breakdown = 0.5, rejection = 0.001, accuracy = 0.001;
+    int64_t iterations = 100;
+};
+struct robust_covariance_result {
+    std::vector<double> mean;
+    matrix covariance;
+
+    // How far each observation is from the mean under the covariance: chi-square with p degrees, squared, for most
+    // observations of normal data.
+    std::vector<double> distances(std::span<const double> x, Layout layout = Layout::by_observation) const;
+};
+// Mean and covariance of the bulk of the observations, more than 2 p of them.
+inline robust_covariance_result robust_covariance(std::span<const double> x, size_t p = 1,
+                                                  Layout layout = Layout::by_observation,
+                                                  const robust_options& options = {}) {
+    const int64_t n = detail::observations("ozk::robust_covariance", x, p);
+    robust_covariance_result result = {std::vector<double>(p), matrix(p, p)};
+    const ozk_robust_options given = {options.breakdown, options.rejection, options.accuracy,
+                                      options.iterations};
+    detail::check(ozk_d_robust_covariance(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                          &given, result.mean.data(), result.covariance.values().data()));
+    return result;
+}
+
+// 0 for each outlier and 1 for every other observation, of at least 5 p; for clean normal data all are 1 but with the
+// chance `significance`.
+inline std::vector<double> outlier_weights(std::span<const double> x, size_t p = 1,
+                                           Layout layout = Layout::by_observation,
+                                           double significance = 0.05) {
+    const int64_t n = detail::observations("ozk::outlier_weights", x, p);
+    std::vector<double> weights(static_cast<size_t>(n));
+    detail::check(ozk_d_outlier_weights(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                        significance, weights.data()));
+    return weights;
+}
+// The numbers of the outliers, ascending.
+inline std::vector<size_t> outliers(std::span<const double> x, size_t p = 1,
+                                    Layout layout = Layout::by_observation, double significance = 0.05) {
+    const std::vector<double> weights = outlier_weights(x, p, layout, significance);
+    std::vector<size_t> numbers;
+    for (size_t j = 0; j < weights.size(); ++j)
+        if (weights[j] == 0) numbers.push_back(j);
+    return numbers;
+}
+
+// The distance of each observation from the mean, in the metric of a positive definite covariance, of which the lower
+// triangle is read.
+inline std::vector<double> mahalanobis_distances(std::span<const double> x, std::span<const double> mean,
+                                                 const matrix& covariance,
+                                                 Layout layout = Layout::by_observation) {
+    const size_t p = mean.size();
+    const int64_t n = detail::observations("ozk::mahalanobis_distances", x, p);
+    detail::same_size(Family::statistics, "ozk::mahalanobis_distances", p, covariance.rows());
+    detail::same_size(Family::statistics, "ozk::mahalanobis_distances", p, covariance.columns());
+    std::vector<double> distances(static_cast<size_t>(n));
+    detail::check(ozk_d_mahalanobis(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                                    mean.data(), covariance.values().data(), distances.data()));
+    return distances;
+}
+
+inline std::vector<double> robust_covariance_result::distances(std::span<const double> x,
+                                                               Layout layout) const {
+    return mahalanobis_distances(x, mean, covariance, layout);
+}
+
+// ---- Missing values -----------------------------------------------------------------------------------
+
+// How far the iterations over observations with missing values go.
+struct missing_value_options {
+    int64_t em_iterations = 1000;
+    double accuracy = 1e-8;    // EM ends when it moves no standardised parameter further
+    int64_t iterations = 100;  // of data augmentation, for each copy
+    int64_t copies = 5;
+};
+
+struct incomplete_covariance_result {
+    std::vector<double> mean;
+    matrix covariance;  // of divisor n
+};
+// Mean and covariance of greatest likelihood of multivariate normal observations of which values are NaN, missing at
+// random.
+inline incomplete_covariance_result incomplete_covariance(std::span<const double> x, size_t p = 1,
+                                                          Layout layout = Layout::by_observation,
+                                                          const missing_value_options& options = {}) {
+    const int64_t n = detail::observations("ozk::incomplete_covariance", x, p);
+    incomplete_covariance_result result = {std::vector<double>(p), matrix(p, p)};
+    detail::check(ozk_d_incomplete_covariance(
+        static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout), options.em_iterations,
+        options.accuracy, result.mean.data(), result.covariance.values().data()));
+    return result;
+}
+
+// Copies of x in which the NaNs are drawn from their distribution given the other values (multiple imputation).
+// Analyse each by itself and take the mean of the results.
+inline std::vector<std::vector<double>> impute(std::span<const double> x, size_t p = 1,
+                                               Layout layout = Layout::by_observation,
+                                               const missing_value_options& options = {}) {
+    const int64_t n = detail::observations("ozk::impute", x, p);
+    const size_t copies = options.copies > 0 ? static_cast<size_t>(options.copies) : 0;
+    std::vector<double> all(std::max<size_t>(copies, 1) * x.size());
+    detail::check(ozk_d_impute(static_cast<int64_t>(p), n, x.data(), static_cast<int32_t>(layout),
+                               options.em_iterations, options.accuracy, options.iterations, options.copies,
+                               all.data()));
+    std::vector<std::vector<double>> completed;
+    for (auto from = all.begin(); from != all.end(); from += static_cast<std::ptrdiff_t>(x.size()))
+        completed.emplace_back(from, from + static_cast<std::ptrdiff_t>(x.size()));
+    return completed;
+}
+
+// ---- Data in portions ---------------------------------------------------------------------------------
 
 // Quantiles of data that arrive in portions, of which it keeps a summary: the rank of an answer is within
 // epsilon N of what was asked for. Movable; one thread at a time uses it.

@@ -200,6 +200,47 @@ TEST(Stream, DistributionsOfIntegersTakeTheirParametersAndRefuseOthers) {
     EXPECT_EQ(draw(stream, 10), draw(reference, 10));
 }
 
+TEST(Stream, PoissonNegativeBinomialAndMultinomialNumbersTakeTheirParameters) {
+    ozk::stream stream("MT19937", 5);
+    std::vector<int32_t> x(200000);
+    const auto expect_mean = [&](const char* name, double mean, double sigma, auto draw) {
+        draw();
+        const double n = static_cast<double>(x.size());
+        EXPECT_NEAR(std::accumulate(x.begin(), x.end(), 0.0) / n, mean, 5 * sigma / std::sqrt(n)) << name;
+    };
+    expect_mean("poisson", 7, std::sqrt(7), [&] { stream.poisson(x, 7); });
+    for (ozk::Poisson method : {ozk::Poisson::ptpe, ozk::Poisson::transformed_rejection,
+                                ozk::Poisson::ratio_of_uniforms, ozk::Poisson::inverse}) {
+        expect_mean("poisson", 70, std::sqrt(70), [&] { stream.poisson(x, 70, method); });
+    }
+    std::vector<double> means(x.size(), 3);
+    std::fill_n(means.begin(), means.size() / 2, 50);
+    expect_mean("poisson of means", 26.5, 30, [&] { stream.poisson(x, means); });
+    EXPECT_GT(*std::min_element(x.begin(), x.begin() + 1000), 3 * 5);
+    expect_mean("negative_binomial", 4 * 0.75 / 0.25, 7, [&] { stream.negative_binomial(x, 4, 0.25); });
+    const std::vector<double> probabilities = {0.2, 0.7, 0.1, 0};
+    stream.multinomial(x, 10, probabilities);
+    for (size_t i = 0; i < x.size(); i += 4) {
+        ASSERT_TRUE(x[i] + x[i + 1] + x[i + 2] == 10 && x[i + 3] == 0) << i;
+    }
+
+    std::vector<int32_t> untouched(8, -7);
+    ozk::stream reference = stream;
+    const auto refused = [](int32_t code, auto&& call) { expect_refused(ozk::Family::random, code, call); };
+    means = {1, 2, 3, 4, 5, 6, 7, 0};
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, 0); });
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, 3e9); });
+    refused(kOzkCodeArgument, [&] { stream.poisson(untouched, means); });
+    refused(kOzkCodeSize, [&] { stream.poisson(untouched, std::span(means).first(7)); });
+    refused(kOzkCodeArgument, [&] { stream.negative_binomial(untouched, 1, 1); });
+    refused(kOzkCodeArgument, [&] { stream.multinomial(untouched, -1, probabilities); });
+    refused(kOzkCodeArgument, [&] { stream.multinomial(untouched, 1, means); });
+    refused(kOzkCodeSize, [&] { stream.multinomial(untouched, 1, std::span(probabilities).first(3)); });
+    refused(kOzkCodeSize, [&] { stream.multinomial(untouched, 1, {}); });
+    EXPECT_EQ(untouched, std::vector<int32_t>(8, -7));
+    EXPECT_EQ(draw(stream, 10), draw(reference, 10));
+}
+
 TEST(Stream, SavedToAFileOrABlockGoesOnWhereItWas) {
     const std::string path = OZK_BINARY_DIR "/saved_stream";
     for (const char* name : {"MCG59", "ARS5", "PHILOX4X32X10", "SOBOL"}) {

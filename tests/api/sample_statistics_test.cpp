@@ -148,6 +148,128 @@ TEST(SampleStatistics, CovariancesWithinGroupsAndGivenOthers) {
     refused(kOzkStatsErrorEigenvalues, [&] { ozk::valid_correlation(r); });
 }
 
+// Two correlated components, every fourth observation far off.
+TEST(RobustStatistics, TellTheBulkFromTheOutliers) {
+    std::mt19937 random(5);
+    std::normal_distribution<double> normal;
+    std::vector<double> x, by_component(800);
+    std::vector<size_t> bad;
+    for (size_t j = 0; j < 400; ++j) {
+        const double a = normal(random), b = normal(random), off = j % 4 == 3 ? 30 : 0;
+        if (off > 0) bad.push_back(j);
+        x.insert(x.end(), {10 + 2 * a, -3 + a + b + off});
+        by_component[j] = x[2 * j];
+        by_component[400 + j] = x[2 * j + 1];
+    }
+    const auto robust = ozk::robust_covariance(x, 2);
+    EXPECT_NEAR(robust.mean[0], 10, 0.5);
+    EXPECT_NEAR(robust.mean[1], -3, 0.5);
+    EXPECT_NEAR(robust.covariance(0, 1) / robust.covariance(0, 0), 0.5, 0.2);
+    EXPECT_NEAR(robust.covariance(0, 1) / robust.covariance(1, 1), 1, 0.3);
+    EXPECT_EQ(robust.covariance(0, 1), robust.covariance(1, 0));
+    const auto same = ozk::robust_covariance(by_component, 2, ozk::Layout::by_component);
+    EXPECT_EQ(same.covariance, robust.covariance);
+    EXPECT_NE(ozk::robust_covariance(x, 2, ozk::Layout::by_observation, {.breakdown = 0.3}).mean,
+              robust.mean);
+
+    EXPECT_EQ(ozk::outliers(x, 2), bad);
+    EXPECT_EQ(ozk::outliers(by_component, 2, ozk::Layout::by_component), bad);
+    const auto weights = ozk::outlier_weights(x, 2);
+    EXPECT_EQ(std::count(weights.begin(), weights.end(), 1), 300);
+    EXPECT_TRUE(ozk::outliers(x, 2, ozk::Layout::by_observation, 0).empty());
+
+    const auto d = robust.distances(x);
+    const ozk::matrix& s = robust.covariance;
+    const double determinant = s(0, 0) * s(1, 1) - s(1, 0) * s(1, 0);
+    for (size_t j = 0; j < 400; ++j) {
+        const double u = x[2 * j] - robust.mean[0], v = x[2 * j + 1] - robust.mean[1];
+        const double form = (s(1, 1) * u * u - 2 * s(1, 0) * u * v + s(0, 0) * v * v) / determinant;
+        EXPECT_NEAR(d[j], std::sqrt(form), 1e-12 * d[j]);
+        EXPECT_EQ(d[j] > 6, j % 4 == 3);
+    }
+    EXPECT_EQ(robust.distances(by_component, ozk::Layout::by_component), d);
+}
+
+TEST(RobustStatistics, RefuseWhatTheyCannotUse) {
+    const std::vector<double> x = {1, 2, 3, 5, 4, 4, 7, 9, 2, 2}, same(40, 1);
+    refused(kOzkCodeSize, [&] { ozk::robust_covariance(x, 5); });
+    refused(kOzkCodeSize, [&] { ozk::outliers(x, 5); });
+    refused(kOzkCodeArgument, [&] { ozk::outliers(x, 1, ozk::Layout::by_observation, 1.5); });
+    refused(kOzkStatsErrorSingularCovariance, [&] { ozk::robust_covariance(same, 2); });
+    refused(kOzkStatsErrorSingularCovariance, [&] { ozk::outliers(same, 2); });
+    for (const ozk::robust_options& wrong : {ozk::robust_options{.breakdown = 0},
+                                             {.breakdown = 0.6},
+                                             {.rejection = 1},
+                                             {.accuracy = 0},
+                                             {.iterations = -1}})
+        refused(kOzkCodeArgument, [&] { ozk::robust_covariance(x, 1, ozk::Layout::by_observation, wrong); });
+    ozk::matrix indefinite(2, 2);
+    indefinite(0, 0) = 1;
+    indefinite(1, 1) = -1;
+    const std::vector<double> mean = {0, 0};
+    refused(kOzkStatsErrorSingularCovariance, [&] { ozk::mahalanobis_distances(x, mean, indefinite); });
+    refused(kOzkCodeSize, [&] { ozk::mahalanobis_distances(x, mean, ozk::matrix(3, 3)); });
+    EXPECT_EQ(ozk_status_code(ozk_d_outlier_weights(1, 10, x.data(), kOzkByComponent, 0.05, nullptr)),
+              kOzkCodeNull);
+    EXPECT_EQ(
+        ozk_status_code(ozk_d_mahalanobis(1, 10, x.data(), kOzkByComponent, nullptr, x.data(), nullptr)),
+        kOzkCodeNull);
+}
+
+// Two columns of which the second follows the first and has holes at the end, where the first is large: its mean has
+// a closed form, and the copies keep to it.
+TEST(SampleStatistics, MissingValuesAreEstimatedAndDrawn) {
+    std::mt19937 random(3);
+    std::normal_distribution<double> noise;
+    constexpr size_t kRows = 400, kObserved = 300;
+    std::vector<double> x, columns(2 * kRows);
+    for (size_t j = 0; j < kRows; ++j) {
+        x.push_back(0.01 * static_cast<double>(j));
+        x.push_back(j < kObserved ? 3 + 2 * x[2 * j] + 0.1 * noise(random) : NAN);
+    }
+    for (size_t k = 0; k < x.size(); ++k) columns[k % 2 * kRows + k / 2] = x[k];
+    double mx = 0, my = 0, xx = 0, xy = 0;
+    for (size_t j = 0; j < kObserved; ++j) mx += x[2 * j] / kObserved, my += x[2 * j + 1] / kObserved;
+    for (size_t j = 0; j < kObserved; ++j) {
+        xx += (x[2 * j] - mx) * (x[2 * j] - mx);
+        xy += (x[2 * j] - mx) * (x[2 * j + 1] - my);
+    }
+    const double closed = my + xy / xx * (1.995 - mx);
+    const auto estimate = ozk::incomplete_covariance(x, 2);
+    EXPECT_NEAR(estimate.mean[0], 1.995, 1e-12);
+    EXPECT_NEAR(estimate.mean[1], closed, 1e-6);
+    EXPECT_NEAR(estimate.covariance(0, 1) / estimate.covariance(0, 0), xy / xx, 1e-6);
+    EXPECT_EQ(estimate.covariance(1, 0), estimate.covariance(0, 1));
+
+    const auto copies = ozk::impute(x, 2);
+    ASSERT_EQ(copies.size(), 5u);
+    for (const auto& copy : copies) {
+        double mean = 0;
+        for (size_t k = 0; k < x.size(); ++k) {
+            EXPECT_TRUE(copy[k] == x[k] || std::isnan(x[k]));
+            if (k % 2) mean += copy[k] / kRows;
+        }
+        EXPECT_NEAR(mean, closed, 0.03);  // some standard errors
+        EXPECT_NEAR(copy[2 * 399 + 1], 3 + 2 * 3.99, 0.6);
+    }
+    EXPECT_NE(copies[0], copies[1]);
+    EXPECT_EQ(ozk::impute(x, 2), copies);
+    const auto by_component = ozk::impute(columns, 2, ozk::Layout::by_component);
+    for (size_t k = 0; k < x.size(); ++k) EXPECT_EQ(by_component[4][k % 2 * kRows + k / 2], copies[4][k]);
+
+    const std::vector<double> whole = {1, 2, 4, 3, 1, 7};
+    EXPECT_EQ(ozk::impute(whole, 2, ozk::Layout::by_observation, {.copies = 2})[1], whole);
+    std::vector<double> bad = x;
+    bad[6] = INFINITY;
+    refused(kOzkStatsErrorObservations, [&] { ozk::impute(bad, 2); });
+    refused(kOzkStatsErrorObservationCount, [&] { ozk::incomplete_covariance(whole, 3); });
+    refused(kOzkCodeArgument, [&] { ozk::impute(x, 2, ozk::Layout::by_observation, {.copies = 0}); });
+    refused(kOzkCodeArgument, [&] { ozk::impute(x, 2, ozk::Layout::by_observation, {.iterations = -1}); });
+    refused(kOzkCodeArgument,
+            [&] { ozk::incomplete_covariance(x, 2, ozk::Layout::by_observation, {.accuracy = NAN}); });
+    refused(kOzkCodeSize, [&] { ozk::impute(x, 3); });
+}
+
 TEST(SampleStatistics, RefuseWhatTheyCannotUse) {
     const std::vector<double> x = {1, 2, 3, 4}, none, half = {0.5}, beyond = {0.5, 1.5}, negative = {1, -1};
     const auto bad_layout = static_cast<ozk::Layout>(7);

@@ -89,6 +89,21 @@ TEST(Snippet, OneSample) {
     EXPECT_EQ(median, 7);
 }
 
+TEST(Snippet, Robust) {
+    std::vector<double> returns;
+    for (int j = 0; j < 40; ++j) returns.insert(returns.end(), {std::sin(j), std::cos(7.0 * j)});
+    returns[14] = 30;
+    int far = 0;
+    // [robust]
+    const auto robust = ozk::robust_covariance(returns, 2);  // pairs; of the bulk of them
+    const std::vector<size_t> strange = ozk::outliers(returns, 2);
+    for (const double d : robust.distances(returns))
+        far += d * d > 16;  // from robust.mean, by robust.covariance
+    // [end]
+    EXPECT_EQ(strange, std::vector<size_t>{7});
+    EXPECT_EQ(far, 1);
+}
+
 TEST(Snippet, Statistics) {
     // [statistics]
     const std::vector<double> january = {1, 2, 3, 5, 4, 4}, february = {2, 2, 6, 8};  // pairs

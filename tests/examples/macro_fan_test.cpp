@@ -173,6 +173,58 @@ TEST(MacroFan, MonthsPassThroughTheQuarters) {
     EXPECT_EQ(last_month, (std::vector<std::string>{"2010", quarters[0][1], quarters[0][4], quarters[0][7]}));
 }
 
+// (x - mean)' S^-1 (x - mean) by elimination.
+long double square_distance(std::vector<long double> x, long double (&s)[5][5]) {
+    long double a[5][5], form = 0;
+    std::copy(&s[0][0], &s[0][0] + 25, &a[0][0]);
+    for (int k = 0; k < 5; ++k) {
+        form += x[k] * x[k] / a[k][k];
+        for (int i = k + 1; i < 5; ++i) {
+            const long double factor = a[i][k] / a[k][k];
+            x[i] -= factor * x[k];
+            for (int j = 0; j < 5; ++j) a[i][j] -= factor * a[k][j];
+        }
+    }
+    return form;
+}
+
+// What defines them: by mean and covariance of the other quarters they lie beyond the cutoff, and the others do not.
+TEST(MacroFan, OutlyingQuartersAreThoseBeyondTheCutoffOfTheOthers) {
+    const Folder folder;
+    const Outcome result = run("macro_fan", "--paths 1000 --out " + folder.file("fan.svg"));
+    ASSERT_EQ(result.status, 0) << result.err;
+    const Sample sample;
+    const int n = static_cast<int>(sample.growth[0].size());
+    std::vector<bool> outlying(n);
+    for (int t = 0; t < n; ++t) {
+        const int quarter = 4 * 1959 + t + 1;
+        const std::string name = std::to_string(quarter / 4) + "Q" + std::to_string(quarter % 4 + 1);
+        const auto found = rows(result.out, "Outlying", name);
+        outlying[t] = !found.empty();
+        if (!outlying[t]) continue;
+        ASSERT_EQ(found[0].size(), 6u);
+        EXPECT_GT(std::stod(found[0][0]), 4.5);
+        for (int i = 0; i < 5; ++i) expect_printed(found[0][i + 1], 100 * sample.growth[i][t], name);
+    }
+    const long double size = std::count(outlying.begin(), outlying.end(), false);
+    EXPECT_NE(result.out.find("\nOutlying quarters: " + std::to_string(n - int(size)) + " of 202 "),
+              std::string::npos);
+    long double mean[5] = {}, s[5][5] = {};
+    for (int t = 0; t < n; ++t)
+        for (int i = 0; i < 5 && !outlying[t]; ++i) mean[i] += sample.growth[i][t] / size;
+    for (int t = 0; t < n; ++t)
+        for (int i = 0; i < 5 && !outlying[t]; ++i)
+            for (int j = 0; j < 5; ++j)
+                s[i][j] += (sample.growth[i][t] - mean[i]) * (sample.growth[j][t] - mean[j]) / (size - 1);
+    // SciPy's chi2.isf(0.05 / 202, 5); the factor for n = 202, p = 5 and a subset of more than half.
+    const long double cutoff = 1 + 6.0L / (n - 5) + 2.0L / (n - 16), quantile = 23.70350617039808L;
+    for (int t = 0; t < n; ++t) {
+        std::vector<long double> x;
+        for (int i = 0; i < 5; ++i) x.push_back(sample.growth[i][t] - mean[i]);
+        EXPECT_EQ(square_distance(x, s) >= cutoff * cutoff * quantile, outlying[t]) << "quarter " << t;
+    }
+}
+
 using Points = std::vector<std::pair<double, double>>;
 
 std::vector<Points> shapes(const std::string& svg, const std::string& name) {
@@ -204,6 +256,12 @@ TEST(MacroFan, ChartIsWellFormedAndItsBandsLieWithinEachOther) {
     ASSERT_EQ(medians.size(), 5u);
     ASSERT_EQ(histories.size(), 5u);
     ASSERT_EQ(bands.size(), 15u);
+    // 2009Q1, the one outlying quarter of the years shown, in each panel and in the legend.
+    size_t marks = 0;
+    for (size_t at = svg.find("<circle class=\"mark\""); at != svg.npos;
+         at = svg.find("<circle class=\"mark\"", at + 1))
+        ++marks;
+    EXPECT_EQ(marks, 6u);
     constexpr size_t kMonths = 37;
     for (size_t panel = 0; panel < 5; ++panel) {
         const Points& median = medians[panel];

@@ -2,8 +2,10 @@
 // the lower levels of single Div and Inv.
 //
 // Results that are infinite or NaN go to the scalar path, which reports what no argument explains: a pole where
-// the divisor is zero, overflow, and NaN out of numbers and infinities as a domain error. It also settles which
-// of two NaNs goes on, whatever order of operands the compiler has chosen.
+// the divisor is zero, overflow, and NaN out of numbers and infinities as a domain error. Of two
+// NaNs the first one goes on, there and, since the operands keep their order, in the processor's operation.
+
+#include <concepts>
 
 #include "vml/kernels/real.hpp"
 
@@ -11,16 +13,26 @@ namespace ozk::vml {
 namespace {
 
 struct Sum {
-    OZK_SIMD static auto of(auto x, auto y) { return x + y; }
+    static auto of(std::floating_point auto x, std::floating_point auto y) { return x + y; }
+    OZK_SIMD static auto of(auto x, auto y) { return add_in_order(x, y); }
 };
 struct Difference {
     OZK_SIMD static auto of(auto x, auto y) { return x - y; }
 };
 struct Product {
-    OZK_SIMD static auto of(auto x, auto y) { return x * y; }
+    static auto of(std::floating_point auto x, std::floating_point auto y) { return x * y; }
+    OZK_SIMD static auto of(auto x, auto y) { return multiply_in_order(x, y); }
 };
 struct Quotient {
     OZK_SIMD static auto of(auto x, auto y) { return x / y; }
+};
+struct Square {
+    using Operator = Product;
+    OZK_SIMD static auto operands(auto x, auto) { return std::array{x, x}; }
+};
+struct Inverse {
+    using Operator = Quotient;
+    OZK_SIMD static auto operands(auto x, auto one) { return std::array{one, x}; }
 };
 
 template <class T, class Operator>
@@ -35,56 +47,64 @@ int exact_scalar(T x, T y, T& result) {
     return std::is_same_v<Operator, Quotient> && y == 0 ? kVmlSingularity : kVmlOverflow;
 }
 
+// All that is reported raises one of these flags.
+constexpr uint32_t kReportedFlags = kInvalid | kDivideByZero | kOverflow;
+
 template <class T, class Operator>
-struct Binary : RealOperation<T, 2> {
-    using typename RealOperation<T, 2>::Vector;
-    OZK_SIMD static Vector compute(Vector x, Vector y) { return Operator::of(x, y); }
+struct Binary : Everywhere<T, Operator, 2> {
+    using Watched = Everywhere<T, Operator, 2>;
+    static constexpr uint32_t kWatchedFlags = kReportedFlags;
     static constexpr bool kChecksResult = true;
     static int scalar(T x, T y, T& result) { return exact_scalar<T, Operator>(x, y, result); }
 };
 
-template <class T>
-struct Sqr : RealOperation<T> {
+// The operator on x with itself or with 1.
+template <class T, class Operands>
+struct Unary : RealOperation<T> {
     using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return x * x; }
+    using Operator = typename Operands::Operator;
+    struct Watched : RealOperation<T> {
+        OZK_SIMD static Vector compute(Vector x) { return Unary::compute(x); }
+    };
+    static constexpr uint32_t kWatchedFlags = kReportedFlags;
     static constexpr bool kChecksResult = true;
-    static int scalar(T x, T& result) { return exact_scalar<T, Product>(x, x, result); }
-};
-
-template <class T>
-struct Inv : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return Inv::splat(1) / x; }
-    static constexpr bool kChecksResult = true;
-    static int scalar(T x, T& result) { return exact_scalar<T, Quotient>(1, x, result); }
+    OZK_SIMD static Vector compute(Vector x) {
+        const auto [left, right] = Operands::operands(x, Unary::splat(1));
+        return Operator::of(left, right);
+    }
+    static int scalar(T x, T& result) {
+        const auto [left, right] = Operands::operands(x, T(1));
+        return exact_scalar<T, Operator>(left, right, result);
+    }
 };
 
 // The sign bit, of NaN too, and nothing else: IEEE 754 clause 5.5.1.
-template <class T>
-struct Abs : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return abs(x); }
+struct Magnitude {
+    OZK_SIMD static auto of(auto x) { return abs(x); }
 };
 
-// Divisors below 2^-125 and from 2^125 on, whose reciprocals' estimates may be flushed to zero or infinite.
-OZK_SIMD simd::f32x4 beyond_estimates(simd::f32x4 divisor) {
-    return as_f32(outside<0x01000000, 0x7E000000>(bits(abs(divisor))));
-}
-
+// Special: subnormal divisors and those from 2^125 on, whose estimates may be infinite or flushed to zero.
 struct EstimatedInverse : RealOperation<float> {
     static constexpr float kOrdinary = 1.0F;
-    OZK_SIMD static Vector special(Vector x) { return beyond_estimates(x); }
-    static int scalar(float x, float& result) { return Inv<float>::scalar(x, result); }
+    OZK_SIMD static Vector special(Vector x) { return as_f32(outside<0x00800000, 0x7E000000>(bits(abs(x)))); }
+    static int scalar(float x, float& result) { return Unary<float, Inverse>::scalar(x, result); }
 };
 // One step of Newton's method: 2^-22.8 from the estimate's 1.5 2^-12, whatever its bits, 2^-24 from x y rounded,
 // half an ulp from the sum: below 3.8 ulp.
 struct InvLow : EstimatedInverse {
+    // The step is invalid with the estimates of zero and infinity.
+    struct Watched : RealOperation<float> {
+        OZK_SIMD static Vector compute(Vector x) {
+            raise_flags_of_product(x, splat(8));  // overflow from 2^125 on
+            return InvLow::compute(x);
+        }
+    };
+    static constexpr uint32_t kWatchedFlags = kInvalid | kDenormal | kOverflow;
     OZK_SIMD static Vector compute(Vector x) {
         const Vector y = reciprocal_estimate(x);
         return y + y * (splat(1) - x * y);
     }
 };
-
 }  // namespace
 }  // namespace ozk::vml
 
@@ -100,11 +120,11 @@ OZK_VML_KERNEL(s, Div, H8LAynn, binary, Binary<float, Quotient>)
 OZK_VML_KERNEL(s, Div, H8HAynn, binary, Binary<float, Quotient>)
 OZK_VML_KERNEL(s, Div, H8EPnnn, binary, Binary<float, Quotient>)
 OZK_VML_KERNEL(d, Div, H8HAynn, binary, Binary<double, Quotient>)
-OZK_VML_KERNEL(s, Sqr, H8HAynn, unary, Sqr<float>)
-OZK_VML_KERNEL(d, Sqr, H8HAynn, unary, Sqr<double>)
+OZK_VML_KERNEL(s, Sqr, H8HAynn, unary, Unary<float, Square>)
+OZK_VML_KERNEL(d, Sqr, H8HAynn, unary, Unary<double, Square>)
 OZK_VML_KERNEL(s, Inv, H8LAynn, unary, InvLow)
-OZK_VML_KERNEL(s, Inv, H8HAynn, unary, Inv<float>)
+OZK_VML_KERNEL(s, Inv, H8HAynn, unary, Unary<float, Inverse>)
 OZK_VML_KERNEL(s, Inv, H8EPnnn, unary, InvLow)
-OZK_VML_KERNEL(d, Inv, H8HAynn, unary, Inv<double>)
-OZK_VML_KERNEL(s, Abs, H8HAynn, unary, Abs<float>)
-OZK_VML_KERNEL(d, Abs, H8HAynn, unary, Abs<double>)
+OZK_VML_KERNEL(d, Inv, H8HAynn, unary, Unary<double, Inverse>)
+OZK_VML_KERNEL(s, Abs, H8HAynn, unary, Everywhere<float, Magnitude>)
+OZK_VML_KERNEL(d, Abs, H8HAynn, unary, Everywhere<double, Magnitude>)

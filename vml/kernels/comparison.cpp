@@ -11,11 +11,18 @@
 namespace ozk::vml {
 namespace {
 
+// The second operand is hidden so that it is loaded once.
 struct Larger {
-    OZK_SIMD static auto of(auto x, auto y) { return max(x, y) & max(y, x); }
+    OZK_SIMD static auto of(auto x, auto y) {
+        y = hidden(y);
+        return max(x, y) & max(y, x);
+    }
 };
 struct Smaller {
-    OZK_SIMD static auto of(auto x, auto y) { return min(x, y) | min(y, x); }
+    OZK_SIMD static auto of(auto x, auto y) {
+        y = hidden(y);
+        return min(x, y) | min(y, x);
+    }
 };
 struct LargerMagnitude {
     OZK_SIMD static auto of(auto x, auto y) {
@@ -41,21 +48,30 @@ struct Chosen : RealOperation<T, 2> {
             return canonical(select(no_x | no_y, either, Choice::of(number_x, number_y)));
         }
     };
+    // The comparison with NaN raises the invalid flag.
+    using Watched = Everywhere<T, Choice, 2>;
+    static constexpr uint32_t kWatchedFlags = kInvalid;
+    static constexpr bool kWatchedKeepsDenormals = true;
+
     OZK_SIMD static Vector special(Vector x, Vector y) { return unordered(x, y); }
     OZK_SIMD static Vector compute(Vector x, Vector y) { return canonical(Choice::of(x, y)); }
 };
 
 // x - y where that is positive, else +0: both are taken as 0 there, so that infinities raise no flag.
+struct PositiveDifference {
+    OZK_SIMD static auto of(auto x, auto y) {
+        const auto positive = y < x;
+        return (x & positive) - (y & positive);
+    }
+};
 template <class T>
-struct Fdim : RealOperation<T, 2> {
+struct Fdim : Everywhere<T, PositiveDifference, 2> {
     using typename RealOperation<T, 2>::Vector;
+    using Watched = Everywhere<T, PositiveDifference, 2>;
+    static constexpr uint32_t kWatchedFlags = kInvalid | kOverflow;
     static constexpr T kOrdinary = 1;
     static constexpr bool kChecksResult = true;
     OZK_SIMD static Vector special(Vector x, Vector y) { return unordered(x, y); }
-    OZK_SIMD static Vector compute(Vector x, Vector y) {
-        const Vector positive = y < x;
-        return (x & positive) - (y & positive);
-    }
     static int scalar(T x, T y, T& result) {
         if (std::isnan(x) || std::isnan(y)) {
             result = propagated(x, y);
@@ -67,10 +83,8 @@ struct Fdim : RealOperation<T, 2> {
 };
 
 // The sign bit, to and from NaN too, and nothing else: IEEE 754 clause 5.5.1.
-template <class T>
-struct CopySign : RealOperation<T, 2> {
-    using typename RealOperation<T, 2>::Vector;
-    OZK_SIMD static Vector compute(Vector x, Vector y) { return abs(x) | sign_bit(y); }
+struct WithSignOf {
+    OZK_SIMD static auto of(auto x, auto y) { return abs(x) | sign_bit(y); }
 };
 
 }  // namespace
@@ -88,5 +102,5 @@ OZK_VML_KERNEL(s, MinMag, EXHAynn, binary, Chosen<float, SmallerMagnitude>)
 OZK_VML_KERNEL(d, MinMag, EXHAynn, binary, Chosen<double, SmallerMagnitude>)
 OZK_VML_KERNEL(s, Fdim, H8HAynn, binary, Fdim<float>)
 OZK_VML_KERNEL(d, Fdim, H8HAynn, binary, Fdim<double>)
-OZK_VML_KERNEL(s, CopySign, EXHAynn, binary, CopySign<float>)
-OZK_VML_KERNEL(d, CopySign, EXHAynn, binary, CopySign<double>)
+OZK_VML_KERNEL(s, CopySign, EXHAynn, binary, Everywhere<float, WithSignOf, 2>)
+OZK_VML_KERNEL(d, CopySign, EXHAynn, binary, Everywhere<double, WithSignOf, 2>)

@@ -86,14 +86,26 @@ struct DoubleRange : DivisorRange<double, kLow, kHigh, kLeast> {
 // Quotients of ordinary components stay within 2^896, and above 2^-1003 with every bit of a numerator cancelled.
 struct DivideHigh : DoubleRange<-224, 224, -224> {
     template <class V>
-    OZK_SIMD static complex<V> compute(const complex<V>& a, const complex<V>& b) {
+    struct Fraction {
+        Difference<V> re, im;
+        Sum<V> norm;
+        V inverse;  // 1 / norm.value, rounded
+    };
+    template <class V>
+    OZK_SIMD static Fraction<V> prepare(const complex<V>& a, const complex<V>& b) {
         const Factor<V> a_re(a.re), a_im(a.im), b_re(b.re), b_im(b.im);
         const Sum<V> norm = sum_of_squares(b_re, b_im);
-        const Factor<V> divisor(norm.value);
-        const V inverse = broadcast(1.0) / norm.value;
-        const Difference<V> re = difference(product(a_re, b_re), product(a_im.negated(), b_im));
-        const Difference<V> im = difference(product(a_im, b_re), product(a_re, b_im));
-        return {quotient(re, norm, divisor, inverse), quotient(im, norm, divisor, inverse)};
+        return {sum(product(a_re, b_re), product(a_im, b_im)),
+                difference(product(a_im, b_re), product(a_re, b_im)), norm, broadcast(1.0) / norm.value};
+    }
+    template <class V>
+    OZK_SIMD static complex<V> finish(const Fraction<V>& x) {
+        const Factor<V> divisor(x.norm.value);
+        return {quotient(x.re, x.norm, divisor, x.inverse), quotient(x.im, x.norm, divisor, x.inverse)};
+    }
+    template <class V>
+    OZK_SIMD static complex<V> compute(const complex<V>& a, const complex<V>& b) {
+        return finish(prepare(a, b));
     }
 };
 

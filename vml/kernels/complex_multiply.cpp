@@ -91,10 +91,13 @@ template <bool kConjugate>
 struct MultiplyHigh : MultiplyRange<kConjugate, double, -484, 511> {
     template <class V>
     OZK_SIMD static complex<V> compute(const complex<V>& a, const complex<V>& b) {
-        const Factor<V> a_re(a.re), a_im(a.im), b_re(b.re), b_im(second_factor<kConjugate>(b).im);
-        const Difference<V> re = difference(product(a_re, b_re), product(a_im, b_im));
-        const Difference<V> im = difference(product(a_re, b_im), product(a_im.negated(), b_re));
-        return {re.rounded(), im.rounded()};
+        const Factor<V> a_re(a.re), a_im(a.im), b_re(b.re), b_im(b.im);
+        const Sum<V> re_re = product(a_re, b_re), im_im = product(a_im, b_im);
+        const Sum<V> re_im = product(a_re, b_im), im_re = product(a_im, b_re);
+        if constexpr (kConjugate)
+            return {sum(re_re, im_im).rounded(), difference(im_re, re_im).rounded()};
+        else
+            return {difference(re_re, im_im).rounded(), sum(re_im, im_re).rounded()};
     }
 };
 template <bool kConjugate>

@@ -20,11 +20,6 @@ struct Factor {
         high = as_f64((bits(x) + simd::broadcast(kHalfStep)) & simd::broadcast(-2 * kHalfStep));
         low = x - high;
     }
-    OZK_SIMD Factor(const V& x, const V& h, const V& l) : value(x), high(h), low(l) {}
-    OZK_SIMD Factor negated() const {
-        const simd::f64x2 sign = simd::broadcast(-0.0);
-        return {value ^ sign, high ^ sign, low ^ sign};
-    }
 };
 
 // value + rest.
@@ -50,14 +45,20 @@ OZK_SIMD Sum<V> square(const Factor<V>& x) {
     return {p, ((x.high * x.high - p) + (cross + cross)) + x.low * x.low};
 }
 
-// p - q, the rests rounded together: relative error of value - rest below 2^-104 without cancellation, and below an
-// ulp of the result with any (Jeannerod, Louvet, Muller, "Further analysis of Kahan's algorithm for the accurate
-// computation of 2 x 2 determinants", Math. Comp. 82 (2013)).
+// p - q and p + q, the rests rounded together: relative error of value - rest below 2^-104 without cancellation, and
+// below an ulp of the result with any (Jeannerod, Louvet, Muller, "Further analysis of Kahan's algorithm for the
+// accurate computation of 2 x 2 determinants", Math. Comp. 82 (2013)).
 template <class V>
 OZK_SIMD Difference<V> difference(const Sum<V>& p, const Sum<V>& q) {
     const V s = p.value - q.value, part = s - p.value;
-    const V lost = (p.value - (s - part)) - (q.value + part);
-    return {s, (q.rest - p.rest) - lost};
+    const V excess = (q.value + part) - (p.value - (s - part));
+    return {s, excess - (p.rest - q.rest)};
+}
+template <class V>
+OZK_SIMD Difference<V> sum(const Sum<V>& p, const Sum<V>& q) {
+    const V s = p.value + q.value, part = s - p.value;
+    const V excess = ((s - part) - p.value) + (part - q.value);
+    return {s, excess - (p.rest + q.rest)};
 }
 
 // x^2 + y^2, relative error 2^-104.

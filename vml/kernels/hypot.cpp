@@ -6,11 +6,15 @@
 // Dekker, "A floating-point technique for extending the available precision", Numer. Math. 18 (1971), cuts alike.
 //
 // Error bounds, in ulp of the result: the sum's half an ulp comes to at most 0.354, the root adds half an ulp: HA 0.86.
-// LA and EP are the root of the rounded squares' sum, 1.25 ulp.
+// LA and EP are the root of the rounded squares' sum, 1.25 ulp. A result that is subnormal is rounded once more.
 //
 // Special lanes: the larger magnitude is outside the range in which no square overflows and none of the parts
 // that matter underflows. There the scalar path computes on both arguments times a power of two. A smaller
 // magnitude below 2^-460 (single 2^-54) is raised to that, which does not show in the result.
+//
+// Long calls watch the flags instead: a square that overflows or loses bits to underflow raises one, and so does a
+// comparison with NaN, which infinity must hide. Where none is raised every step has scaled exactly, so that the bits
+// are those of the other ways.
 //
 // An infinite result of finite arguments is an overflow. hypot(infinity, NaN) is infinite.
 
@@ -25,12 +29,18 @@ template <>
 struct HypotConstants<double> {
     static constexpr double kLeast = 0x1p-400, kBeyond = 0x1p511, kNegligible = 0x1p-460;
     static constexpr double kToCut = 0x1p27;  // times the larger side: what both sides are cut by
+    // What brings magnitudes out of range into it, and what doesn't show beside large ones.
+    static constexpr double kRaise = 0x1p700, kLower = 0x1p-600, kUnseen = 0x1p150;
 };
 template <>
 struct HypotConstants<float> {
     static constexpr float kLeast = 0x1p-36F, kBeyond = 0x1p63F, kNegligible = 0x1p-54F;
     static constexpr float kToCut = 0x1p13F;
+    static constexpr float kRaise = 0x1p96F, kLower = 0x1p-66F, kUnseen = 0x1p15F;
 };
+
+template <class Level, class T>
+int hypot_scalar(T x, T y, T& result);
 
 template <class T>
 struct Hypot : RealOperation<T, 2> {
@@ -59,71 +69,58 @@ struct Hypot : RealOperation<T, 2> {
         return outside(simd::high_words(x), simd::high_words(y));
     }
 
-    template <class V>
-    struct Sides {
-        V larger, smaller;
-    };
-    template <class V>
-    OZK_SIMD static Sides<V> sides(V x, V y) {
-        const V a = abs(x), b = abs(y), larger = max(a, b);
-        return {larger, max(min(a, b), Hypot::splat(Constants::kNegligible))};
-    }
+    // The smaller magnitude, raised to what is negligible.
+    OZK_SIMD static auto raised(auto a) { return max(a, Hypot::splat(Constants::kNegligible)); }
+    static constexpr uint32_t kWatchedFlags = kInvalid | kOverflow | kUnderflow;
 };
 
-template <class T>
-int hypot_scalar(T x, T y, T& result);
+// a^2 = square + rest
+template <class V>
+struct Cut {
+    V square, rest;
+};
+template <class V>
+OZK_SIMD Cut<V> cut(const V& a, const V& by) {
+    const V high = (a + by) - by;
+    return {high * high, (a - high) * (a + high)};
+}
 
 template <class T>
 struct HypotHigh : Hypot<T> {
-    using typename Hypot<T>::Vector;
-
     static constexpr int kWide = 2;
-
-    // a^2 = square + rest
-    template <class V>
-    struct Cut {
-        V square, rest;
+    struct Watched : RealOperation<T, 2> {
+        static constexpr int kWide = 2;
+        OZK_SIMD static auto compute(auto x, auto y) { return root(x, y, max(abs(x), abs(y))); }
     };
-    template <class V>
-    OZK_SIMD static Cut<V> cut(const V& a, const V& by) {
-        const V high = (a + by) - by;
-        return {high * high, (a - high) * (a + high)};
+    OZK_SIMD static auto compute(auto x, auto y) {
+        const auto a = abs(x), b = abs(y), larger = max(a, b);
+        return root(larger, Hypot<T>::raised(min(a, b)), larger);
     }
-    template <class V>
-    OZK_SIMD static V compute(V x, V y) {
-        const auto [a, b] = Hypot<T>::sides(x, y);
-        const V by = a * Hypot<T>::splat(Hypot<T>::Constants::kToCut);
-        const auto aa = cut(a, by), bb = cut(b, by);
-        return sqrt((aa.square + bb.square) + (aa.rest + bb.rest));
+    OZK_SIMD static auto root(auto x, auto y, auto larger) {
+        const auto by = larger * Hypot<T>::splat(HypotConstants<T>::kToCut);
+        const auto xx = cut(x, by), yy = cut(y, by);
+        return sqrt((xx.square + yy.square) + (xx.rest + yy.rest));
     }
-    static int scalar(T x, T y, T& result) { return hypot_scalar(x, y, result); }
+    static int scalar(T x, T y, T& result) { return hypot_scalar<HypotHigh>(x, y, result); }
 };
 
 template <class T>
 struct HypotLow : Hypot<T> {
-    using typename Hypot<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x, Vector y) {
-        const auto [a, b] = Hypot<T>::sides(x, y);
-        return sqrt(a * a + b * b);
+    struct Watched : RealOperation<T, 2> {
+        OZK_SIMD static auto compute(auto x, auto y) {
+            return sqrt(max(x * x + y * y, HypotLow::splat(0)));  // compared for the flag that NaN raises
+        }
+    };
+    OZK_SIMD static auto compute(auto x, auto y) {
+        const auto a = abs(x), b = abs(y), larger = max(a, b), smaller = Hypot<T>::raised(min(a, b));
+        return sqrt(larger * larger + smaller * smaller);
     }
-    static int scalar(T x, T y, T& result) { return hypot_scalar(x, y, result); }
+    static int scalar(T x, T y, T& result) { return hypot_scalar<HypotLow>(x, y, result); }
 };
 
-// Finite arguments. Squares of singles neither overflow nor underflow as doubles.
-float hypot_out_of_range(float x, float y) {
-    const double a = x, b = y;
-    return static_cast<float>(std::sqrt(a * a + b * b));
-}
-double hypot_out_of_range(double x, double y) {
-    const bool large = std::max(std::abs(x), std::abs(y)) >= HypotConstants<double>::kBeyond;
-    const double scale = large ? 0x1p-600 : 0x1p700, back = large ? 0x1p600 : 0x1p-700;
-    if (x == 0 && y == 0) return 0;
-    return simd::low(HypotHigh<double>::compute(simd::broadcast(x * scale), simd::broadcast(y * scale))) *
-           back;
-}
-
-template <class T>
+template <class Level, class T>
 [[gnu::cold]] int hypot_scalar(T x, T y, T& result) {
+    using Constants = HypotConstants<T>;
     if (std::isinf(x) || std::isinf(y)) {
         result = std::numeric_limits<T>::infinity();
         return kVmlOk;
@@ -132,7 +129,12 @@ template <class T>
         result = propagated(x, y);
         return kVmlOk;
     }
-    result = hypot_out_of_range(x, y);
+    const bool large = std::max(std::abs(x), std::abs(y)) >= Constants::kBeyond;
+    const T scale = large ? Constants::kLower : Constants::kRaise;
+    const auto scaled = [large, scale](T side) {
+        return simd::broadcast(large && std::abs(side) < Constants::kUnseen ? T(0) : side * scale);
+    };
+    result = simd::low(Level::Watched::compute(scaled(x), scaled(y))) * (1 / scale);
     return std::isinf(result) ? kVmlOverflow : kVmlOk;
 }
 

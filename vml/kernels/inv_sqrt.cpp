@@ -43,9 +43,15 @@ struct InvSqrtHighSingle : InvSqrtSingle {
     OZK_SIMD static f64x2 once(f64x2 x, f64x2 y) { return corrected(y, broadcast(1.0) - x * (y * y)); }
 };
 struct InvSqrtFast : InvSqrtSingle {
+    // The step is invalid with the estimates of zero and infinity; of negative numbers the estimate is NaN, which is
+    // compared for the flag.
+    struct Watched : RealOperation<float> {
+        OZK_SIMD static Vector compute(Vector x) { return max(InvSqrtFast::compute(x), splat(0)); }
+    };
+    static constexpr uint32_t kWatchedFlags = kInvalid | kDenormal;
     OZK_SIMD static Vector compute(Vector x) {
         const Vector y = reciprocal_sqrt_estimate(x);
-        return y * (splat(1.5F) - (splat(0.5F) * x) * (y * y));
+        return (splat(0.5F) * y) * (splat(3) - x * (y * y));
     }
 };
 

@@ -43,12 +43,18 @@ struct RealOperation {
     OZK_SIMD static Vector splat_bits(Bits x) { return splat(std::bit_cast<T>(x)); }
 };
 
+// An operation that is a function of vectors, without special lanes.
+template <class T, class Function, int kCount = 1>
+struct Everywhere : RealOperation<T, kCount> {
+    OZK_SIMD static auto compute(auto... x) { return Function::of(x...); }
+};
+
 // Where integers, such as the bits or the high words of magnitudes, are below kLeast or from kBeyond on: moved so
 // that kLeast is the lowest integer, one signed comparison sees both ends.
 template <int32_t kLeast, int32_t kBeyond>
 OZK_SIMD simd::i32x4 outside(simd::i32x4 x) {
     constexpr auto kToLowest = static_cast<int32_t>(int64_t{INT32_MIN} - kLeast);
-    return (x + simd::broadcast(kToLowest)) > simd::broadcast(INT32_MIN + (kBeyond - kLeast) - 1);
+    return above(x + simd::broadcast(kToLowest), simd::broadcast(INT32_MIN + (kBeyond - kLeast) - 1));
 }
 
 // The value with denormals flushed where the mode says so, and NaN made quiet: a product with 1.

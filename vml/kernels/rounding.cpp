@@ -9,30 +9,20 @@
 namespace ozk::vml {
 namespace {
 
-template <class T>
-struct Ceil : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return ceil(x); }
+struct Ceil {
+    OZK_SIMD static auto of(auto x) { return ceil(x); }
 };
-template <class T>
-struct Floor : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return floor(x); }
+struct Floor {
+    OZK_SIMD static auto of(auto x) { return floor(x); }
 };
-template <class T>
-struct Trunc : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return truncate(x); }
+struct Trunc {
+    OZK_SIMD static auto of(auto x) { return truncate(x); }
 };
-template <class T>
-struct Rint : RealOperation<T> {  // raises the inexact flag
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return rint(x); }
+struct Rint {  // raises the inexact flag
+    OZK_SIMD static auto of(auto x) { return rint(x); }
 };
-template <class T>
-struct NearbyInt : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return round_to_even(x); }
+struct NearbyInt {
+    OZK_SIMD static auto of(auto x) { return round_to_even(x); }
 };
 template <class T>
 struct Round : RealOperation<T> {
@@ -62,10 +52,8 @@ struct Modf : RealOperation<T> {
         return {whole, fraction};
     }
 };
-template <class T>
-struct Frac : RealOperation<T> {
-    using typename RealOperation<T>::Vector;
-    OZK_SIMD static Vector compute(Vector x) { return parts(x).fraction; }
+struct Frac {
+    OZK_SIMD static auto of(auto x) { return parts(x).fraction; }
 };
 
 }  // namespace
@@ -73,19 +61,19 @@ struct Frac : RealOperation<T> {
 
 using namespace ozk::vml;
 
-OZK_VML_KERNEL(s, Ceil, H8HAynn, unary, Ceil<float>)
-OZK_VML_KERNEL(d, Ceil, H8HAynn, unary, Ceil<double>)
-OZK_VML_KERNEL(s, Floor, H8HAynn, unary, Floor<float>)
-OZK_VML_KERNEL(d, Floor, H8HAynn, unary, Floor<double>)
-OZK_VML_KERNEL(s, Trunc, H8HAynn, unary, Trunc<float>)
-OZK_VML_KERNEL(d, Trunc, H8HAynn, unary, Trunc<double>)
+OZK_VML_KERNEL(s, Ceil, H8HAynn, unary, Everywhere<float, Ceil>)
+OZK_VML_KERNEL(d, Ceil, H8HAynn, unary, Everywhere<double, Ceil>)
+OZK_VML_KERNEL(s, Floor, H8HAynn, unary, Everywhere<float, Floor>)
+OZK_VML_KERNEL(d, Floor, H8HAynn, unary, Everywhere<double, Floor>)
+OZK_VML_KERNEL(s, Trunc, H8HAynn, unary, Everywhere<float, Trunc>)
+OZK_VML_KERNEL(d, Trunc, H8HAynn, unary, Everywhere<double, Trunc>)
 OZK_VML_KERNEL(s, Round, H8HAynn, unary, Round<float>)
 OZK_VML_KERNEL(d, Round, H8HAynn, unary, Round<double>)
-OZK_VML_KERNEL(s, Rint, H8HAynn, unary, Rint<float>)
-OZK_VML_KERNEL(d, Rint, H8HAynn, unary, Rint<double>)
-OZK_VML_KERNEL(s, NearbyInt, H8HAynn, unary, NearbyInt<float>)
-OZK_VML_KERNEL(d, NearbyInt, H8HAynn, unary, NearbyInt<double>)
+OZK_VML_KERNEL(s, Rint, H8HAynn, unary, Everywhere<float, Rint>)
+OZK_VML_KERNEL(d, Rint, H8HAynn, unary, Everywhere<double, Rint>)
+OZK_VML_KERNEL(s, NearbyInt, H8HAynn, unary, Everywhere<float, NearbyInt>)
+OZK_VML_KERNEL(d, NearbyInt, H8HAynn, unary, Everywhere<double, NearbyInt>)
 OZK_VML_KERNEL(s, Modf, H8HAynn, two_results, Modf<float>)
 OZK_VML_KERNEL(d, Modf, H8HAynn, two_results, Modf<double>)
-OZK_VML_KERNEL(s, Frac, H8HAynn, unary, Frac<float>)
-OZK_VML_KERNEL(d, Frac, H8HAynn, unary, Frac<double>)
+OZK_VML_KERNEL(s, Frac, H8HAynn, unary, Everywhere<float, Frac>)
+OZK_VML_KERNEL(d, Frac, H8HAynn, unary, Everywhere<double, Frac>)

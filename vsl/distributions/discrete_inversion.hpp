@@ -38,6 +38,7 @@ class CumulativeMasses {
         sums_[0] = masses.first;
     }
     double operator[](int32_t k) const { return sums_[static_cast<size_t>(k)]; }
+    int32_t count() const { return last_ + 1; }
     // Adds up until the last sum is above u.
     void extend_above(double u) {
         constexpr double kUnnoticed = 0x1p-56;
@@ -71,10 +72,27 @@ class CumulativeMasses {
     std::array<double, kMostMasses> sums_;
 };
 
-template <class Ratio>
+// Sums that were made before; the last one, up to number kMostMasses - 1, is infinite, whatever the others are.
+class TabulatedSums {
+  public:
+    TabulatedSums(const double* sums, int32_t count) : sums_(sums), last_(count - 1) {}
+    double operator[](int32_t k) const { return sums_[k]; }
+    void extend_above(double) {}
+    void find(int32_t count, const double* u, int32_t* k) const {
+        for (int32_t i = 0; i < count; ++i) {
+            k[i] = static_cast<int32_t>(std::upper_bound(sums_, sums_ + last_, u[i]) - sums_);
+        }
+    }
+
+  private:
+    const double* sums_;
+    int32_t last_;
+};
+
+template <class Sums>
 class GuideTable {
   public:
-    explicit GuideTable(const Masses<Ratio>& masses) : sums_(masses) {
+    explicit GuideTable(const Sums& sums) : sums_(sums) {
         sums_.extend_above(std::numeric_limits<double>::max());
         int32_t k = 0;
         for (int32_t i = 0; i <= kGuides; ++i) {
@@ -111,27 +129,39 @@ class GuideTable {
         bool has_more;
     };
 
-    CumulativeMasses<Ratio> sums_;
+    Sums sums_;
     std::array<Guide, kGuides + 1> guides_;
 };
+
+// Gives out result(k) for the k that `sums`, or their guide table, find for a uniform each.
+template <class Sums, class Result>
+int32_t invert_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, Sums& sums, Result result) {
+    return in_blocks(n, r, [&](int32_t count, int32_t* block) {
+        double u[kBlock];
+        const int32_t status = draw(stream, count, u, 0);
+        if (status < 0) return status;
+        clamp(count, u, 0, 1);  // a caller's own generator may give others
+        sums.find(count, u, block);
+        for (int32_t i = 0; i < count; ++i) block[i] = result(block[i]);
+        return status;
+    });
+}
+
+// each(sums), or each(their guide table) if that pays for n numbers.
+template <class Sums, class Each>
+int32_t with_guides_for(int64_t n, Sums sums, Each each) {
+    constexpr int32_t kLongCall = 128;
+    if (n < kLongCall) return each(sums);
+    GuideTable<Sums> guides(sums);
+    return each(guides);
+}
 
 // result(k) is what is given out for k.
 template <class Ratio, class Result>
 int32_t by_discrete_inversion(OzkVslStream* stream, int32_t n, int32_t* r, const Masses<Ratio>& masses,
                               Result result) {
-    constexpr int32_t kLongCall = 128;
-    const auto each = [=](auto&& sums) {
-        return in_blocks(n, r, [&](int32_t count, int32_t* block) {
-            double u[kBlock];
-            const int32_t status = draw(stream, count, u, 0);
-            if (status < 0) return status;
-            clamp(count, u, 0, 1);  // a caller's own generator may give others
-            sums.find(count, u, block);
-            for (int32_t i = 0; i < count; ++i) block[i] = result(block[i]);
-            return status;
-        });
-    };
-    return n < kLongCall ? each(CumulativeMasses(masses)) : each(GuideTable(masses));
+    return with_guides_for(n, CumulativeMasses(masses),
+                           [=](auto& sums) { return invert_uniforms(stream, n, r, sums, result); });
 }
 
 }  // namespace ozk::vsl

@@ -12,22 +12,27 @@ namespace ozk::vsl {
 
 inline constexpr int32_t kCandidates = kBlock / 2;
 
-// accept(count, uniforms of `count` candidates, r) stores the accepted ones and returns their number.
-template <int kUniforms, class Real, class Accept>
-int32_t by_rejection(OzkVslStream* stream, int32_t n, Real* r, Accept accept) {
-    return in_own_environment(replace_special_value<BelowEveryUniform>, [=]() mutable {
-        int32_t status = kOzkVslSuccess;
-        while (n > 0) {
-            double u[kUniforms * kCandidates];
-            const int32_t count = std::min(n, kCandidates);
-            status = draw(stream, kUniforms * count, u, 0);
-            if (status < 0) break;
-            const int32_t accepted = accept(count, u, r);
-            r += accepted;
-            n -= accepted;
-        }
-        return status;
-    });
+// accept(count, uniforms of `count` candidates, r) stores the accepted ones and returns their number. For a caller
+// that is in its own environment.
+template <int kUniforms, class Result, class Accept>
+int32_t draw_candidates(OzkVslStream* stream, int32_t n, Result* r, Accept accept) {
+    int32_t status = kOzkVslSuccess;
+    while (n > 0) {
+        double u[kUniforms * kCandidates];
+        const int32_t count = std::min(n, kCandidates);
+        status = draw(stream, kUniforms * count, u, 0);
+        if (status < 0) break;
+        const int32_t accepted = accept(count, u, r);
+        r += accepted;
+        n -= accepted;
+    }
+    return status;
+}
+
+template <int kUniforms, class Result, class Accept>
+int32_t by_rejection(OzkVslStream* stream, int32_t n, Result* r, Accept accept) {
+    return in_own_environment(replace_special_value<BelowEveryUniform>,
+                              [=] { return draw_candidates<kUniforms>(stream, n, r, accept); });
 }
 
 // Moves the accepted ones to the front; returns their number.

@@ -10,15 +10,6 @@
 namespace ozk::stats {
 namespace {
 
-// The median of the keys, which it rearranges.
-template <class Real>
-double median(KeyOf<Real>* keys, int64_t n) {
-    const int64_t ranks[2] = {(n - 1) / 2, n / 2};
-    place_ranks(keys, n, ranks, 1 + (ranks[0] != ranks[1]));
-    return interpolate(n, static_cast<double>(n - 1) / 2,
-                       [=](int64_t k) { return static_cast<double>(from_key<Real>(keys[k])); });
-}
-
 template <class Real>
 int median_deviations(const Sample<Real>& sample, Real* results, const OzkThreading* threading) {
     using Key = KeyOf<Real>;

@@ -259,7 +259,7 @@ int matrix_item(int64_t item, int64_t thread, void* context) {
         for (int k = 0; k < 2; ++k) tiles[k].moments = unused[k];
         Product product = {&tiles[1], &tiles[0], job.count, result};
         Scheme scheme = job.scheme;
-        scheme.raw_order = scheme.centre == Centre::kBlockMean ? 1 : 0;
+        scheme.raw_order = 0;
         scheme.central_order = 2;
         job.accumulate_chunk(chunk, scheme, tiles, 2, add_product, &product);
     }

@@ -185,7 +185,9 @@ int raw_order(const Request& request) {
     if (request.asks(kOzkStatsRawMoment4 | kOzkStatsRawSum4)) return 4;
     if (request.asks(kOzkStatsRawMoment3 | kOzkStatsRawSum3)) return 3;
     if (request.asks(kOzkStatsRawMoment2 | kOzkStatsRawSum2)) return 2;
-    return request.asks(kOzkStatsSum) || request.centre == Centre::kBlockMean ? 1 : 0;
+    // The mean comes with the central sums, where there are any.
+    const bool mean_alone = request.centre == Centre::kBlockMean && central_order(request) < 2;
+    return request.asks(kOzkStatsSum) || mean_alone ? 1 : 0;
 }
 
 int central_order(const Request& request) {

@@ -85,7 +85,7 @@ struct Observations {
 // What to compute of every component.
 struct Scheme {
     Centre centre;
-    int raw_order;      // highest order of raw sums, 0 for none
+    int raw_order;      // highest order of raw sums, 0 for none: the cheapest way to a mean with central sums
     int central_order;  // highest order of central sums, 1 for the mean alone
     int block;          // observations of a block, at most kMaxBlock
 };

@@ -14,6 +14,9 @@ struct Block {
     const double* weights;  // null: all 1
     const double* roots;    // of the weights; null: all 1
     Weight weight;
+    // Where weights are 0, an observation whose values stand in for those of the absent ones, which may be NaN; else
+    // -1.
+    int stand_in = -1;
 };
 
 // Some components of a block: observation j of component k at x[k][j * step], and in `rows`, where not null,

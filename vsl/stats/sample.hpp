@@ -85,17 +85,23 @@ class Allocation {
 // Bytes up to the next cache line, so that what follows does not share one.
 inline int64_t whole_lines(int64_t bytes) { return (bytes + 127) / 128 * 128; }
 
-// How many threads pay for one pass over the sample, at most one for each component.
-template <class Real>
-int64_t threads_for(const OzkThreading* threading, const Sample<Real>& sample) {
+// How many threads pay for one pass over p by n values.
+inline int64_t advised_threads(const OzkThreading* threading, int64_t p, int64_t n, int64_t storage,
+                               const void* values) {
     if (threading == nullptr || threading->parallel_for == nullptr) return 1;
     int64_t count = 1;
     if (threading->advise_threads != nullptr) {
-        count = threading->advise_threads(sample.p, sample.n, sample.storage, sample.values);
+        count = threading->advise_threads(p, n, storage, values);
     } else if (threading->thread_limit != nullptr) {
         count = threading->thread_limit();
     }
-    return std::clamp<int64_t>(count, 1, sample.p);
+    return std::max<int64_t>(count, 1);
+}
+
+// The same for the sample, at most one for each component.
+template <class Real>
+int64_t threads_for(const OzkThreading* threading, const Sample<Real>& sample) {
+    return std::min(advised_threads(threading, sample.p, sample.n, sample.storage, sample.values), sample.p);
 }
 
 // Calls body(item, thread) for each item, on at most `threads` threads; the status of the loop.

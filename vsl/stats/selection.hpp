@@ -46,4 +46,13 @@ double interpolate(int64_t n, double position, At at) {
     return low == high ? low : low + (high - low) * share;
 }
 
+// The median of the keys, which it rearranges.
+template <class Real>
+double median(KeyOf<Real>* keys, int64_t n) {
+    const int64_t ranks[2] = {(n - 1) / 2, n / 2};
+    place_ranks(keys, n, ranks, 1 + (ranks[0] != ranks[1]));
+    return interpolate(n, static_cast<double>(n - 1) / 2,
+                       [=](int64_t k) { return static_cast<double>(from_key<Real>(keys[k])); });
+}
+
 }  // namespace ozk::stats

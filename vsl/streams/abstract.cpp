@@ -60,7 +60,7 @@ static_assert(sizeof(IntegerAbstract::State) == 32 && sizeof(DoubleAbstract::Sta
 
 template <class Abstract>
 int32_t initialise(uint32_t method, OzkVslStream* stream, const void* params) {
-    if (method != kOzkVslInitSeed) return refuse_to_move(method);
+    if (method != kOzkVslInitSeed) return refuse_method(method);
     state_of<typename Abstract::State>(stream) = Abstract::seed(static_cast<const void* const*>(params));
     return kOzkVslSuccess;
 }

@@ -35,8 +35,6 @@ class CounterBased {
             case kOzkVslInitSeed:
                 seed(state, n, static_cast<const uint32_t*>(params));
                 return kOzkVslSuccess;
-            case kOzkVslInitLeapfrog:
-                return kOzkVslErrorNoLeapfrog;
             case kOzkVslInitSkipAhead:
                 count[0] = skip_count(params);
                 skip(state, count);
@@ -47,7 +45,7 @@ class CounterBased {
                 skip(state, count);
                 return kOzkVslSuccess;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

@@ -19,8 +19,8 @@ namespace ozk::vsl {
 inline uint64_t skip_count(const void* params) { return *static_cast<const uint64_t*>(params); }
 inline uint32_t leapfrog_index(const void* params) { return *static_cast<const uint32_t*>(params); }
 
-// What a generator that can be neither split nor moved answers to any method but seeding.
-inline int32_t refuse_to_move(uint32_t method) {
+// What a generator answers to a method that it lacks.
+inline int32_t refuse_method(uint32_t method) {
     switch (method) {
         case kOzkVslInitLeapfrog:
             return kOzkVslErrorNoLeapfrog;

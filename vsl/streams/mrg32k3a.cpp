@@ -133,8 +133,6 @@ struct Mrg32k3a {
             case kOzkVslInitSeed:
                 seed(state, n, static_cast<const uint32_t*>(params));
                 return kOzkVslSuccess;
-            case kOzkVslInitLeapfrog:
-                return kOzkVslErrorNoLeapfrog;
             case kOzkVslInitSkipAhead: {
                 const uint64_t count = skip_count(params);
                 __vsliVect3PowMod(power1(0), count, kModulus1, state.first.x);
@@ -145,7 +143,7 @@ struct Mrg32k3a {
                 skip(state, n, static_cast<const uint64_t*>(params));
                 return kOzkVslSuccess;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

@@ -34,10 +34,8 @@ struct Multiplicative : Modulus {
             case kOzkVslInitSkipAhead:
                 state.x = Modulus::multiply(state.x, power<Modulus>(state.a, skip_count(params)));
                 return kOzkVslSuccess;
-            case kOzkVslInitSkipAheadEx:
-                return kOzkVslErrorNoSkipAheadEx;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

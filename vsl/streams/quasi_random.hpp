@@ -46,10 +46,8 @@ class QuasiRandom {
             case kOzkVslInitSkipAhead:
                 skip(state, skip_count(params));
                 return kOzkVslSuccess;
-            case kOzkVslInitSkipAheadEx:
-                return kOzkVslErrorNoSkipAheadEx;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

@@ -23,19 +23,9 @@ struct R250 {
     };
 
     static int32_t initialise(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
-        switch (method) {
-            case kOzkVslInitSeed:
-                seed(state_of<State>(stream), n, static_cast<const uint32_t*>(params));
-                return kOzkVslSuccess;
-            case kOzkVslInitLeapfrog:
-                return kOzkVslErrorNoLeapfrog;
-            case kOzkVslInitSkipAhead:
-                return kOzkVslErrorNoSkipAhead;
-            case kOzkVslInitSkipAheadEx:
-                return kOzkVslErrorNoSkipAheadEx;
-            default:
-                return kOzkVslErrorUnknownMethod;
-        }
+        if (method != kOzkVslInitSeed) return refuse_method(method);
+        seed(state_of<State>(stream), n, static_cast<const uint32_t*>(params));
+        return kOzkVslSuccess;
     }
 
     // Long sequences of words are made in the results themselves.

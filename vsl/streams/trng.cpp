@@ -52,7 +52,7 @@ extern "C" {
 using namespace ozk::vsl;
 
 int32_t __vslBRngTRNGInitStream(uint32_t method, OzkVslStream* stream, int32_t n, const void* params) {
-    if (method != kOzkVslInitSeed) return refuse_to_move(method);
+    if (method != kOzkVslInitSeed) return refuse_method(method);
     const uint32_t* const seed = static_cast<const uint32_t*>(params);
     state_of<State>(stream) = {0, n >= 2 && seed[1] != 0 ? seed[1] : kDefaultRetryLimit};
     return kOzkVslSuccess;

@@ -92,10 +92,8 @@ struct WichmannHill {
                 for (int q = 0; q < kComponents; ++q)
                     state.x[q] = multiply(state.x[q], power(state.a[q], skip_count(params), m[q]), m[q]);
                 return kOzkVslSuccess;
-            case kOzkVslInitSkipAheadEx:
-                return kOzkVslErrorNoSkipAheadEx;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

@@ -46,14 +46,10 @@ struct WordArray : Recurrence {
             case kOzkVslInitSeed:
                 Recurrence::seed(state, n, static_cast<const uint32_t*>(params));
                 return kOzkVslSuccess;
-            case kOzkVslInitLeapfrog:
-                return kOzkVslErrorNoLeapfrog;
             case kOzkVslInitSkipAhead:
                 return Recurrence::skip_ahead(state, Recurrence::parameters(stream), skip_count(params));
-            case kOzkVslInitSkipAheadEx:
-                return kOzkVslErrorNoSkipAheadEx;
             default:
-                return kOzkVslErrorUnknownMethod;
+                return refuse_method(method);
         }
     }
 

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,14 @@ inline std::string test_name(std::string name) {
     std::replace_if(
         name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
     return name;
+}
+
+inline std::string named(const char* distribution, std::initializer_list<double> parameters) {
+    std::ostringstream text;
+    text.precision(12);
+    text << distribution;
+    for (double x : parameters) text << ' ' << x;
+    return text.str();
 }
 
 // The distribution function of integers low <= k <= high from the ratios P(k + 1) / P(k) alone: exact whatever the
@@ -75,6 +85,19 @@ class CdfOfRatios {
     int64_t first_;
     std::vector<long double> sums_, rest_;
 };
+
+inline DiscreteCase of_ratios(std::string name, Draw<int32_t> draw, int64_t low, int64_t high, double mean,
+                              double variance, std::function<long double(int64_t)> ratio) {
+    const auto oracle = std::make_shared<CdfOfRatios>(low, high, std::llround(mean), std::move(ratio));
+    return {std::move(name),
+            std::move(draw),
+            low,
+            high,
+            mean,
+            variance,
+            [=](int64_t k) { return oracle->cdf(k); },
+            [=](int64_t k) { return oracle->survival(k); }};
+}
 
 // The p-value of Pearson's chi-square test of a sorted sample. Cells are the shortest intervals in which enough
 // numbers are expected: 10 in the tails, growing to a hundredth of the sample in the middle.

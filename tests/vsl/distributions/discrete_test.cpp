@@ -3,8 +3,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <memory>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -17,14 +15,6 @@ using namespace distribution_test;
 
 constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-
-std::string named(const char* distribution, std::initializer_list<double> parameters) {
-    std::ostringstream text;
-    text.precision(12);
-    text << distribution;
-    for (double x : parameters) text << ' ' << x;
-    return text.str();
-}
 
 DiscreteCase uniform(int32_t a, int32_t b) {
     const double width = double(b) - a;
@@ -62,19 +52,6 @@ DiscreteCase geometric(double p) {
         (1 - p) / p / p,
         [=](int64_t k) { return -std::expm1(static_cast<double>(k + 1) * ln_q); },
         [=](int64_t k) { return std::exp(static_cast<double>(k + 1) * ln_q); }};
-}
-
-DiscreteCase of_ratios(std::string name, Draw<int32_t> draw, int64_t low, int64_t high, double mean,
-                       double variance, std::function<long double(int64_t)> ratio) {
-    const auto oracle = std::make_shared<CdfOfRatios>(low, high, std::llround(mean), std::move(ratio));
-    return {std::move(name),
-            std::move(draw),
-            low,
-            high,
-            mean,
-            variance,
-            [=](int64_t k) { return oracle->cdf(k); },
-            [=](int64_t k) { return oracle->survival(k); }};
 }
 
 DiscreteCase binomial(int32_t trials, double p) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -37,6 +38,12 @@ struct Kernels;
         static constexpr auto partial = _vsl##letter##SSPartialCovariance;              \
         static constexpr auto pooled = _vsl##letter##SSPooledCovariance;                \
         static constexpr auto parametrize = _vsl##letter##SSCorrelationParametrization; \
+        static constexpr auto robust = _vsl##letter##SSRobustCovariance;                \
+        static constexpr auto outliers = _vsl##letter##SSOutliersDetection;             \
+        static constexpr auto distances = _vsl##letter##SSMahDistance;                  \
+        static constexpr auto test_rank = __vsl##letter##TestCovRank;                   \
+        static constexpr auto invert = __vsl##letter##InvCov;                           \
+        static constexpr auto missing_values = _vsl##letter##SSMissingValues;           \
         static constexpr auto quicksort = __vsl##letter##QSort;                         \
         static constexpr auto quicksort_step = __vsl##letter##QSortStep;                \
         static constexpr auto quickselect = __vsl##letter##QSortSelect;                 \

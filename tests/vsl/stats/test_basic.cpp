@@ -118,6 +118,35 @@ TEST(StatsBasic, DigitsSurviveAMeanMuchLargerThanTheDeviation) {
                 }
 }
 
+// Blocks whose means have little to do with those before: a trend, levels far apart, growth, one late jump, and a far
+// start, which counts for next to nothing where there are weights.
+TEST(StatsBasic, DigitsSurviveMeansThatMoveAlongTheData) {
+    const uint64_t mask = kOzkStatsMean | kOzkStatsCentralMoment2 | kOzkStatsCentralMoment3 |
+                          kOzkStatsCentralMoment4 | kOzkStatsCovariance;
+    for (const uint64_t bits : {mask, mask & ~kMatrices})
+        for (const int64_t storage : kStorages)
+            for (const bool weighted : {false, true}) {
+                Problem<double> problem(6, 4000);
+                problem.storage = storage;
+                std::mt19937_64 random(2);
+                problem.fill(random, 0, 1);
+                for (int64_t j = 0; j < problem.n; ++j) {
+                    const double at = static_cast<double>(j);
+                    const double moves[] = {0,
+                                            at,
+                                            1e6 * static_cast<double>(j / 600),
+                                            std::exp(at / 200),
+                                            j == 3900 ? 1e9 : 0.,
+                                            j < 600 ? 1e4 : 0.};
+                    for (int64_t i = 0; i < problem.p; ++i) problem.x[i * problem.n + j] += moves[i];
+                    if (weighted)
+                        problem.weights.push_back((j < 600 ? 1e-12 : 0.5) * static_cast<double>(1 + j % 3));
+                }
+                ASSERT_EQ(problem.run(bits, kOzkStatsFast), 0);
+                EXPECT_EQ(first_error(problem, bits, 2e-14), "") << storage << weighted;
+            }
+}
+
 // Univariate data sets of certified mean, standard deviation and lag-1 autocorrelation, NIST Statistical
 // Reference Datasets: NumAcc1 to 4.
 struct Certified {
@@ -465,6 +494,38 @@ TEST(StatsBasic, DegenerateDataGiveNaNWhereAnEstimateHasNoValue) {
         hole.results[kOzkStatsMean][1] = kUntouched;
         EXPECT_EQ(first_error(hole, kOzkStatsMean, 1e-15), "");
     }
+}
+
+// Whatever an absent observation holds: the bits are those of data with a number there.
+TEST(StatsBasic, ObservationsOfWeightZeroAreAbsentWhateverTheyHold) {
+    const auto check = [](auto problem, uint32_t method, uint64_t mask, const std::string& text) {
+        using Real = std::remove_reference_t<decltype(problem.x[0])>;
+        std::mt19937_64 random(problem.n);
+        problem.indices.clear();
+        problem.weights.clear();
+        for (int64_t j = 0; j < problem.n; ++j)
+            problem.weights.push_back(random() % 3 ? Real(0.5) * Real(1 + random() % 4) : 0);
+        problem.weights[problem.n / 2] = 1;
+        auto holes = problem;
+        constexpr Real kContents[] = {std::numeric_limits<Real>::quiet_NaN(), INFINITY, -INFINITY};
+        for (int64_t i = 0; i < problem.p; ++i)
+            for (int64_t j = 0; j < problem.n; ++j)
+                if (problem.weights[j] == 0) holes.x[i * problem.n + j] = kContents[random() % 3];
+        ASSERT_EQ(problem.run(mask, method), 0);
+        ASSERT_EQ(holes.run(mask, method), 0);
+        for (const Estimate& e : kEstimates) {
+            const auto &got = holes.results[e.bit], &expected = problem.results[e.bit];
+            EXPECT_EQ(std::memcmp(got.data(), expected.data(), got.size() * sizeof(Real)), 0)
+                << e.name << ", " << text;
+        }
+    };
+    for (int seed = 600; seed < 630; ++seed)
+        for (const uint32_t method : kMethods)
+            for (const uint64_t mask : {kAll, kAll & ~kMatrices}) {
+                const auto real = random_problem<double>(seed, 1.5, 2);
+                check(real, method, mask, describe(real, seed, method));
+                check(random_problem<float>(seed, 1.5, 2), method, mask, describe(real, seed, method));
+            }
 }
 
 TEST(StatsBasic, EndlessPortionsDoNotWearTheMeanOut) {
