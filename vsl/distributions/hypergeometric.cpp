@@ -4,7 +4,7 @@
 // value 0. Methods: inversion where its mean is up to 64; above, Stadlober, "The ratio of uniforms approach for
 // generating discrete random variates", J. Comput. Appl. Math. 31 (1990): with x and y on [0, 1),
 //   k = floor(mean + 1/2 + h (y - 1/2) / x) is accepted when x^2 <= f(k) / f(mode),
-// h = 2 sqrt(2 / e) sqrt(variance + 1/2) + 3 - 2 sqrt(3 / e).
+// h = 2 sqrt(2 / e) sqrt(variance + 1/2) + 3 - 2 sqrt(3 / e); see tools/random/binomial_hats.py.
 
 #include <cmath>
 #include <numbers>
