@@ -99,7 +99,7 @@ class Acceptance {
         if (n < kLongCall) return;
         has_pieces_ = true;
         const double width = std::max(1.0, std::ceil(deviation * (2 * kDeviations / kPieces)));
-        first_ = masses.mode - width * (kPieces / 2);
+        first_ = masses.mode - width * (kPieces / 2.0);
         per_width_ = 1 / width;
         // The ends of the pieces, and of those beside the first and the last.
         constexpr int32_t kEnds = kPieces + 3;
