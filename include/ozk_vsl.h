@@ -699,7 +699,7 @@ OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, 
 /* ---- Poisson, negative binomial and multinomial distributions -------------------------------------------- *
  * Integers; statuses are those of the other continuous distributions, parameters being checked before anything is
  * drawn or written. No sequence depends on how it is cut into calls. Probabilities are right to the step of the
- * generator's doubles: 2^-32 of generators of 32-bit words, of which none is as rare as a result that is rarer. */
+ * generator's doubles: a generator of 32-bit words gives no result that is much rarer than 2^-32. */
 
 /* n Poisson numbers, P(X = k) = exp(-lambda) lambda^k / k!; 0 < lambda <= 2.1e9, so that every result fits into 32
  * bits. Below 27 all methods invert a table of the distribution function, one uniform a result (Chen and Asau, AIIE
