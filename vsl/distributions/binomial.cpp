@@ -4,7 +4,7 @@
 // of binomial random variates", J. Statist. Comput. Simul. 46 (1993), algorithm BTRS: transformed rejection, valid
 // from a mean of 10 on. With u on [-1/2, 1/2), v on [0, 1) and s = 1/2 - |u|,
 //   k = floor((2 a / s + b) u + n p + 1/2) is accepted when v alpha / (a / s^2 + b) <= f(k) / f(mode),
-// for which s >= 0.07 and v <= v_r suffice: so do six of seven candidates.
+// for which s >= 0.07 and v <= v_r suffice: so do 62 of 100 candidates at a mean of 65 and 79 at large ones.
 
 #include <cmath>
 

@@ -12,8 +12,8 @@
 namespace ozk::vsl {
 namespace {
 
-constexpr double kLeastTabled = 0.1,  // whose masses end within 350
-    kLeastOf32Bits = 0x1p-16;
+constexpr double kLeastTabled = 0.1;  // its masses end before kMostMasses
+constexpr double kLeastOf32Bits = 0x1p-16;
 
 // floor(ln_u / ln_q), or the largest int32_t where that is more. Changes ln_u.
 void take_quotients(int32_t count, double* ln_u, double ln_q, int32_t* r) {
@@ -42,9 +42,9 @@ int32_t by_logarithm_of_64_bits(OzkVslStream* stream, int32_t n, int32_t* r, dou
         const int32_t status = _vsliRngUniformBits64(kOzkVslUniformStandard, stream, count, words);
         if (status < 0) return status;
         for (int32_t i = 0; i < count; ++i) {
-            const double v = static_cast<double>(static_cast<int64_t>(words[i] >> 1)) * 0x1p-63;
-            minus_v[i] = -v;
+            minus_v[i] = static_cast<double>(static_cast<int64_t>(words[i] >> 1)) * -0x1p-63;
         }
+        // Rounding may have given -1.
         clamp(count, minus_v, -kBelowOne, 0);
         take_log1p(count, minus_v);
         take_quotients(count, minus_v, ln_q, block);

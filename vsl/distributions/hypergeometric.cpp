@@ -16,28 +16,22 @@
 namespace ozk::vsl {
 namespace {
 
-// How many of a marked ones are among b drawn ones, of a + b + c: a (a - 1) .. (a - k + 1) b (b - 1) ... is what
-// P(k) is proportional to, over k! (c + 1) ... (c + k).
+// How many of a marked ones are among b drawn ones, of a + b + c: k has the probability P(k) proportional to
+// 1 / (k! (a - k)! (b - k)! (c + k)!).
 struct Lot {
-    int32_t a, b, c;
+    double a, b, c;
 
-    double size() const { return double{0} + a + b + c; }
+    double size() const { return a + b + c; }
     double mean() const { return size() > 0 ? a * (b / size()) : 0; }
-    double variance() const {
-        const double n = size();
-        return mean() * ((n - a) / n) * ((n - b) / (n - 1));
-    }
-    int32_t mode() const {
-        const int64_t n = int64_t{a} + b + c;
-        return static_cast<int32_t>((a + int64_t{1}) * (b + int64_t{1}) / (n + 2));
-    }
+    double variance() const { return mean() * ((b + c) / size()) * ((a + c) / (size() - 1)); }
+    double mode() const { return std::floor((a + 1) * (b + 1) / (size() + 2)); }
     // P(0) = (a + c)! (b + c)! / (c! (a + b + c)!). Of Stirling's formula b ln(1 - a / m) + a ln(1 - b / m) and, from
     // 1 - (a + b) / m = (1 - a / m) (1 - b / m) (1 - d), (c + 1/2) ln(1 - d) remain: terms as large as the mean.
     double none() const {
         const double m = size() + 1, d = a / (m - a) * (b / (m - b));
         return std::exp(b * std::log1p(-a / m) + a * std::log1p(-b / m) - (c + 0.5) * std::log1p(-d) +
-                        stirling_correction(double{0} + a + c) + stirling_correction(double{0} + b + c) -
-                        stirling_correction(c) - stirling_correction(size()));
+                        stirling_correction(a + c) + stirling_correction(b + c) - stirling_correction(c) -
+                        stirling_correction(size()));
     }
 };
 
@@ -72,10 +66,8 @@ int32_t by_ratio_of_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, const 
 template <class Result>
 int32_t common_to_both(OzkVslStream* stream, int32_t n, int32_t* r, const Lot& lot, Result result) {
     if (lot.mean() > kLargestInvertedMean) return by_ratio_of_uniforms(stream, n, r, lot, result);
-    const Masses masses{lot.none(), lot.mode(),
-                        [a = double(lot.a), b = double(lot.b), c = double(lot.c)](int32_t k) {
-                            return (a - k) * (b - k) / ((k + 1.0) * (c + k + 1));
-                        }};
+    const Masses masses{lot.none(), static_cast<int32_t>(lot.mode()),
+                        [=](int32_t k) { return (lot.a - k) * (lot.b - k) / ((k + 1.0) * (lot.c + k + 1)); }};
     return by_discrete_inversion(stream, n, r, masses, result);
 }
 
@@ -92,13 +84,13 @@ extern "C" int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, 
     if (n < 1) return kOzkVslSuccess;
     const bool few_drawn = drawn <= size - drawn, few_marked = marked <= size - marked;
     const int32_t a = few_marked ? marked : size - marked, b = few_drawn ? drawn : size - drawn;
+    const Lot lot{double(a), double(b), double(size - a - b)};
     // Of the marked ones, those drawn; of the others or of those left, by difference.
     const int32_t start = few_drawn == few_marked ? (few_drawn ? 0 : drawn - (size - marked))
                           : few_drawn             ? drawn
                                                   : marked;
     const int32_t step = few_drawn == few_marked ? 1 : -1;
     return in_own_environment(replace_special_value<BelowEveryUniform>, [=] {
-        return common_to_both(stream, n, r, Lot{a, b, size - a - b},
-                              [=](int32_t k) { return start + step * k; });
+        return common_to_both(stream, n, r, lot, [=](int32_t k) { return start + step * k; });
     });
 }

@@ -51,7 +51,7 @@ class CdfOfRatios {
   public:
     template <class Ratio>
     CdfOfRatios(int64_t low, int64_t high, int64_t mode, Ratio ratio) : first_(mode) {
-        constexpr long double kNothing = 1e-25L;
+        constexpr long double kNothing = 1e-40L;
         std::vector<long double> below;
         for (long double p = 1; first_ > low && p > kNothing; --first_) {
             p /= ratio(first_ - 1);

@@ -143,6 +143,39 @@ TEST_P(Discrete, StaysWithinTheSupportUnderEveryUniformAndLeavesTheCallersState)
     if (!GetParam().name.starts_with("Uniform")) stays_within_the_support(GetParam());
 }
 
+// Where one uniform is inverted, the distribution function itself can be seen, in long calls and in short ones.
+TEST(DiscreteInversion, StepsWhereTheDistributionFunctionDoes) {
+    constexpr double kTolerance = 0x1p-40;
+    for (const DiscreteCase& c :
+         {geometric(0.1), geometric(0.7), binomial(1, 0.5), binomial(100, 0.3), binomial(129, 0.49),
+          binomial(kLargest, 1e-9), binomial(kLargest, 63.999 / kLargest), hypergeometric(10, 3, 4),
+          hypergeometric(100, 20, 40), hypergeometric(256, 128, 128),
+          hypergeometric(kLargest, 100, kLargest / 2), hypergeometric(kLargest, 1 << 18, 1 << 18),
+          hypergeometric(kLargest, 3, (1 << 30) - 1)}) {
+        Script script{{}};
+        std::vector<int32_t> expected;
+        for (int64_t k = c.low; k < c.high && c.survival(k) > 0; ++k) {
+            // What the oracle has exactly; and neighbouring steps have to lie farther apart.
+            if (c.cdf(k) < 1e-25 || c.cdf(k + 1) - c.cdf(k) < 4 * kTolerance * c.cdf(k)) continue;
+            script.numbers.push_back(c.cdf(k) * (1 - kTolerance));
+            script.numbers.push_back(c.cdf(k) * (1 + kTolerance));
+            expected.push_back(static_cast<int32_t>(k));
+            expected.push_back(static_cast<int32_t>(k + 1));
+        }
+        const int32_t repeats = 300;  // of all, so that the call is a long one
+        const int32_t n = static_cast<int32_t>(expected.size());
+        OzkVslStream* stream = scripted_generator::make_stream(script);
+        std::vector<int32_t> r(static_cast<size_t>(n * repeats));
+        ASSERT_EQ(c.draw(stream, n * repeats, r.data()), kOzkVslSuccess);
+        for (int32_t i = 0; i < n; i += 2) ASSERT_EQ(c.draw(stream, 2, r.data() + i), kOzkVslSuccess);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(r[i], expected[i % expected.size()])
+                << c << " u = " << script.numbers[i % expected.size()];
+        }
+        __vslDeleteStream(&stream);
+    }
+}
+
 TEST(Bernoulli, ComparesTheStreamsSinglesWithP) {
     constexpr int n = 2000;
     OzkVslStream* stream = make_stream();
