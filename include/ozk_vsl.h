@@ -701,7 +701,7 @@ OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, 
 /* ---- Poisson, negative binomial and multinomial distributions -------------------------------------------- *
  * Integers; statuses are those of the other continuous distributions, parameters being checked before anything is
  * drawn or written. No sequence depends on how it is cut into calls. Probabilities are right to the step of the
- * generator's doubles: 2^-32 of generators of 32-bit words, of which none is as rare as a result that is rarer. */
+ * generator's doubles: a generator of 32-bit words gives no result that is much rarer than 2^-32. */
 
 /* n Poisson numbers, P(X = k) = exp(-lambda) lambda^k / k!; 0 < lambda <= 2.1e9, so that every result fits into 32
  * bits. Below 27 all methods invert a table of the distribution function, one uniform a result (Chen and Asau, AIIE
@@ -732,7 +732,7 @@ OZK_EXPORT int32_t _vsliRngNegbinomial(int32_t method, OzkVslStream* stream, int
 
 /* kOzkVslInverse. n vectors of k integers, one after the other in r (n by k, row after row): how often each of k
  * outcomes with the probabilities p comes in `trials` trials. trials >= 0, k >= 1, p[j] >= 0; they are taken in
- * proportion to their sum, which is 1 but for rounding, 1e-4 at most. Up to 64 k trials, and k up to 384, one uniform
+ * proportion to their sum, which is 1 but for rounding, 1e-4 at most. Up to 32 k trials, and k up to 384, one uniform
  * a trial; else k - 1 numbers of Binomial at most, with the trials that are left (Davis, Comput. Statist. Data Anal.
  * 16 (1993)). */
 OZK_EXPORT int32_t _vsliRngMultinomial(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r,

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "vsl/distributions/discrete_inversion.hpp"
 #include "vsl/distributions/parameters.hpp"
@@ -13,7 +14,7 @@ namespace ozk::vsl {
 namespace {
 
 // A binomial number costs about what this many trials do.
-constexpr int64_t kTrialsForBinomial = 64;
+constexpr int64_t kTrialsForBinomial = 32;
 
 struct Outcomes {
     const double* probability;
@@ -42,6 +43,8 @@ int32_t by_trials(OzkVslStream* stream, int32_t n, int32_t* r, int32_t trials, c
     std::fill_n(r, int64_t{n} * outcomes.count, 0);
     const int64_t all_trials = int64_t{n} * trials;
     return with_guides_for(all_trials, TabulatedSums(sums, outcomes.last + 1), [=](auto& inverse) {
+        // Every other trial is counted apart: to count the same outcome twice in turn takes the longer.
+        int32_t others[kMostMasses] = {};
         int32_t* vector = r;
         int32_t left = trials;  // of this vector
         for (int64_t done = 0; done < all_trials; done += kBlock) {
@@ -50,13 +53,20 @@ int32_t by_trials(OzkVslStream* stream, int32_t n, int32_t* r, int32_t trials, c
             const int32_t status =
                 invert_uniforms(stream, count, outcome, inverse, [](int32_t k) { return k; });
             if (status < 0) return status;
-            for (int32_t i = 0; i < count; ++i) {
-                if (left == 0) {
-                    left = trials;
-                    vector += outcomes.count;
+            for (int32_t i = 0; i < count;) {
+                const int32_t* const some = outcome + i;
+                const int32_t now = std::min(left, count - i);
+                for (int32_t j = 0; j + 1 < now; j += 2) {
+                    ++vector[some[j]];
+                    ++others[some[j + 1]];
                 }
-                --left;
-                ++vector[outcome[i]];
+                if (now % 2 != 0) ++vector[some[now - 1]];
+                i += now;
+                left -= now;
+                if (left > 0) continue;
+                for (int32_t k = 0; k <= outcomes.last; ++k) vector[k] += std::exchange(others[k], 0);
+                vector += outcomes.count;
+                left = trials;
             }
         }
         return int32_t{kOzkVslSuccess};

@@ -35,7 +35,8 @@ bool is_mean(double lambda) { return lambda > 0 && lambda <= kLargestPoissonMean
 
 // ---- Rejection -------------------------------------------------------------------------------------------
 
-// Candidates that have to be compared: floor(x) with the height w, which stands for exp(level) P(X = floor(x)).
+// Candidates that have to be compared: floor(x) is accepted when its height w is at most
+// sqrt(2 pi lambda) P(X = floor(x)) / exp(level).
 struct Undecided {
     int32_t count = 0;
     int32_t place[kCandidates];
