@@ -21,7 +21,8 @@
 //   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
 //                                 mask needn't tell the lanes, only whether there is one
 //   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
-//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two halves of about equal length
+//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two parts of about equal length
+//   advance(state) (optional, with these) a part between them, which gives the state for finish()
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
@@ -120,7 +121,7 @@ concept HasCareful = requires {
     typename Op::Careful;
 };
 template <class Op>
-concept ComesInHalves = requires(typename BlockVector<Op>::type x) {
+concept ComesInParts = requires(typename BlockVector<Op>::type x) {
     Op::prepare(x);
 }
 || requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); };
@@ -308,9 +309,20 @@ template <class Op>
 
 // ---- Blocks and tail ----------------------------------------------------------------------------------
 
-// One block of ordinary elements. Where the operation comes in halves, the first halves of all vectors stand before
-// the second ones: the chain of dependent operations of one vector is longer than what a processor's schedulers hold,
-// the halves of different vectors don't depend on each other. False, with nothing stored, where a checked result is
+// The last parts of a block's vectors.
+template <class Compute, class Access, class Op, class State, size_t kParts>
+[[gnu::always_inline]] inline void finish_block(const Call<Op>& call, int64_t i,
+                                                const State (&state)[kParts]) {
+#pragma GCC unroll 8
+    for (size_t j = 0; j < kParts; ++j) {
+        store_results<Access>(call, i + static_cast<int64_t>(j * (kBlock / kParts)),
+                              std::array{Compute::finish(state[j])});
+    }
+}
+
+// One block of ordinary elements. Where the operation comes in parts, the first parts of all vectors stand before the
+// second ones, and so on: the chain of dependent operations of one vector is longer than what a processor looks ahead
+// over, the parts of different vectors don't depend on each other. False, with nothing stored, where a checked result is
 // infinite or NaN.
 template <class Compute, class Access, class Op>
 [[gnu::always_inline]] inline bool compute_block(const Call<Op>& call, int64_t i) {
@@ -328,7 +340,7 @@ template <class Compute, class Access, class Op>
         for (size_t j = 0; j < y.size(); ++j) {
             store_results<Access>(call, i + static_cast<int64_t>(j) * Block::kLanes, std::array{y[j]});
         }
-    } else if constexpr (ComesInHalves<Compute>) {
+    } else if constexpr (ComesInParts<Compute>) {
         const auto prepared = [&call](int64_t first) OZK_SIMD_LAMBDA {
             return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); },
                              load_arguments<Access, Block>(call, first), call);
@@ -337,9 +349,14 @@ template <class Compute, class Access, class Op>
         decltype(prepared(i)) state[kParts];
 #pragma GCC unroll 8
         for (int j = 0; j < kParts; ++j) state[j] = prepared(i + j * Block::kLanes);
+        if constexpr (requires { Compute::advance(state[0]); }) {
+            decltype(Compute::advance(state[0])) advanced[kParts];
 #pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j)
-            store_results<Access>(call, i + j * Block::kLanes, std::array{Compute::finish(state[j])});
+            for (int j = 0; j < kParts; ++j) advanced[j] = Compute::advance(state[j]);
+            finish_block<Compute, Access>(call, i, advanced);
+        } else {
+            finish_block<Compute, Access>(call, i, state);
+        }
     } else {
 #pragma GCC unroll 8
         for (int j = 0; j < kBlock; j += Block::kLanes) {
