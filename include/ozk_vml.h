@@ -282,9 +282,9 @@ typedef struct OzkComplex16 {
  *          less 1 carried to twice the precision.
  * dLn      +-0: pole, -infinity. x < 0: domain. HA 0.51, LA 2.5 ulp, EP 29 bits. Table by the reciprocal estimate, LA
  *          by the leading bits; polynomial.
- * dLog2    As dLn; exact for powers of two. HA 0.51 ulp.
- * dLog10   As dLn; exact for powers of ten. HA 0.51, LA 2.2 ulp.
- * dLog1p   -1: pole, -infinity. x < -1: domain. log1p(+-0) = +-0. HA 0.51 ulp. As dLn of 1 + x, the sum taken exactly.
+ * dLog2    As dLn; exact for powers of two. HA 0.51 ulp. Table by the leading bits of the significand.
+ * dLog10   As dLn; exact for powers of ten. HA and LA 0.51 ulp, the same. As dLog2.
+ * dLog1p   -1: pole, -infinity. x < -1: domain. log1p(+-0) = +-0. HA 0.51 ulp. As dLog2, 1 + x taken exactly.
  * dLogb    +-0: pole, -infinity. The exponent of |x|, subnormal numbers that of their leading bit; +infinity for
  *          infinities. Exact. sLogb the same.
  * sExp     As dExp. HA 0.501, LA 2.3 ulp, EP 13.2 bits. HA in double precision, rounded once: multiples of ln2/512 from

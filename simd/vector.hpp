@@ -201,6 +201,14 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
+// The same where the lanes hold the pairs' offsets in bytes, which takes the address as it is.
+OZK_SIMD f64x2_pair gather_pairs_by_offset(const double* table, i64x2 offset) {
+    const char* bytes = reinterpret_cast<const char*>(table);
+    const __m128d low = _mm_load_pd(reinterpret_cast<const double*>(bytes + _mm_cvtsi128_si64(offset.v)));
+    const __m128d high = _mm_load_pd(reinterpret_cast<const double*>(bytes + _mm_extract_epi64(offset.v, 1)));
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+
 // ---- Reinterpretation of the bits ---------------------------------------------------------------------
 
 OZK_SIMD i64x2 bits(f64x2 a) { return {_mm_castpd_si128(a.v)}; }
@@ -470,6 +478,8 @@ OZK_SIMD i32x4 odd_lanes(i32x4 a, i32x4 b) {
     return {_mm_castps_si128(
         _mm_shuffle_ps(_mm_castsi128_ps(a.v), _mm_castsi128_ps(b.v), _MM_SHUFFLE(3, 1, 3, 1)))};
 }
+// Odd lanes (a1 a3) in lanes 0 and 1.
+OZK_SIMD i32x4 odd_lanes(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(3, 1, 3, 1))}; }
 
 // Lanes 0 and 2 of `even`, 1 and 3 of `odd`.
 OZK_SIMD i32x4 blend(i32x4 even, i32x4 odd) { return {_mm_blend_epi16(even.v, odd.v, 0xCC)}; }

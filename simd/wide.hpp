@@ -67,6 +67,7 @@ OZK_WIDE_OPERATOR(==)
 OZK_WIDE_OPERATOR(>)
 OZK_WIDE_FUNCTION(sqrt)
 OZK_WIDE_FUNCTION(abs)
+OZK_WIDE_FUNCTION(sign_bit)
 OZK_WIDE_FUNCTION(min)
 OZK_WIDE_FUNCTION(max)
 OZK_WIDE_FUNCTION(bits)
@@ -89,6 +90,7 @@ OZK_WIDE_FUNCTION(truncate_to_i32)
 OZK_WIDE_FUNCTION(reciprocal_estimate)
 OZK_WIDE_FUNCTION(reciprocal_sqrt_estimate)
 OZK_WIDE_FUNCTION(even_lanes)
+OZK_WIDE_FUNCTION(odd_lanes)
 OZK_WIDE_FUNCTION(high_half)
 OZK_WIDE_FUNCTION(low_to_high_words)
 OZK_WIDE_FUNCTION(interleave_low)
@@ -153,6 +155,10 @@ OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>&
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
 template <int K>
+OZK_SIMD wide_pair<K> gather_pairs_by_offset(const double* table, const wide<i64x2, K>& offset) {
+    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_by_offset(table, x); }, offset);
+}
+template <int K>
 struct wide_single_pair {
     wide<f32x4, K> first, second;
 };
@@ -188,6 +194,13 @@ OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
 // Lanes of a vector of four as lanes of the doubles whose high words it holds.
 template <class V>
 OZK_SIMD V to_doubles(f32x4 a) {
+    if constexpr (kWidth<V> == 2)
+        return {low_to_f64(a), high_to_f64(a)};
+    else
+        return low_to_f64(a);
+}
+template <class V>
+OZK_SIMD V to_doubles(i32x4 a) {
     if constexpr (kWidth<V> == 2)
         return {low_to_f64(a), high_to_f64(a)};
     else

@@ -25,7 +25,8 @@
 //   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
 //                                 mask needn't tell the lanes, only whether there is one
 //   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
-//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two halves of about equal length
+//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two parts of about equal length
+//   advance(state) (optional, with these) a part between them, which gives the state for finish()
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
@@ -125,7 +126,7 @@ concept HasCareful = requires {
     typename Op::Careful;
 };
 template <class Op>
-concept ComesInHalves = requires(typename BlockVector<Op>::type x) {
+concept ComesInParts = requires(typename BlockVector<Op>::type x) {
     Op::prepare(x);
 }
 || requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); };
@@ -355,9 +356,9 @@ template <class Op>
 // ---- Blocks and tail ----------------------------------------------------------------------------------
 
 // One block of ordinary elements, arguments from element `at` of one call on, results to element i of another. Where the
-// operation comes in halves, the first halves of all vectors stand before the second ones: the chain of dependent
-// operations of one vector is longer than what a processor's schedulers hold, the halves of different vectors don't
-// depend on each other. False, with nothing stored, where a checked result is infinite or NaN.
+// operation comes in parts, the first parts of all vectors stand before the second ones, and so on: the chain of
+// dependent operations of one vector is longer than what a processor looks ahead over, the parts of different vectors
+// don't depend on each other. False, with nothing stored, where a checked result is infinite or NaN.
 template <class Compute, class Load, class Store, class Op>
 [[gnu::always_inline]] inline bool compute_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
     using Block = typename BlockVector<Compute>::type;
@@ -375,7 +376,7 @@ template <class Compute, class Load, class Store, class Op>
         if (not_finite.lanes() != 0) [[unlikely]]
             return false;
         for (int j = 0; j < kParts; ++j) store(j, std::array{y[j]});
-    } else if constexpr (ComesInHalves<Compute>) {
+    } else if constexpr (ComesInParts<Compute>) {
         const auto prepared = [&](int j) OZK_SIMD_LAMBDA {
             return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); }, arguments(j),
                              from);
@@ -383,8 +384,18 @@ template <class Compute, class Load, class Store, class Op>
         decltype(prepared(0)) state[kParts];
 #pragma GCC unroll 8
         for (int j = 0; j < kParts; ++j) state[j] = prepared(j);
+        const auto finish = [&store](const auto& states) OZK_SIMD_LAMBDA {
 #pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j) store(j, std::array{Compute::finish(state[j])});
+            for (int j = 0; j < kParts; ++j) store(j, std::array{Compute::finish(states[j])});
+        };
+        if constexpr (requires { Compute::advance(state[0]); }) {
+            decltype(Compute::advance(state[0])) advanced[kParts];
+#pragma GCC unroll 8
+            for (int j = 0; j < kParts; ++j) advanced[j] = Compute::advance(state[j]);
+            finish(advanced);
+        } else {
+            finish(state);
+        }
     } else {
 #pragma GCC unroll 8
         for (int j = 0; j < kParts; ++j) store(j, compute<Compute, Block>(arguments(j), from));

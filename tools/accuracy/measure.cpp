@@ -1,6 +1,7 @@
 #include "tools/accuracy/measure.hpp"
 
 #include <atomic>
+#include <bit>
 #include <mutex>
 #include <thread>
 
@@ -16,6 +17,16 @@ std::string decimal(mpfr_srcptr y) {
     char text[64];
     mpfr_snprintf(text, sizeof text, "%.20Rg", y);
     return text;
+}
+
+// The i-th block to run. A run over all singles begins all over their range: in their own order, the errors next to 0 rise
+// with each argument, and each would be a new worst one, for MPFR to see.
+template <class T>
+int64_t in_turn(const Arguments<T>& arguments, int64_t i) {
+    constexpr uint64_t kOdd = 0x9e3779b97f4a7c15;
+    const auto blocks = static_cast<uint64_t>(arguments.blocks());
+    if (!arguments.are_all() || !std::has_single_bit(blocks)) return i;
+    return static_cast<int64_t>(static_cast<uint64_t>(i) * kOdd & (blocks - 1));
 }
 
 bool worse(const Worst& x, const Worst& y) { return x.ulp > y.ulp || (x.ulp == y.ulp && x.index < y.index); }
@@ -91,7 +102,8 @@ class Worker {
         const Judgement<T> judgement = judge(computed, exact, scratch_);
         ++found.count;
         found.correctly_rounded += computed == judgement.rounded || judgement.ulp == 0;
-        if (judgement.ulp > found.worst.ulp)
+        if (judgement.ulp > found.worst.ulp ||
+            (judgement.ulp == found.worst.ulp && index < found.worst.index))
             found.worst = {judgement.ulp,
                            index,
                            static_cast<double>(a_[i]),
@@ -125,7 +137,7 @@ std::vector<Accuracy> measure(const Oracle& oracle, const Arguments<T>& argument
         {
             Worker<T> worker(oracle, arguments, subjects);
             for (int64_t block; (block = next++) < blocks;) {
-                worker.run(block);
+                worker.run(in_turn(arguments, block));
                 if (std::unique_lock lock(mutex, std::try_to_lock); lock && progress)
                     progress(static_cast<double>(block) / static_cast<double>(blocks));
             }

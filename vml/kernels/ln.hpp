@@ -37,6 +37,9 @@ struct LnNearest {
 struct LnScalarEntry {
     double reciprocal, high, low;
 };
+struct LogEntry {
+    double slope_high, slope_low, high, low;
+};
 
 #include "vml/kernels/ln_tables.inc"
 
@@ -84,10 +87,10 @@ struct Reciprocal {
     simd::i32x4 offset;
 };
 template <class Estimate, class V>
-OZK_SIMD Reciprocal<V> reciprocal_of_significand(V x) {
+OZK_SIMD Reciprocal<V> reciprocal_of_significand(simd::i32x4 high_words) {
     constexpr int32_t kSignificand = 0x000FFFFF, kScale = 0x3A800000;  // 2^-10, single precision
     constexpr int kStepBits = 14;  // bits of the estimate below a step of c
-    const simd::i32x4 leading = simd::high_words(x) & simd::broadcast(kSignificand);
+    const simd::i32x4 leading = high_words & simd::broadcast(kSignificand);
     const auto m = as_f32(simd::shift_left<3>(leading) | simd::broadcast(kScale));
     const auto rounded = bits(Estimate::reciprocal(m)) + simd::broadcast(int32_t{1} << (kStepBits - 1));
     // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
@@ -95,20 +98,12 @@ OZK_SIMD Reciprocal<V> reciprocal_of_significand(V x) {
             simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0})};
 }
 
-// x = 2^k m; m is kept as 2^-10 m.
+// 2^-10 m.
 template <class V>
-struct Significand {
-    V k, m;
-};
-template <class V>
-OZK_SIMD Significand<V> split_exponent(V x) {
+OZK_SIMD V significand(V x) {
     constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF;
     constexpr int64_t kScale = 0x3F50000000000000;  // 2^-10
-    constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
-    constexpr double kMagicBias = 0x1p52 + 1023;
-    const auto word = bits(x);
-    return {as_f64(simd::shift_right<52>(word) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias),
-            as_f64((word & simd::broadcast(kSignificand)) | simd::broadcast(kScale))};
+    return as_f64((bits(x) & simd::broadcast(kSignificand)) | simd::broadcast(kScale));
 }
 
 template <class V>
@@ -130,38 +125,45 @@ struct Ln : PositiveNormal {
 
     template <class V>
     struct Reduced {
-        V k, r;
-        simd::i32x4 offset;  // of the table entries, in bytes
+        V k, m, c;  // k with the exponent's bias
+        simd::i32x4 offset;
+    };
+    template <class V>
+    struct Sum {
+        V r, high, low;  // the latter of all but what the polynomial gives
     };
 
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
-        const auto [k, m] = split_exponent(x);
-        const auto [c, offset] = reciprocal_of_significand<Estimate>(x);
-        if constexpr (std::is_same_v<Level, LnFast>)
-            return {k, m * c - simd::broadcast(1.0), offset};
-        else
-            return {k, reduced(m, c), offset};
+        const simd::i32x4 words = simd::high_words(x);
+        const auto [c, offset] = reciprocal_of_significand<Estimate, V>(words);
+        return {simd::to_doubles<V>(simd::shift_right<20>(words)), significand(x), c, offset};
     }
-
     template <class V>
-    OZK_SIMD static V finish(const Reduced<V>& x) {
-        const V r = x.r, k = x.k;
-        const auto [table_high, table_low] = simd::gather_pairs_for(r, &kLnPairs[0].high, x.offset);
-        const V base = k * simd::broadcast(kLn2High) + table_high;
+    OZK_SIMD static Sum<V> advance(const Reduced<V>& x) {
+        const auto [table_high, table_low] = simd::gather_pairs_for(x.k, &kLnPairs[0].high, x.offset);
+        const V base = x.k * simd::broadcast(kLn2High) + table_high;
         if constexpr (std::is_same_v<Level, LnFast>) {
-            return base + (r + (r * r) * (simd::broadcast(kFastC2) + r * simd::broadcast(kFastC3)));
+            return {x.m * x.c - simd::broadcast(1.0), base, base};
         } else {
-            const V r2 = r * r;
-            const V low = k * simd::broadcast(kLn2Low) + table_low;
+            const V r = reduced(x.m, x.c);
+            const V low = x.k * simd::broadcast(kLn2Low) + table_low;
             const V sum = base + r;
             const V lost = (base - sum) + r;
-            return sum + ((low + lost) + r2 * ln_high_factor(r, r2));
+            return {r, sum, low + lost};
         }
     }
     template <class V>
+    OZK_SIMD static V finish(const Sum<V>& x) {
+        const V r = x.r, r2 = r * r;
+        if constexpr (std::is_same_v<Level, LnFast>)
+            return x.high + (r + r2 * (simd::broadcast(kFastC2) + r * simd::broadcast(kFastC3)));
+        else
+            return x.high + (x.low + r2 * ln_high_factor(r, r2));
+    }
+    template <class V>
     OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+        return finish(advance(prepare(x)));
     }
 
     // (log1p(r) - r) / r^2
@@ -174,6 +176,54 @@ struct Ln : PositiveNormal {
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }
 };
+
+// x = 2^k z, z between 0.7 and 1.42; c is the number whose bits, rounded to steps of 2^kStepBits, are nearest to those of
+// z. The offset is that of c's entry in a table, in bytes.
+template <int kStepBits, class Entry>
+struct NearestSignificand {
+    static constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF;
+    static constexpr int64_t kLeast = 0x3FE6A00000000000, kHalfStep = int64_t{1} << (kStepBits - 1);
+    static_assert(kLeast % (2 * kHalfStep) == 0);
+
+    // k in the exponent's place, below it z's bits less those of the table's first significand, and half a step more.
+    template <class V>
+    OZK_SIMD static auto shifted(V x) {
+        return bits(x) + simd::broadcast(kHalfStep - kLeast);
+    }
+    template <class I>
+    OZK_SIMD static auto k(I shifted) {
+        return low_to_f64(simd::shift_right_signed<20>(odd_lanes(as_i32(shifted))));
+    }
+    template <class I>
+    OZK_SIMD static auto z(I shifted) {
+        return as_f64((shifted & simd::broadcast(kSignificand)) + simd::broadcast(kLeast - kHalfStep));
+    }
+    template <class I>
+    OZK_SIMD static auto steps(I shifted) {
+        return shifted & simd::broadcast(kSignificand & -2 * kHalfStep);
+    }
+    template <class I>
+    OZK_SIMD static auto c(I steps) {
+        return as_f64(steps + simd::broadcast(kLeast));
+    }
+    template <class I>
+    OZK_SIMD static auto offset(I steps) {
+        return simd::shift_right<kStepBits - std::countr_zero(sizeof(Entry))>(steps);
+    }
+};
+
+template <class V>
+struct Nearest {
+    V k, difference;  // z - c, exact
+    decltype(simd::bits(V{})) offset;
+};
+template <class Significand, class V>
+OZK_SIMD Nearest<V> nearest(V x) {
+    const auto shifted = Significand::shifted(x);
+    const auto steps = Significand::steps(shifted);
+    return {Significand::k(shifted), Significand::z(shifted) - Significand::c(steps),
+            Significand::offset(steps)};
+}
 
 // The LA level.
 //
@@ -190,32 +240,14 @@ struct LnLow : PositiveNormal {
     static constexpr double kC5 = 0x1.9999cacdb4d0ap-3;   // 0.2000003665949424
 
     template <class V>
-    struct Reduced {
-        V k, difference;
-        decltype(simd::bits(V{})) element;  // of the table
-    };
-
-    template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x) {
-        constexpr int kStepBits = 43;
-        constexpr int64_t kOne = 0x3FF0000000000000, kSignificand = 0x000FFFFFFFFFFFFF;
-        constexpr int64_t kLeast = 0x3FE6A00000000000, kHalfStep = int64_t{1} << (kStepBits - 1);
-        constexpr int64_t kMagic = 0x4330000000000000;  // 2^52: its low bits are an integer
-        constexpr double kMagicBias = 0x1p52 + 1023;
-        // k + 1023 in the exponent's place, below it z's bits less those of the table's first significand.
-        const auto shifted = bits(x) + simd::broadcast(kOne - kLeast + kHalfStep);
-        const V k =
-            as_f64(simd::shift_right<52>(shifted) | simd::broadcast(kMagic)) - simd::broadcast(kMagicBias);
-        const auto offset = shifted & simd::broadcast(kSignificand);
-        const V z = as_f64(offset + simd::broadcast(kLeast - kHalfStep));
-        const auto steps = shifted & simd::broadcast(kSignificand & -2 * kHalfStep);
-        const V c = as_f64(steps + simd::broadcast(kLeast));
-        return {k, z - c, simd::shift_right<kStepBits - 1>(steps)};
+    OZK_SIMD static Nearest<V> prepare(V x) {
+        return nearest<NearestSignificand<43, LnNearest>>(x);
     }
 
     template <class V>
-    OZK_SIMD static V finish(const Reduced<V>& x) {
-        const auto [reciprocal, logarithm] = simd::gather_pairs_at(&kLnNearest[0].reciprocal, x.element);
+    OZK_SIMD static V finish(const Nearest<V>& x) {
+        const auto [reciprocal, logarithm] =
+            simd::gather_pairs_by_offset(&kLnNearest[0].reciprocal, x.offset);
         const V r = x.difference * reciprocal;
         const V r2 = r * r;
         const V q = (simd::broadcast(kC2) + r * simd::broadcast(kC3)) +

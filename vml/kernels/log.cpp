@@ -2,6 +2,6 @@
 
 #include "vml/kernels/log.hpp"
 
-OZK_VML_KERNEL(d, Log2, EXHAynn, unary, ozk::vml::Log<ozk::vml::Log2Constants, ozk::vml::LogHigh>)
-OZK_VML_KERNEL(d, Log10, H8LAynn, unary, ozk::vml::Log<ozk::vml::Log10Constants, ozk::vml::LogLow>)
-OZK_VML_KERNEL(d, Log10, EXHAynn, unary, ozk::vml::Log<ozk::vml::Log10Constants, ozk::vml::LogHigh>)
+OZK_VML_KERNEL(d, Log2, EXHAynn, unary, ozk::vml::Log<ozk::vml::Log2Constants>)
+OZK_VML_KERNEL(d, Log10, H8LAynn, unary, ozk::vml::Log<ozk::vml::Log10Constants>)
+OZK_VML_KERNEL(d, Log10, EXHAynn, unary, ozk::vml::Log<ozk::vml::Log10Constants>)

@@ -2,4 +2,4 @@
 
 #include "vml/kernels/log1p.hpp"
 
-OZK_VML_KERNEL(d, Log1p, EXHAynn, unary, ozk::vml::Log1p<>)
+OZK_VML_KERNEL(d, Log1p, EXHAynn, unary, ozk::vml::Log1p)

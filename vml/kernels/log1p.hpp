@@ -1,19 +1,18 @@
 // log1p(x) = ln(1 + x), double precision: the operation.
 //
-// Method: 1 + x = u + v exactly (Knuth's sum), u = fl(1 + x) = 2^k m, and then as ln (ln.hpp) with
-// r = (m c - 1) + 2^-k v c. The first part is exact, the second at most 2^-52; what their sum loses is carried. Where u
-// is within the table's step of 1, c = 1 and the sum is x itself.
+// Method: as log2 and log10 (log.hpp), with k and c by u = fl(1 + x), whose rounding only moves the choice by an ulp. With
+// a = 2^-k, d = x a - (c - a) is exact (but where k > 52, and the result is so large that 2^-54 counts for nothing); its
+// leading 43 bits take part in the exact product. Where u is within the table's step of 1, d is x itself.
 //
-// Error bound HA 0.52 ulp, round to nearest, as ln.
+// Error bound HA 0.52 ulp, round to nearest, as there.
 //
-// Special lanes: x <= -1; x >= 2^1013, where 2^-k 2^-10 would not be normal; infinite, NaN.
+// Special lanes: x <= -1; x >= 2^1013, where 2^-k would soon not be normal; infinite, NaN.
 #pragma once
 
-#include "vml/kernels/ln.hpp"
+#include "vml/kernels/log.hpp"
 
 namespace ozk::vml {
 
-template <class Estimate = HardwareEstimate>
 struct Log1p {
     using Argument = double;
     using Result = double;
@@ -35,42 +34,45 @@ struct Log1p {
 
     template <class V>
     struct Reduced {
-        V k, r_high, r_low, sign;
-        simd::i32x4 offset;
+        V k, difference, x;
+        decltype(simd::bits(V{})) offset;
+    };
+    template <class V>
+    struct Sum {
+        CarriedSum<V> sum;
+        V x;
     };
 
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
-        constexpr int64_t kExponent = 0x7FF0000000000000;
-        constexpr int64_t kTwiceBias = 0x7F40000000000000;  // 2^-k 2^-10 from 2^k
-        const auto one = simd::broadcast(1.0);
-        const V u = x + one;
-        const V x_part = u - one;
-        const V v = (one - (u - x_part)) + (x - x_part);
-        const auto [k, m] = split_exponent(u);
-        const auto [c, offset] = reciprocal_of_significand<Estimate>(u);
-        const V scale = as_f64(simd::broadcast(kTwiceBias) - (bits(u) & simd::broadcast(kExponent)));
-        return {k, reduced(m, c), v * (c * scale),
-                x & as_f64(simd::broadcast(std::numeric_limits<int64_t>::min())), offset};
+        constexpr int64_t kOne = 0x3FF0000000000000;
+        const auto shifted = LogSignificand::shifted(x + simd::broadcast(1.0));
+        const auto steps = LogSignificand::steps(shifted);
+        const V a =
+            as_f64(simd::broadcast(kOne) - (shifted & simd::broadcast(~LogSignificand::kSignificand)));
+        return {LogSignificand::k(shifted), x * a - (LogSignificand::c(steps) - a), x,
+                LogSignificand::offset(steps)};
     }
-
     template <class V>
-    OZK_SIMD static V finish(const Reduced<V>& x) {
-        using Logarithm = Ln<LnHigh>;
-        const V k = x.k;
-        const auto [table_high, table_low] = simd::gather_pairs_for(k, &kLnPairs[0].high, x.offset);
-        const V base = k * simd::broadcast(Logarithm::kLn2High) + table_high;
-        const V low = k * simd::broadcast(Logarithm::kLn2Low) + table_low;
-        const V r = x.r_high + x.r_low;
-        const V r2 = r * r;
-        const V lost_of_r = x.r_low - (r - x.r_high);
-        const V sum = base + r;
-        const V lost = (base - sum) + r;
-        return (sum + (((low + lost_of_r) + lost) + r2 * Logarithm::ln_high_factor(r, r2))) | x.sign;
+    OZK_SIMD static Sum<V> advance(const Reduced<V>& x) {
+        constexpr int64_t kLeading = -(int64_t{1} << 10);
+        const auto [slope_high, slope_low] =
+            simd::gather_pairs_by_offset(&LnConstants::kEntries[0].slope_high, x.offset);
+        const auto [table_high, table_low] =
+            simd::gather_pairs_by_offset(&LnConstants::kEntries[0].high, x.offset);
+        const V leading = as_f64(bits(x.difference) & simd::broadcast(kLeading));
+        return {carried_sum<LnConstants>(x.k, table_high, table_low, leading * slope_high,
+                                         (x.difference - leading) * slope_high + x.difference * slope_low),
+                x.x};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Sum<V>& x) {
+        // The sum of zeros has lost the sign of -0.
+        return with_polynomial<LnConstants>(x.sum) | sign_bit(x.x);
     }
     template <class V>
     OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+        return finish(advance(prepare(x)));
     }
 
     // Special lanes are so far from 0 that 1 + x may be rounded.
