@@ -86,17 +86,21 @@ class CdfOfRatios {
     std::vector<long double> sums_, rest_;
 };
 
+// The sums are made when the first of them is asked for: a program makes all of its cases to run one of them.
 inline DiscreteCase of_ratios(std::string name, Draw<int32_t> draw, int64_t low, int64_t high, double mean,
                               double variance, std::function<long double(int64_t)> ratio) {
-    const auto oracle = std::make_shared<CdfOfRatios>(low, high, std::llround(mean), std::move(ratio));
+    const auto oracle = [=, made = std::make_shared<std::unique_ptr<CdfOfRatios>>()]() -> const CdfOfRatios& {
+        if (!*made) *made = std::make_unique<CdfOfRatios>(low, high, std::llround(mean), ratio);
+        return **made;
+    };
     return {std::move(name),
             std::move(draw),
             low,
             high,
             mean,
             variance,
-            [=](int64_t k) { return oracle->cdf(k); },
-            [=](int64_t k) { return oracle->survival(k); }};
+            [=](int64_t k) { return oracle().cdf(k); },
+            [=](int64_t k) { return oracle().survival(k); }};
 }
 
 // The p-value of Pearson's chi-square test of a sorted sample. Cells are the shortest intervals in which enough
