@@ -669,7 +669,7 @@ OZK_EXPORT int32_t _vsldRngBeta(int32_t method, OzkVslStream* stream, int32_t n,
                                 double q, double a, double beta);
 
 /* ---- Bernoulli, geometric, binomial and hypergeometric distributions ------------------------------------ *
- * n integers each. Statuses are those of the other continuous distributions, but see Bernoulli. No sequence depends
+ * n integers each. Statuses are those of the continuous distributions, but see Bernoulli. No sequence depends
  * on how it is cut into calls: the parameters alone choose the method. Nothing is allocated or kept in the stream.
  * Probabilities are right to the step of the generator's doubles, and to 2^-40 of themselves. */
 
@@ -699,9 +699,12 @@ OZK_EXPORT int32_t _vsliRngHypergeometric(int32_t method, OzkVslStream* stream, 
                                           int32_t size, int32_t drawn, int32_t marked);
 
 /* ---- Poisson, negative binomial and multinomial distributions -------------------------------------------- *
- * Integers; statuses are those of the other continuous distributions, parameters being checked before anything is
+ * Integers; statuses are those of the continuous distributions, parameters being checked before anything is
  * drawn or written. No sequence depends on how it is cut into calls. Probabilities are right to the step of the
  * generator's doubles: a generator of 32-bit words gives no result that is much rarer than 2^-32. */
+
+/* ln x, of one number, for setups. */
+OZK_EXPORT double __vsldLn(double x);
 
 /* n Poisson numbers, P(X = k) = exp(-lambda) lambda^k / k!; 0 < lambda <= 2.1e9, so that every result fits into 32
  * bits. Below 27 all methods invert a table of the distribution function, one uniform a result (Chen and Asau, AIIE

@@ -93,7 +93,7 @@ Ptpe ptpe_setup(double lambda) {
     t.area2 = t.half_width * (1 + 2 * t.c);
     t.area3 = t.area2 + (0.109 + 8.25 / (10.86 + mode)) / t.left_rate;
     t.area4 = t.area3 + t.c / t.right_rate;
-    t.level = ln_density(lambda, mode, std::log(lambda / (mode + 1)));
+    t.level = ln_density(lambda, mode, __vsldLn(lambda / (mode + 1)));
     return t;
 }
 
@@ -173,7 +173,7 @@ int32_t by_ratio_of_uniforms(OzkVslStream* stream, int32_t n, int32_t* r, double
     // The hat's width is 2 sqrt(2 / e) standard deviations and 3 - 2 sqrt(3 / e).
     const double width = 1.7155277699214135 * std::sqrt(lambda + 0.5) + 0.8989161620588988;
     const double mode = std::floor(lambda);
-    const double level = ln_density(lambda, mode, std::log(lambda / (mode + 1)));
+    const double level = ln_density(lambda, mode, __vsldLn(lambda / (mode + 1)));
     return draw_candidates<2>(stream, n, r, [=](int32_t count, const double* u, int32_t* out) {
         int32_t results[kCandidates];
         bool accepted[kCandidates];
@@ -278,6 +278,8 @@ int32_t in_poisson_environment(Body body) {
 extern "C" {
 
 using namespace ozk::vsl;
+
+double __vsldLn(double x) { return std::log(x); }
 
 int32_t _vsliRngPoisson(int32_t method, OzkVslStream* stream, int32_t n, int32_t* r, double lambda) {
     const uint32_t index = method_index(method);
