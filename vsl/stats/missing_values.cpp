@@ -48,12 +48,6 @@ struct Imputation {
         return !__builtin_mul_overflow(needed, each, &values) && integer(count) >= values;
     }
 
-    int check_sample(const OzkStatsTask* task) {
-        const int status = check_sizes(task, sample);
-        // A missing storage code counts as an unknown one here.
-        return status == kOzkStatsErrorInteger ? kOzkStatsErrorStorage : status;
-    }
-
     int check_results() {
         const OzkStatsTask& task = *sample.task;
         if (task.simulated_sets != nullptr && task.simulated_set_count == nullptr)
@@ -104,7 +98,7 @@ struct Imputation {
     }
 
     int check(const OzkStatsTask* task) {
-        if (const int status = check_sample(task)) return status;
+        if (const int status = check_sizes(task, sample)) return without_storage(status);
         if (task->missing_parameters == nullptr) return kOzkStatsErrorMissingParameters;
         if (task->missing_parameter_count == nullptr) return kOzkStatsErrorMissingParameterCount;
         if (integer(task->missing_parameter_count) != kParameterCount)

@@ -30,18 +30,8 @@ struct Detection {
     OutlierParameters parameters;
 
     int check(OzkStatsTask* task, uint32_t method) {
-        if (task == nullptr) return kOzkStatsErrorTask;
-        sample.task = task;
-        sample.values = static_cast<const Real*>(task->observations);
-        if (task->dimension == nullptr) return kOzkStatsErrorDimension;
-        sample.p = read_integer(*task, task->dimension);
-        if (sample.p < 1) return kOzkStatsErrorDimension;
-        if (task->observation_count == nullptr) return kOzkStatsErrorObservationCount;
-        sample.n = read_integer(*task, task->observation_count);
-        if (sample.n / 5 < sample.p) return kOzkStatsErrorObservationCount;
-        if (task->observation_storage == nullptr) return kOzkStatsErrorStorage;
-        sample.storage = read_integer(*task, task->observation_storage);
-        if (!is_observation_storage(sample.storage)) return kOzkStatsErrorStorage;
+        const auto enough = [](int64_t n, int64_t components) { return n / 5 >= components; };
+        if (const int status = check_sizes(task, sample, enough)) return without_storage(status);
         const Real* const given = static_cast<const Real*>(task->outlier_parameters);
         if (given != nullptr && task->outlier_parameter_count != nullptr &&
             read_integer(*task, task->outlier_parameter_count) == kParameters) {

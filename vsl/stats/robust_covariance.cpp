@@ -50,18 +50,8 @@ struct RobustRequest {
     int64_t p = 0;  // selected components
 
     int check(OzkStatsTask* task, uint32_t method) {
-        if (task == nullptr) return kOzkStatsErrorTask;
-        sample.task = task;
-        sample.values = static_cast<const Real*>(task->observations);
-        if (task->dimension == nullptr) return kOzkStatsErrorDimension;
-        sample.p = read_integer(*task, task->dimension);
-        if (sample.p < 1) return kOzkStatsErrorDimension;
-        if (task->observation_count == nullptr) return kOzkStatsErrorObservationCount;
-        sample.n = read_integer(*task, task->observation_count);
-        if (sample.n < 1 || (sample.n - 1) / 2 < sample.p) return kOzkStatsErrorObservationCount;
-        if (task->observation_storage == nullptr) return kOzkStatsErrorInteger;
-        sample.storage = read_integer(*task, task->observation_storage);
-        if (!is_observation_storage(sample.storage)) return kOzkStatsErrorStorage;
+        const auto enough = [](int64_t n, int64_t components) { return (n - 1) / 2 >= components; };
+        if (const int status = check_sizes(task, sample, enough)) return status;
         if (task->robust_mean == nullptr) return kOzkStatsErrorRobustMean;
         if (task->robust_covariance == nullptr) return kOzkStatsErrorRobustCovariance;
         covariance = {task->robust_covariance, sizeof(Real) == sizeof(float), 0, sample.p};

@@ -34,10 +34,10 @@ struct Sample {
     }
 };
 
-// Dimension, number and storage of the observations: what every estimator checks first. The observations
-// themselves are missed last, by check_observations.
-template <class Real>
-int check_sizes(const OzkStatsTask* task, Sample<Real>& sample) {
+// Dimension, number and storage of the observations: what every estimator checks first. enough(n, p) says whether n
+// observations will do. The observations themselves are missed last, by check_observations.
+template <class Real, class Enough>
+int check_sizes(const OzkStatsTask* task, Sample<Real>& sample, Enough enough) {
     if (task == nullptr) return kOzkStatsErrorTask;
     sample.task = task;
     sample.values = static_cast<const Real*>(task->observations);
@@ -46,10 +46,18 @@ int check_sizes(const OzkStatsTask* task, Sample<Real>& sample) {
     if (sample.p < 1) return kOzkStatsErrorDimension;
     if (task->observation_count == nullptr) return kOzkStatsErrorObservationCount;
     sample.n = read_integer(*task, task->observation_count);
-    if (sample.n < 1) return kOzkStatsErrorObservationCount;
+    if (sample.n < 1 || !enough(sample.n, sample.p)) return kOzkStatsErrorObservationCount;
     if (task->observation_storage == nullptr) return kOzkStatsErrorInteger;
     sample.storage = read_integer(*task, task->observation_storage);
     return is_observation_storage(sample.storage) ? kOzkStatsOk : kOzkStatsErrorStorage;
+}
+template <class Real>
+int check_sizes(const OzkStatsTask* task, Sample<Real>& sample) {
+    return check_sizes(task, sample, [](int64_t, int64_t) { return true; });
+}
+// For estimators that count a missing storage code as an unknown one.
+inline int without_storage(int status) {
+    return status == kOzkStatsErrorInteger ? int{kOzkStatsErrorStorage} : status;
 }
 
 template <class Real>
