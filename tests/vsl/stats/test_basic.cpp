@@ -148,7 +148,8 @@ TEST(StatsBasic, DigitsSurviveMeansThatMoveAlongTheData) {
 }
 
 // Univariate data sets of certified mean, standard deviation and lag-1 autocorrelation, NIST Statistical
-// Reference Datasets: NumAcc1 to 4.
+// Reference Datasets: NumAcc1 to 4, Michelso (the speed of light in air in 1000 km/s), Mavro (transmittance
+// of a filter).
 struct Certified {
     std::vector<double> values;
     double mean, deviation, autocorrelation;
@@ -161,7 +162,26 @@ std::vector<Certified> certified_sets() {
         for (int i = 0; i < 500; ++i) values.insert(values.end(), {low, high});
         return values;
     };
+    const auto scaled = [](double base, double unit, std::initializer_list<int> digits) {
+        std::vector<double> values;
+        for (int k : digits) values.push_back((base + k) / unit);
+        return values;
+    };
+    const std::vector<double> michelson =
+        scaled(299000, 1000,
+               {850,  740, 900, 1070, 930, 850, 950, 980, 980, 880, 1000, 980, 930, 650, 760, 810, 1000,
+                1000, 960, 960, 960,  940, 960, 940, 880, 800, 850, 880,  900, 840, 830, 790, 810, 880,
+                880,  830, 800, 790,  760, 800, 880, 880, 880, 860, 720,  720, 620, 860, 970, 950, 880,
+                910,  850, 870, 840,  840, 850, 840, 840, 840, 890, 810,  810, 820, 800, 770, 760, 740,
+                750,  760, 910, 920,  890, 860, 880, 720, 840, 850, 850,  780, 890, 840, 780, 810, 760,
+                810,  790, 810, 820,  850, 870, 870, 810, 740, 810, 940,  950, 800, 810, 870});
+    const std::vector<double> mavrodineanu = scaled(
+        200000, 100000, {180, 170, 180, 190, 180, 170, 150, 140, 150, 150, 170, 180, 180, 190, 190, 210, 200,
+                         160, 140, 130, 130, 150, 150, 160, 150, 140, 130, 140, 150, 140, 150, 160, 150, 160,
+                         190, 200, 200, 210, 220, 230, 240, 250, 270, 260, 260, 260, 270, 260, 250, 240});
     return {{{10000001, 10000003, 10000002}, 10000002, 1, -0.5, 15},
+            {michelson, 299.8524, 0.0790105478190518, 0.535199668621283, 13},
+            {mavrodineanu, 2.001856, 0.000429123454003053, 0.937989183438248, 12.5},
             {alternating(1.2, 1.1, 1.3), 1.2, 0.1, -0.999, 14.5},
             {alternating(1000000.2, 1000000.1, 1000000.3), 1000000.2, 0.1, -0.999, 9.4},
             {alternating(10000000.2, 10000000.1, 10000000.3), 10000000.2, 0.1, -0.999, 8.2}};
