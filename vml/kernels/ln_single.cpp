@@ -26,6 +26,7 @@
 #include <cmath>
 #include <limits>
 
+#include "ozk_vml_scalars.h"
 #include "vml/frame.hpp"
 
 namespace ozk::vml {
@@ -146,14 +147,13 @@ struct LnHigh : OfPositive<Base> {
         return State{as_f32(bits(x) - exponent), exponent, offset};
     }
     template <class S>
-    OZK_SIMD static auto finish(const S& x, int32_t lift = 0) {
-        const auto exponent = x.exponent - broadcast(lift << 23);
+    OZK_SIMD static auto finish(const S& x) {
         const auto half = [](auto z, auto k, auto offset) OZK_SIMD_LAMBDA {
             const auto [c, ln_c] = gather_pairs(&kLnSingle[0].c, offset);
             return logarithm<Base>(k, ln_c, low_to_f64(z) * c - broadcast(1.0));
         };
-        return to_f32(half(x.z, exponent, x.offset),
-                      half(high_half(x.z), high_half(exponent), high_half(x.offset)));
+        return to_f32(half(x.z, x.exponent, x.offset),
+                      half(high_half(x.z), high_half(x.exponent), high_half(x.offset)));
     }
     template <class V>
     OZK_SIMD static V compute(V x) {
@@ -196,9 +196,23 @@ struct LnRounded : OfPositive<BaseE> {
     }
 };
 
+// The logarithm of a subnormal single, which as a double is normal: x = 2^k m, c by the first 8 bits of m behind its
+// leading one, r = m c - 1 exact and at most 2^-8. Results lie beyond 37, so that what the sum leaves out, 2^-42, is
+// below 2^-47 of them.
+double ln_of_subnormal(float x) {
+    constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+    constexpr uint64_t kFraction = 0x000FFFFFFFFFFFFF, kOne = 0x3FF0000000000000;
+    const uint64_t word = std::bit_cast<uint64_t>(double{x});
+    const double k = static_cast<double>(word >> 52) - 1023;
+    const double m = std::bit_cast<double>((word & kFraction) | kOne);
+    const size_t index = word >> 44 & 0xFF;
+    const double r = m * ozk_vml_core_rcp_table_256[index] - 1;
+    const double p = r * r * (-0.5 + r * (1 / 3.0 - r * 0.25));
+    return k * kLn2 + ozk_vml_core_log_table_256[index].high + (r + p);
+}
+
 template <class Base>
 [[gnu::cold]] int OfPositive<Base>::scalar(float x, float& result) {
-    constexpr int kLift = 24;  // brings subnormal arguments into the normal range
     if (x == 0) {
         result = -std::numeric_limits<float>::infinity();
         return kVmlSingularity;
@@ -211,9 +225,7 @@ template <class Base>
         result = x + x;
         return kVmlOk;
     }
-    float lane[4];
-    simd::store(lane, LnHigh<Base>::finish(LnHigh<Base>::prepare(broadcast(x * 0x1p24f)), kLift));
-    result = lane[0];
+    result = static_cast<float>(ln_of_subnormal(x) * Base::kScale);
     return kVmlOk;
 }
 
