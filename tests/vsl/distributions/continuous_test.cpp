@@ -96,9 +96,12 @@ std::vector<Case> cases() {
     }
     for (int method : {kOzkVslLognormalBoxMullerPairs, kOzkVslLognormalInverse}) {
         for (double sigma : {1e-3, 0.5, 3.0, 100.0}) {
+            // Of the widest one a third would be rounded to the displacement, and no double tells where that ends.
+            const double displacement = sigma < 100 ? 1 : 0;
             all.push_back(known("Lognormal " + std::to_string(method) + " " + std::to_string(sigma),
-                                lognormal_distribution<double, Quiet>(0.25, sigma), 1, 2, 0, kInfinity,
-                                sigma < 1, OZK_DRAW(Lognormal, method, 0.25, sigma, 1, 2)));
+                                lognormal_distribution<double, Quiet>(0.25, sigma), displacement, 2, 0,
+                                kInfinity, sigma < 1,
+                                OZK_DRAW(Lognormal, method, 0.25, sigma, displacement, 2)));
         }
     }
     for (double alpha : {1e-3, 0.05, 0.4, 0.999, 1.0, 1.5, 2.5, 30.0, 1e3, 1e6}) {
