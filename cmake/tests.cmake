@@ -15,7 +15,7 @@ function(ozk_tests folder)
                              OZK_BINARY_DIR="${CMAKE_BINARY_DIR}"
                              OZK_KERNEL_LIBRARY="$<TARGET_FILE:ozk_vml_mc3>"
                              OZK_CORE_LIBRARY="$<TARGET_FILE:ozk_core>")
-  gtest_discover_tests(${name} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60)
 endfunction()
 
 ozk_tests(simd)
