@@ -19,14 +19,13 @@
 //                                 doesn't overwrite its arguments runs it and looks at the flags instead
 //   kWatchedKeepsDenormals        (optional) Watched doesn't do where the mode flushes denormals
 //   compute(x [, y] [, scalars])  the results of all lanes: a vector, or an array of two
-//   kWide                         (optional) how many vectors compute() takes in step: then it is a template
-//   that
+//   kWide                         (optional) how many vectors compute() takes in step: then it is a template that
 //                                 also takes simd::wide<Vector, kWide>
 //   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
 //                                 mask needn't tell the lanes, only whether there is one
 //   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
 //   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two parts of about equal length
-//   advance(state) (optional, with these) a part between them, which gives the state for finish()
+//   advance(state)                (optional, with these) a part between them, which gives the state for finish()
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
