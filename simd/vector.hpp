@@ -9,6 +9,7 @@
 #include <nmmintrin.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace ozk::simd {
 
@@ -201,6 +202,44 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
+// A vector of doubles in memory, to take indices from: a load each, where taking one out of a vector and clearing the bits
+// beside it is three instructions. What its bytes are is hidden, for the compiler would take them out of the vector after
+// all.
+template <class V>
+class Words;
+template <>
+class Words<f64x2> {
+  public:
+    OZK_SIMD void keep(f64x2 x) {
+        _mm_store_pd(lanes_, x.v);
+        asm volatile("" : "+m"(lanes_));
+    }
+    OZK_SIMD i64x2 all() const { return {_mm_castpd_si128(_mm_load_pd(lanes_))}; }
+    template <class Index>
+    OZK_SIMD Index low(int lane) const {  // the low bits of a lane
+        Index index;
+        __builtin_memcpy(&index, lanes_ + lane, sizeof index);
+        return index;
+    }
+
+  private:
+    alignas(16) double lanes_[2];
+};
+// The entries, pairs of entries that the low bytes of the lanes name.
+OZK_SIMD f64x2_pair gather_pairs(const double* table, const Words<f64x2>& index) {
+    const __m128d low = _mm_load_pd(table + 2 * size_t{index.low<uint8_t>(0)});
+    const __m128d high = _mm_load_pd(table + 2 * size_t{index.low<uint8_t>(1)});
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+// The entries that the low kBits bits of the lanes name.
+template <int kBits>
+OZK_SIMD f64x2 gather_low(const double* table, const Words<f64x2>& index) {
+    using Index = std::conditional_t<kBits == 8, uint8_t, uint16_t>;
+    constexpr size_t kMask = (1 << kBits) - 1;
+    return {_mm_loadh_pd(_mm_load_sd(table + (index.low<Index>(0) & kMask)),
+                         table + (index.low<Index>(1) & kMask))};
+}
+
 // The same where the lanes hold the pairs' offsets in bytes, which takes the address as it is.
 OZK_SIMD f64x2_pair gather_pairs_by_offset(const double* table, i64x2 offset) {
     const char* bytes = reinterpret_cast<const char*>(table);
@@ -228,6 +267,25 @@ OZK_SIMD f64x2 sqrt(f64x2 a) { return {_mm_sqrt_pd(a.v)}; }
 OZK_SIMD f64x2 subtract_add(f64x2 a, f64x2 b) { return {_mm_addsub_pd(a.v, b.v)}; }  // a0 - b0, a1 + b1
 OZK_SIMD f64x2 min(f64x2 a, f64x2 b) { return {_mm_min_pd(a.v, b.v)}; }
 OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
+
+// Arithmetic with constants that stay in memory. A kernel has more constants than there are registers; of those written
+// as vectors, the compiler takes some into registers and puts its intermediate results into memory instead.
+template <double c>
+struct Constant {
+    alignas(16) static constexpr double lanes[2] = {c, c};
+};
+template <double c>
+inline constexpr Constant<c> constant{};
+#define OZK_WITH_CONSTANT(op, instruction)                                \
+    template <double c>                                                   \
+    OZK_SIMD f64x2 operator op(f64x2 a, Constant<c>) {                    \
+        asm(instruction " %1, %0" : "+x"(a.v) : "m"(Constant<c>::lanes)); \
+        return a;                                                         \
+    }
+OZK_WITH_CONSTANT(+, "addpd")
+OZK_WITH_CONSTANT(-, "subpd")
+OZK_WITH_CONSTANT(*, "mulpd")
+#undef OZK_WITH_CONSTANT
 
 OZK_SIMD f32x4 operator+(f32x4 a, f32x4 b) { return {_mm_add_ps(a.v, b.v)}; }
 OZK_SIMD f32x4 operator-(f32x4 a, f32x4 b) { return {_mm_sub_ps(a.v, b.v)}; }

@@ -186,6 +186,14 @@ OZK_SIMD f32x4 narrow(const f64x4& x) { return to_f32(x.v[0], x.v[1]); }
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
 // Their low words.
 OZK_SIMD i32x4 low_words(const f64x4& x) { return even_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
+// The largest of all high words, each after f, in every lane of some.
+template <int K, class F>
+OZK_SIMD i32x4 largest_high_words(const wide<f64x2, K>& x, F f) {
+    i32x4 largest = f(high_words(f64x4{{x.v[0], x.v[1]}}));
+#pragma GCC unroll 8
+    for (int k = 2; k < K; k += 2) largest = max(largest, f(high_words(f64x4{{x.v[k], x.v[k + 1]}})));
+    return largest;
+}
 // Those of two, each pair of lanes the same.
 OZK_SIMD i32x4 high_words(f64x2 x) { return odd_lanes(as_i32(bits(x)), as_i32(bits(x))); }
 // A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.

@@ -24,8 +24,10 @@
 //   Checked                       (optional) a vector that special() also takes, for the check of whole blocks: its
 //                                 mask needn't tell the lanes, only whether there is one
 //   kExtendedPrecision            (optional) the x87 unit computes in extended precision, rounding to nearest
-//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in two parts of about equal length
-//   advance(state)                (optional, with these) a part between them, which gives the state for finish()
+//   prepare(x [, y]), finish(state) (optional, no scalars) compute() in steps, of which these are the first and the last
+//   advance(state)                (optional, with these, an overload for each state) the steps between them
+//   Kept<vector>                  (optional, with these) what prepare(x, kept) leaves in memory for the steps after it,
+//                                 advance(state, kept) and finish(state, kept)
 //   scalar(x [, y] [, scalars], r [, r2])  one element, any argument; returns the error code
 //
 // all static. compute() has no branch; it never sees a special lane. scalar() is the only path for special
@@ -35,6 +37,8 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -124,11 +128,22 @@ template <class Op>
 concept HasCareful = requires {
     typename Op::Careful;
 };
+struct NothingKept {};
+template <class Op, class V>
+struct KeptBy {
+    using type = NothingKept;
+};
+template <class Op, class V>
+requires requires { typename Op::template Kept<V>; }
+struct KeptBy<Op, V> {
+    using type = typename Op::template Kept<V>;
+};
 template <class Op>
-concept ComesInParts = requires(typename BlockVector<Op>::type x) {
+concept ComesInSteps = requires(typename BlockVector<Op>::type x) {
     Op::prepare(x);
 }
-|| requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); };
+|| requires(typename BlockVector<Op>::type x) { Op::prepare(x, x); }
+|| requires { typename Op::template Kept<typename BlockVector<Op>::type>; };
 template <class Op>
 concept ChecksResult = requires {
     Op::kChecksResult;
@@ -162,9 +177,68 @@ template <class Op, class V>
     return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Op::special(v...); }, x, call);
 }
 
+// ---- Steps of an operation ------------------------------------------------------------------------------
+
+template <class Compute, class Kept, class... X>
+[[gnu::always_inline]] inline auto prepare(Kept& kept, const X&... x) {
+    if constexpr (std::is_empty_v<Kept>)
+        return Compute::prepare(x...);
+    else
+        return Compute::prepare(x..., kept);
+}
+template <class Compute, class Kept, class State>
+concept Advances = requires(const State& state, const Kept& kept) {
+    Compute::advance(state, kept);
+}
+|| requires(const State& state) { Compute::advance(state); };
+template <class Compute, class Kept, class State>
+[[gnu::always_inline]] inline auto advance(const Kept& kept, const State& state) {
+    if constexpr (std::is_empty_v<Kept>)
+        return Compute::advance(state);
+    else
+        return Compute::advance(state, kept);
+}
+template <class Compute, class Kept, class State>
+[[gnu::always_inline]] inline auto finish(const Kept& kept, const State& state) {
+    if constexpr (std::is_empty_v<Kept>)
+        return Compute::finish(state);
+    else
+        return Compute::finish(state, kept);
+}
+
+// The states of one vector, from what prepare() gives to what finish() takes.
+template <class Compute, class Kept, class Last, class... Before>
+struct StatesFrom {
+    using type = std::tuple<Before..., Last>;
+};
+template <class Compute, class Kept, class Last, class... Before>
+requires Advances<Compute, Kept, Last>
+struct StatesFrom<Compute, Kept, Last, Before...>
+    : StatesFrom<Compute, Kept, decltype(advance<Compute>(std::declval<Kept>(), std::declval<Last>())),
+                 Before..., Last> {
+};
+
+// What the steps from `state` on come to.
+template <class Compute, class Kept, class State>
+[[gnu::always_inline]] inline auto steps_after(const Kept& kept, const State& state) {
+    if constexpr (Advances<Compute, Kept, State>)
+        return steps_after<Compute>(kept, advance<Compute>(kept, state));
+    else
+        return finish<Compute>(kept, state);
+}
+
 template <class Compute, class V, class Op>
 [[gnu::always_inline]] inline auto compute(const Vectors<Op, V>& x, const Call<Op>& call) {
-    const auto result = apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::compute(v...); }, x, call);
+    const auto result = apply<Op>(
+        [](auto... v) OZK_SIMD_LAMBDA {
+            if constexpr (ComesInSteps<Compute>) {
+                typename KeptBy<Compute, V>::type kept;
+                return steps_after<Compute>(kept, prepare<Compute>(kept, v...));
+            } else {
+                return Compute::compute(v...);
+            }
+        },
+        x, call);
     if constexpr (result_count<Op>() == 1)
         return std::array{result};
     else
@@ -182,49 +256,39 @@ template <size_t kCount, class F>
     (std::make_index_sequence<kCount>{});
 }
 
-// Vectors of an array, loaded and stored one after the other. Unit takes them from element i on; Strided takes them from
-// where its pointer has come to, which it moves on: one pointer for each array is what registers suffice for, so the
-// compiler is kept from deriving more of them.
+// Vectors of an array, loaded and stored one after the other. The pointers stand at the first element that is still to be
+// done: Unit takes vectors at offsets from there, and moves on with a block; Strided moves on with each vector, since one
+// pointer for each array is what registers suffice for, and the compiler is kept from deriving more of them.
 struct Unit {
     static constexpr int32_t step(int32_t) { return 1; }
-    template <class T>
-    [[gnu::always_inline]] static T* start(T* p, int32_t, int64_t) {
-        return p;
-    }
-    template <class T>
-    [[gnu::always_inline]] static T* place(T* p, int64_t i) {
-        return p + i;
-    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T*& p, int32_t, int64_t i) {
-        return simd::load_as<V>(p + i);
+    [[gnu::always_inline]] static V load(const T*& p, int32_t, int offset) {
+        return simd::load_as<V>(p + offset);
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T*& p, int32_t, int64_t i, V v) {
-        simd::store(p + i, v);
+    [[gnu::always_inline]] static void store(T*& p, int32_t, int offset, V v) {
+        simd::store(p + offset, v);
+    }
+    template <class T>
+    [[gnu::always_inline]] static void pass(T*& p, int elements) {
+        p += elements;
     }
 };
 struct Strided {
     static constexpr int32_t step(int32_t of_call) { return of_call; }
-    template <class T>
-    [[gnu::always_inline]] static T* start(T* p, int32_t step, int64_t i) {
-        return p + i * step;
-    }
-    template <class T>
-    [[gnu::always_inline]] static T* place(T* p, int64_t) {
-        return p;
-    }
     template <class V, class T>
-    [[gnu::always_inline]] static V load(const T*& p, int32_t step, int64_t) {
+    [[gnu::always_inline]] static V load(const T*& p, int32_t step, int) {
         const V v = simd::load_strided_as<V>(p, step);
         move_on(p, int64_t{step} * V::kLanes);
         return v;
     }
     template <class T, class V>
-    [[gnu::always_inline]] static void store(T*& p, int32_t step, int64_t, V v) {
+    [[gnu::always_inline]] static void store(T*& p, int32_t step, int, V v) {
         simd::store_strided(p, step, v);
         move_on(p, int64_t{step} * V::kLanes);
     }
+    template <class T>
+    [[gnu::always_inline]] static void pass(T*&, int) {}
 
   private:
     template <class T>
@@ -235,60 +299,60 @@ struct Strided {
 };
 
 template <class V, class Access, class T>
-[[gnu::always_inline]] inline V load(const T*& p, int32_t step, int64_t i) {
+[[gnu::always_inline]] inline V load(const T*& p, int32_t step, int offset) {
     if constexpr (simd::kWidth<V> == 0) {
-        return Access::template load<V>(p, step, i);
+        return Access::template load<V>(p, step, offset);
     } else {
         V x;
 #pragma GCC unroll 8
         for (int k = 0; k < simd::kWidth<V>; ++k) {
             using Single = std::remove_reference_t<decltype(x.v[0])>;
-            x.v[k] = Access::template load<Single>(p, step, i + k * Single::kLanes);
+            x.v[k] = Access::template load<Single>(p, step, offset + k * Single::kLanes);
         }
         return x;
     }
 }
 
 template <class Access, class T, class V>
-[[gnu::always_inline]] inline void store(T*& p, int32_t step, int64_t i, const V& y) {
+[[gnu::always_inline]] inline void store(T*& p, int32_t step, int offset, const V& y) {
     if constexpr (simd::kWidth<V> == 0) {
-        Access::store(p, step, i, y);
+        Access::store(p, step, offset, y);
     } else {
 #pragma GCC unroll 8
-        for (int k = 0; k < simd::kWidth<V>; ++k) Access::store(p, step, i + k * y.v[0].kLanes, y.v[k]);
+        for (int k = 0; k < simd::kWidth<V>; ++k) Access::store(p, step, offset + k * y.v[0].kLanes, y.v[k]);
     }
 }
 
 template <class Access, class V, class Op>
-[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(Call<Op>& call, int64_t i) {
+[[gnu::always_inline]] inline Vectors<Op, V> load_arguments(Call<Op>& call, int offset) {
     Vectors<Op, V> x;
     for_each_index<argument_count<Op>()>(
-        [&](auto k) OZK_SIMD_LAMBDA { x[k] = load<V, Access>(call.a[k], call.inca[k], i); });
+        [&](auto k) OZK_SIMD_LAMBDA { x[k] = load<V, Access>(call.a[k], call.inca[k], offset); });
     return x;
 }
 
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_results(Call<Op>& call, int64_t i, const Results& y) {
+[[gnu::always_inline]] inline void store_results(Call<Op>& call, int offset, const Results& y) {
     for_each_index<result_count<Op>()>(
-        [&](auto k) OZK_SIMD_LAMBDA { store<Access>(call.r[k], call.incr[k], i, y[k]); });
+        [&](auto k) OZK_SIMD_LAMBDA { store<Access>(call.r[k], call.incr[k], offset, y[k]); });
 }
 
 // The first `count` elements of a vector.
 template <class Access, class Op>
-[[gnu::always_inline]] inline Vectors<Op> load_tail(Call<Op>& call, int64_t i, int count) {
+[[gnu::always_inline]] inline Vectors<Op> load_tail(Call<Op>& call, int count) {
     using Vector = typename Op::Vector;
-    if (count == Vector::kLanes) return load_arguments<Access, Vector>(call, i);
+    if (count == Vector::kLanes) return load_arguments<Access, Vector>(call, 0);
     Vectors<Op> x;
     for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
-        x[k] = simd::load_first_as<Vector>(Access::place(call.a[k], i), Access::step(call.inca[k]), count);
+        x[k] = simd::load_first_as<Vector>(call.a[k], Access::step(call.inca[k]), count);
     });
     return x;
 }
 template <class Access, class Op, class Results>
-[[gnu::always_inline]] inline void store_tail(Call<Op>& call, int64_t i, int count, const Results& y) {
-    if (count == Op::Vector::kLanes) return store_results<Access>(call, i, y);
+[[gnu::always_inline]] inline void store_tail(Call<Op>& call, int count, const Results& y) {
+    if (count == Op::Vector::kLanes) return store_results<Access>(call, 0, y);
     for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
-        simd::store_first(Access::place(call.r[k], i), Access::step(call.incr[k]), count, y[k]);
+        simd::store_first(call.r[k], Access::step(call.incr[k]), count, y[k]);
     });
 }
 
@@ -354,19 +418,44 @@ template <class Op>
 
 // ---- Blocks and tail ----------------------------------------------------------------------------------
 
-// One block of ordinary elements, arguments from element `at` of one call on, results to element i of another. Where the
-// operation comes in parts, the first parts of all vectors stand before the second ones, and so on: the chain of
-// dependent operations of one vector is longer than what a processor looks ahead over, the parts of different vectors
-// don't depend on each other. False, with nothing stored, where a checked result is infinite or NaN.
+// The steps of kVectors vectors, each vector a step behind the one before. The chain of dependent operations of one vector
+// is longer than what a processor looks ahead over, a step is not, and steps that stand beside each other don't depend on
+// each other.
+template <class Compute, class Kept, int kVectors, class First, class Store>
+[[gnu::always_inline]] inline void in_steps(First first, Store store) {
+    Kept kept[kVectors];
+    using States = typename StatesFrom<Compute, Kept, decltype(first(0, kept[0]))>::type;
+    constexpr int kLastStep = std::tuple_size_v<States>;
+    States states[kVectors];
+    for_each_index<kVectors + kLastStep>([&](auto time) OZK_SIMD_LAMBDA {
+        for_each_index<kLastStep + 1>([&](auto step) OZK_SIMD_LAMBDA {
+            constexpr int kStep = step, kVector = int{time} - kStep;
+            if constexpr (kVector >= 0 && kVector < kVectors) {
+                asm volatile("");  // the compiler leaves the steps in this order
+                States& state = states[kVector];
+                Kept& of_vector = kept[kVector];
+                if constexpr (kStep == 0)
+                    std::get<0>(state) = first(kVector, of_vector);
+                else if constexpr (kStep == kLastStep)
+                    store(kVector, finish<Compute>(of_vector, std::get<kStep - 1>(state)));
+                else
+                    std::get<kStep>(state) = advance<Compute>(of_vector, std::get<kStep - 1>(state));
+            }
+        });
+    });
+}
+
+// One block of ordinary elements, arguments from one call, results to another. False, with nothing stored, where a checked
+// result is infinite or NaN.
 template <class Compute, class Load, class Store, class Op>
-[[gnu::always_inline]] inline bool compute_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
+[[gnu::always_inline]] inline bool compute_block(Call<Op>& from, Call<Op>& to) {
     using Block = typename BlockVector<Compute>::type;
     constexpr int kParts = kBlock / Block::kLanes;
-    const auto arguments = [&from, at](int j) OZK_SIMD_LAMBDA {
-        return load_arguments<Load, Block>(from, at + j * Block::kLanes);
+    const auto arguments = [&from](int j) OZK_SIMD_LAMBDA {
+        return load_arguments<Load, Block>(from, j * Block::kLanes);
     };
-    const auto store = [&to, i](int j, const auto& y)
-                           OZK_SIMD_LAMBDA { store_results<Store>(to, i + j * Block::kLanes, y); };
+    const auto store = [&to](int j, const auto& y)
+                           OZK_SIMD_LAMBDA { store_results<Store>(to, j * Block::kLanes, y); };
     if constexpr (ChecksResult<Compute>) {
         std::array<Block, kParts> y;
         for (int j = 0; j < kParts; ++j) y[j] = compute<Compute, Block>(arguments(j), from)[0];
@@ -375,26 +464,14 @@ template <class Compute, class Load, class Store, class Op>
         if (not_finite.lanes() != 0) [[unlikely]]
             return false;
         for (int j = 0; j < kParts; ++j) store(j, std::array{y[j]});
-    } else if constexpr (ComesInParts<Compute>) {
-        const auto prepared = [&](int j) OZK_SIMD_LAMBDA {
-            return apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return Compute::prepare(v...); }, arguments(j),
-                             from);
-        };
-        decltype(prepared(0)) state[kParts];
-#pragma GCC unroll 8
-        for (int j = 0; j < kParts; ++j) state[j] = prepared(j);
-        const auto finish = [&store](const auto& states) OZK_SIMD_LAMBDA {
-#pragma GCC unroll 8
-            for (int j = 0; j < kParts; ++j) store(j, std::array{Compute::finish(states[j])});
-        };
-        if constexpr (requires { Compute::advance(state[0]); }) {
-            decltype(Compute::advance(state[0])) advanced[kParts];
-#pragma GCC unroll 8
-            for (int j = 0; j < kParts; ++j) advanced[j] = Compute::advance(state[j]);
-            finish(advanced);
-        } else {
-            finish(state);
-        }
+    } else if constexpr (ComesInSteps<Compute>) {
+        using Kept = typename KeptBy<Compute, Block>::type;
+        in_steps<Compute, Kept, kParts>(
+            [&](int j, Kept& kept) OZK_SIMD_LAMBDA {
+                return apply<Op>([&](auto... x) OZK_SIMD_LAMBDA { return prepare<Compute>(kept, x...); },
+                                 arguments(j), from);
+            },
+            [&](int j, const auto& y) OZK_SIMD_LAMBDA { store(j, std::array{y}); });
     } else {
 #pragma GCC unroll 8
         for (int j = 0; j < kParts; ++j) store(j, compute<Compute, Block>(arguments(j), from));
@@ -405,21 +482,20 @@ template <class Compute, class Load, class Store, class Op>
 // One block by `Compute`, which is the operation or what stands for it; false where special_block has to do it. Its
 // arguments are contiguous where there is a look for special lanes, which reads them too.
 template <class Compute, class Load, class Store, class Op>
-[[gnu::always_inline]] inline bool try_block(Call<Op>& from, int64_t at, Call<Op>& to, int64_t i) {
+[[gnu::always_inline]] inline bool try_block(Call<Op>& from, Call<Op>& to) {
     if constexpr (HasSpecialLanes<Compute>) {
         using Checked = typename CheckedVector<Op>::type;
-        auto mask = special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, at), from);
+        auto mask = special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, 0), from);
 #pragma GCC unroll 8
         for (int j = Checked::kLanes; j < kBlock; j += Checked::kLanes) {
-            mask = mask | special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, at + j), from);
+            mask = mask | special_lanes<Op, Checked>(load_arguments<Load, Checked>(from, j), from);
         }
         if (simd::lanes(mask) != 0) [[unlikely]] {
-            if constexpr (HasCareful<Op>)
-                return compute_block<typename Op::Careful, Load, Store>(from, at, to, i);
+            if constexpr (HasCareful<Op>) return compute_block<typename Op::Careful, Load, Store>(from, to);
             return false;
         }
     }
-    return compute_block<Compute, Load, Store>(from, at, to, i);
+    return compute_block<Compute, Load, Store>(from, to);
 }
 
 // The next block of strided arguments, side by side.
@@ -448,8 +524,7 @@ template <class T>
     return x;
 }
 
-// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i where
-// Access moves them on. Each member is loaded by itself, as it was stored just before: loaded together, they would wait
+// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i. Each member is loaded by itself, as it was stored just before: loaded together, they would wait
 // until the stores have reached the cache.
 template <class Access, class Op>
 [[gnu::always_inline]] inline Call<Op> in_registers(const Call<Op>& whole, int64_t i) {
@@ -457,13 +532,19 @@ template <class Access, class Op>
     call.scalars = whole.scalars;
     for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
         call.inca[k] = Access::step(in_register(whole.inca[k]));
-        call.a[k] = Access::start(in_register(whole.a[k]), call.inca[k], i);
+        call.a[k] = in_register(whole.a[k]) + i * call.inca[k];
     });
     for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA {
         call.incr[k] = Access::step(in_register(whole.incr[k]));
-        call.r[k] = Access::start(in_register(whole.r[k]), call.incr[k], i);
+        call.r[k] = in_register(whole.r[k]) + i * call.incr[k];
     });
     return call;
+}
+
+template <class Access, class Op>
+[[gnu::always_inline]] inline void pass(Call<Op>& call, int elements) {
+    for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA { Access::pass(call.a[k], elements); });
+    for_each_index<result_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA { Access::pass(call.r[k], elements); });
 }
 
 // What special_block does at a time: a block, in the tail a vector or what is left.
@@ -475,13 +556,13 @@ inline int special_count(int64_t left) {
 
 // The elements of one vector of the tail by `Compute`; false as in try_block.
 template <class Compute, class Access, class Op>
-[[gnu::always_inline]] inline bool try_tail(Call<Op>& call, int64_t i, int count) {
+[[gnu::always_inline]] inline bool try_tail(Call<Op>& call, int count) {
     using Vector = typename Op::Vector;
-    const Vectors<Op> x = load_tail<Access>(call, i, count);
+    const Vectors<Op> x = load_tail<Access>(call, count);
     if constexpr (HasSpecialLanes<Compute>) {
         if (simd::lanes(special_lanes<Op, Vector>(x, call)) != 0) [[unlikely]] {
             if constexpr (HasCareful<Op>)
-                store_tail<Access>(call, i, count, compute<typename Op::Careful, Vector>(x, call));
+                store_tail<Access>(call, count, compute<typename Op::Careful, Vector>(x, call));
             return HasCareful<Op>;
         }
     }
@@ -490,7 +571,7 @@ template <class Compute, class Access, class Op>
         if (simd::not_finite_lanes(y[0]) != 0) [[unlikely]]
             return false;
     }
-    store_tail<Access>(call, i, count, y);
+    store_tail<Access>(call, count, y);
     return true;
 }
 
@@ -509,24 +590,27 @@ template <class Op, class Compute, class Access>
         if constexpr (std::is_same_v<Access, Strided> && HasSpecialLanes<Compute>) {
             Gathered<Op> arguments;
             Call<Op> block = arguments.gather(call);
-            done = try_block<Compute, Unit, Strided>(block, 0, call, i);
+            done = try_block<Compute, Unit, Strided>(block, call);
         } else {
-            done = try_block<Compute, Access, Access>(call, i, call, i);
+            done = try_block<Compute, Access, Access>(call, call);
         }
         if (!done) [[unlikely]] {
             if constexpr (HasSpecialLanes<Compute> && HasScalar<Compute>) {
                 special_block<Op>(whole, i, kBlock);
                 call = in_registers<Access>(whole, i + kBlock);
+                continue;
             } else {
                 return i;
             }
         }
+        pass<Access>(call, kBlock);
     }
     for (; i + kLanes <= end; i += kLanes) {
-        if (!try_tail<Compute, Access>(call, i, kLanes)) [[unlikely]]
+        if (!try_tail<Compute, Access>(call, kLanes)) [[unlikely]]
             return i;
+        pass<Access>(call, kLanes);
     }
-    if (i < end && !try_tail<Compute, Access>(call, i, static_cast<int>(end - i))) [[unlikely]]
+    if (i < end && !try_tail<Compute, Access>(call, static_cast<int>(end - i))) [[unlikely]]
         return i;
     return end;
 }

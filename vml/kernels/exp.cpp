@@ -11,12 +11,13 @@
 //   LA  T = 1024, degree 3: 2.2. Table 1/2, sum 1/2, polynomial 2^-52.7, which is up to 1.2.
 //   EP  T = 128, degree 2: 2^-28.1 relative, the polynomial's.
 //
-// exp2 and exp10 have the HA level alone, with exp's table, degree and error. Where their result is a double, it is
-// exact: what is lost before the last sum is far below half an ulp.
+// exp2 and exp10 have the HA level alone, with T = 256, pairs, degree 4: 0.52. Polynomial 2^-58.5 absolute, the rest as for
+// exp. Where their result is a double, it is exact: what is lost before the last sum is far below half an ulp.
 //
 // Special lanes: the high word of |x| is at least that of a bound (exp 708.3956, exp2 1022, exp10 307.6526), which takes
 // in infinities and NaN. Below it the result is normal, so that k can be added to the exponent field of the sum.
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -29,8 +30,7 @@
 namespace ozk::vml {
 namespace {
 
-using simd::broadcast;
-using simd::f64x2;
+using simd::constant;
 
 #include "vml/kernels/exp_tables.inc"
 
@@ -60,7 +60,7 @@ struct BaseE {
     static constexpr double kStepHigh = 0x1.62e42fefap-7;     // ln 2 / 64, 37 bits: N kStepHigh is exact
     static constexpr double kStepLow = 0x1.cf79abc9e3b3ap-46;
 };
-struct Base2 : Exp2Constants {
+struct Base2 {
     static constexpr double kOverflow = 0x1.fffffffffffffp+9;     // next below 1024
     static constexpr double kUnderflow = -0x1.0cbffffffffffp+10;  // next above -1075
     static constexpr double kSubnormal = -1022;
@@ -72,7 +72,7 @@ struct Base2 : Exp2Constants {
         return {static_cast<int64_t>(64 * n), (x - n) * std::numbers::ln2};
     }
 };
-struct Base10 : Exp10Constants {
+struct Base10 : Exp10ScalarConstants {
     static constexpr double kOverflow = 0x1.34413509f79fep+8;    // 308.25471555991669
     static constexpr double kUnderflow = -0x1.439b746e36b52p+8;  // -323.60724533877976
     static constexpr double kSubnormal = -0x1.33a7146f72a41p+8;  // -307.65265556858878
@@ -109,60 +109,15 @@ struct ExpFast {
     static constexpr double kC2 = 0x1.ffffc2808f7e8p-2;       // 0.49999908361121337
 };
 
-struct Exp2High : Base2 {
+struct Exp2High : Exp2Constants {
     using Base = Base2;
-    static constexpr int kTableBits = 6;
+    static constexpr int kTableBits = 8;
+    static constexpr double kShifter = 0x1.8p44;  // x + kShifter holds round(256 x) in its low bits
 };
-struct Exp10High : Base10 {
+struct Exp10High : Exp10Constants {
     using Base = Base10;
-    static constexpr int kTableBits = 6;
+    static constexpr int kTableBits = 8;
 };
-
-template <class V>
-struct Reduced {
-    V shifted, r;
-};
-
-// N in the low bits of the first part, and what is left of x after N steps.
-template <class Level, class V>
-OZK_SIMD Reduced<V> reduce(V x) {
-    if constexpr (std::is_same_v<Level, Exp2High>) {
-        const V shifted = x + broadcast(Level::kShifter);
-        return {shifted, x - (shifted - broadcast(Level::kShifter))};
-    } else {
-        const V shifted = x * broadcast(Level::kInvStep) + broadcast(kShifter);
-        const V n = shifted - broadcast(kShifter);
-        if constexpr (std::is_same_v<Level, ExpFast>)
-            return {shifted, x - n * broadcast(Level::kStep)};
-        else
-            return {shifted, (x - n * broadcast(Level::kStepHigh)) - n * broadcast(Level::kStepLow)};
-    }
-}
-
-// b^r - 1.
-template <class V>
-OZK_SIMD V expm1_reduced(ExpHigh, V r) {
-    const V r2 = r * r;
-    const V low = broadcast(ExpHigh::kC2) + r * broadcast(ExpHigh::kC3);
-    const V high = broadcast(ExpHigh::kC4) + r * broadcast(ExpHigh::kC5);
-    return r + r2 * (low + r2 * high);
-}
-template <class V>
-OZK_SIMD V expm1_reduced(ExpLow, V r) {
-    return r + (r * r) * (broadcast(ExpLow::kC2) + r * broadcast(ExpLow::kC3));
-}
-template <class V>
-OZK_SIMD V expm1_reduced(ExpFast, V r) {
-    return r + (r * r) * broadcast(ExpFast::kC2);
-}
-
-template <class Level, class V>
-OZK_SIMD V expm1_reduced(Level, V r) {
-    const V r2 = r * r;
-    const V low = broadcast(Level::kC2) + r * broadcast(Level::kC3);
-    const V high = broadcast(Level::kC4) + r * broadcast(Level::kC5);
-    return r * broadcast(Level::kC1) + r2 * (low + r2 * high);
-}
 
 double power_of_two(int64_t exponent) { return std::bit_cast<double>((exponent + 1023) << 52); }
 int64_t biased_exponent(double x) { return std::bit_cast<int64_t>(x) >> 52 & 0x7FF; }
@@ -223,37 +178,105 @@ template <class Base>
     return kVmlUnderflow;
 }
 
+// A table whose entries are found by all bits of a byte: the table of T entries, 256 / T times.
+template <class Entry, size_t kEntries>
+consteval std::array<Entry, 256> by_byte(const Entry (&table)[kEntries]) {
+    std::array<Entry, 256> repeated;
+    for (size_t j = 0; j < repeated.size(); ++j) repeated[j] = table[j % kEntries];
+    return repeated;
+}
+alignas(64) constexpr auto kPairsByByte = by_byte(kExpPairs64);
+alignas(64) constexpr auto kEntriesByByte = by_byte(kExp128);
+
 template <class Level>
-constexpr bool kHasPairs = !std::is_same_v<Level, ExpLow> && !std::is_same_v<Level, ExpFast>;
+constexpr bool kIsLow = std::is_same_v<Level, ExpLow>;
+template <class Level>
+constexpr bool kIsFast = std::is_same_v<Level, ExpFast>;
+template <class Level>
+constexpr bool kIsBase2 = std::is_same_v<Level, Exp2High>;
 
 template <class Level>
 struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x) {
-        return reduce<Level>(x);
-    }
+    using Kept = simd::Words<V>;  // N in the low bits
 
     template <class V>
-    OZK_SIMD static V finish(const Reduced<V>& reduced) {
-        constexpr int kBits = Level::kTableBits;
-        const auto n = bits(reduced.shifted);
-        const auto index = n & broadcast((int64_t{1} << kBits) - 1);
-        V p = expm1_reduced(Level{}, reduced.r);
-        V entry;
-        if constexpr (kHasPairs<Level>) {
-            const auto [power, correction] = simd::gather_pairs(&kExpPairs64[0].high, index);
-            entry = power;
-            p = p + correction;
+    struct Rounded {
+        V steps, x;
+    };
+    template <class V>
+    struct Difference {  // r = high - low
+        V high, low;
+    };
+    template <class V>
+    struct Polynomial {  // b^r - 1 = first + r^2 (low + r^2 high)
+        V first, r2, low, high;
+    };
+    template <class V>
+    struct Product {  // b^x = 2^k (entry + entry (first + rest))
+        V entry, first, rest;
+    };
+
+    template <class V>
+    OZK_SIMD static Rounded<V> prepare(V x, Kept<V>& n) {
+        if constexpr (kIsBase2<Level>) {
+            const V shifted = x + constant<Level::kShifter>;
+            n.keep(shifted);
+            return {shifted - constant<Level::kShifter>, x};
         } else {
-            entry = simd::gather(std::is_same_v<Level, ExpLow> ? kExp1024 : kExp128, index);
+            const V shifted = x * constant<Level::kInvStep> + constant<kShifter>;
+            n.keep(shifted);
+            return {shifted - constant<kShifter>, x};
         }
-        // Scaled last: a product with a scaled entry could fall below the normal range and lose bits.
-        const V sum = entry + entry * p;
-        return as_f64(bits(sum) + simd::shift_left<52>(simd::shift_right<kBits>(n)));
     }
     template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+    OZK_SIMD static Difference<V> advance(const Rounded<V>& s, const Kept<V>&) {
+        if constexpr (kIsBase2<Level>)
+            return {s.x - s.steps, s.x};
+        else if constexpr (kIsFast<Level>)
+            return {s.x - s.steps * constant<Level::kStep>, s.x};
+        else
+            return {s.x - s.steps * constant<Level::kStepHigh>, s.steps * constant<Level::kStepLow>};
+    }
+    template <class V>
+    OZK_SIMD static Polynomial<V> advance(const Difference<V>& s, const Kept<V>&) {
+        V r = s.high;
+        if constexpr (!kIsBase2<Level> && !kIsFast<Level>) r = r - s.low;
+        const V r2 = r * r;
+        if constexpr (kIsFast<Level>) {
+            return {r, r2, r, r};
+        } else {
+            const V low = r * constant<Level::kC3> + constant<Level::kC2>;
+            if constexpr (kIsLow<Level>)
+                return {r, r2, low, r};
+            else if constexpr (requires { Level::kC1; })
+                return {r * constant<Level::kC1>, r2, low, r};
+            else
+                return {r, r2, low, r * constant<Level::kC5> + constant<Level::kC4>};
+        }
+    }
+    template <class V>
+    OZK_SIMD static Product<V> advance(const Polynomial<V>& s, const Kept<V>& n) {
+        if constexpr (kIsFast<Level>) {
+            return {simd::gather_low<8>(kEntriesByByte.data(), n), s.first, s.r2 * constant<Level::kC2>};
+        } else if constexpr (kIsLow<Level>) {
+            return {simd::gather_low<10>(kExp1024, n), s.first, s.r2 * s.low};
+        } else {
+            V rest = s.r2;
+            if constexpr (requires { Level::kC1; })
+                rest = rest * (s.low + s.r2 * constant<Level::kC4>);
+            else
+                rest = rest * (s.low + s.r2 * s.high);
+            const auto* pairs = Level::kTableBits == 8 ? &kExpPairs256[0].high : &kPairsByByte[0].high;
+            const auto [power, correction] = simd::gather_pairs(pairs, n);
+            return {power, s.first + correction, rest};
+        }
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Product<V>& s, const Kept<V>& n) {
+        // Scaled last: a product with a scaled entry could fall below the normal range and lose bits.
+        const V sum = s.entry + s.entry * (s.first + s.rest);
+        return as_f64(bits(sum) + simd::shift_left<52>(simd::shift_right<Level::kTableBits>(n.all())));
     }
 
     // The same for all levels. Every subnormal result is reported as underflow and rounded once.

@@ -1,7 +1,7 @@
 // Special lanes of operations whose block path is good for all magnitudes below a bound.
 #pragma once
 
-#include "simd/wide.hpp"
+#include "vml/frame.hpp"
 
 namespace ozk::vml {
 
@@ -14,13 +14,21 @@ struct MagnitudeBound {
     using Vector = simd::f64x2;
     static constexpr double kOrdinary = 0.0;
 
-    OZK_SIMD static simd::i32x4 outside(simd::i32x4 high_words) {
-        return (high_words & simd::broadcast(int32_t{0x7FFFFFFF})) > simd::broadcast(kBoundHighWord - 1);
+    using Checked = simd::wide<simd::f64x2, kBlock / simd::f64x2::kLanes>;
+
+    OZK_SIMD static simd::i32x4 magnitude(simd::i32x4 high_words) {
+        return high_words & simd::broadcast(int32_t{0x7FFFFFFF});
+    }
+    OZK_SIMD static simd::i32x4 outside(simd::i32x4 magnitudes) {
+        return magnitudes > simd::broadcast(kBoundHighWord - 1);
     }
     OZK_SIMD static simd::f64x2 special(simd::f64x2 x) {
-        return simd::mask_of_high_words(outside(as_i32(bits(x))));
+        return simd::mask_of_high_words(outside(magnitude(as_i32(bits(x)))));
     }
-    OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
+    OZK_SIMD static simd::i32x4 special(const Checked& x) {
+        return outside(
+            simd::largest_high_words(x, [](simd::i32x4 words) OZK_SIMD_LAMBDA { return magnitude(words); }));
+    }
 };
 
 // An operation on singles derives from this. The bound is a single's bits; a lane at or above it is special.
