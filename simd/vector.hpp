@@ -8,6 +8,7 @@
 
 #include <nmmintrin.h>
 
+#include <array>
 #include <cstdint>
 #include <type_traits>
 
@@ -202,42 +203,38 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
-// A vector of doubles in memory, to take indices from: a load each, where taking one out of a vector and clearing the bits
-// beside it is three instructions. What its bytes are is hidden, for the compiler would take them out of the vector after
-// all.
-template <class V>
-class Words;
-template <>
-class Words<f64x2> {
+// A vector in memory, to take indices from: a load each, where taking one out of a vector and clearing the bits beside it is
+// three instructions. What its bytes are is hidden, for the compiler would take them out of the vector after all.
+class Words {
   public:
-    OZK_SIMD void keep(f64x2 x) {
-        _mm_store_pd(lanes_, x.v);
-        asm volatile("" : "+m"(lanes_));
+    OZK_SIMD void keep(__m128i x) {
+        _mm_store_si128(&vector_, x);
+        asm volatile("" : "+m"(vector_));
     }
-    OZK_SIMD i64x2 all() const { return {_mm_castpd_si128(_mm_load_pd(lanes_))}; }
-    template <class Index>
-    OZK_SIMD Index low(int lane) const {  // the low bits of a lane
-        Index index;
-        __builtin_memcpy(&index, lanes_ + lane, sizeof index);
-        return index;
-    }
+    OZK_SIMD i64x2 all() const { return {_mm_load_si128(&vector_)}; }
+    OZK_SIMD size_t byte(int i) const { return at<uint8_t>(i); }
+    OZK_SIMD size_t half(int i) const { return at<uint16_t>(2 * i); }
+    OZK_SIMD size_t word(int i) const { return at<uint32_t>(4 * i); }
 
   private:
-    alignas(16) double lanes_[2];
+    template <class Index>
+    OZK_SIMD Index at(int byte) const {
+        Index index;
+        __builtin_memcpy(&index, reinterpret_cast<const char*>(&vector_) + byte, sizeof index);
+        return index;
+    }
+    __m128i vector_;
 };
-// The entries, pairs of entries that the low bytes of the lanes name.
-OZK_SIMD f64x2_pair gather_pairs(const double* table, const Words<f64x2>& index) {
-    const __m128d low = _mm_load_pd(table + 2 * size_t{index.low<uint8_t>(0)});
-    const __m128d high = _mm_load_pd(table + 2 * size_t{index.low<uint8_t>(1)});
-    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+OZK_SIMD const double* at_offset(const double* table, size_t bytes) {
+    return reinterpret_cast<const double*>(reinterpret_cast<const char*>(table) + bytes);
 }
-// The entries that the low kBits bits of the lanes name.
-template <int kBits>
-OZK_SIMD f64x2 gather_low(const double* table, const Words<f64x2>& index) {
-    using Index = std::conditional_t<kBits == 8, uint8_t, uint16_t>;
-    constexpr size_t kMask = (1 << kBits) - 1;
-    return {_mm_loadh_pd(_mm_load_sd(table + (index.low<Index>(0) & kMask)),
-                         table + (index.low<Index>(1) & kMask))};
+// The entries, the pairs of entries at two offsets in bytes.
+OZK_SIMD f64x2 gather(const double* table, size_t first, size_t second) {
+    return {_mm_loadh_pd(_mm_load_sd(at_offset(table, first)), at_offset(table, second))};
+}
+OZK_SIMD f64x2_pair gather_pairs(const double* table, size_t first, size_t second) {
+    const __m128d low = _mm_load_pd(at_offset(table, first)), high = _mm_load_pd(at_offset(table, second));
+    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
 // The same where the lanes hold the pairs' offsets in bytes, which takes the address as it is.
@@ -270,21 +267,28 @@ OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
 // Arithmetic with constants that stay in memory. A kernel has more constants than there are registers; of those written
 // as vectors, the compiler takes some into registers and puts its intermediate results into memory instead.
-template <double c>
+template <auto c>
 struct Constant {
-    alignas(16) static constexpr double lanes[2] = {c, c};
+    alignas(16) static constexpr std::array<decltype(c), 16 / sizeof c> lanes = [] {
+        std::array<decltype(c), 16 / sizeof c> equal;
+        equal.fill(c);
+        return equal;
+    }();
 };
-template <double c>
+template <auto c>
 inline constexpr Constant<c> constant{};
-#define OZK_WITH_CONSTANT(op, instruction)                                \
-    template <double c>                                                   \
-    OZK_SIMD f64x2 operator op(f64x2 a, Constant<c>) {                    \
+#define OZK_WITH_CONSTANT(V, op, instruction)                             \
+    template <auto c>                                                     \
+    OZK_SIMD V operator op(V a, Constant<c>) {                            \
         asm(instruction " %1, %0" : "+x"(a.v) : "m"(Constant<c>::lanes)); \
         return a;                                                         \
     }
-OZK_WITH_CONSTANT(+, "addpd")
-OZK_WITH_CONSTANT(-, "subpd")
-OZK_WITH_CONSTANT(*, "mulpd")
+OZK_WITH_CONSTANT(f64x2, +, "addpd")
+OZK_WITH_CONSTANT(f64x2, -, "subpd")
+OZK_WITH_CONSTANT(f64x2, *, "mulpd")
+OZK_WITH_CONSTANT(i64x2, +, "paddq")
+OZK_WITH_CONSTANT(i64x2, &, "pand")
+OZK_WITH_CONSTANT(i64x2, |, "por")
 #undef OZK_WITH_CONSTANT
 
 OZK_SIMD f32x4 operator+(f32x4 a, f32x4 b) { return {_mm_add_ps(a.v, b.v)}; }

@@ -37,8 +37,6 @@
 
 #include <algorithm>
 #include <array>
-#include <new>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -206,10 +204,28 @@ template <class Compute, class Kept, class State>
         return Compute::finish(state, kept);
 }
 
-// The states of one vector, from what prepare() gives to what finish() takes.
+// The states of one vector, from what prepare() gives to what finish() takes: not initialised.
+template <class... S>
+struct States {
+    static constexpr int kCount = 0;
+};
+template <class First, class... Rest>
+struct States<First, Rest...> {
+    static constexpr int kCount = 1 + sizeof...(Rest);
+    First first;
+    States<Rest...> rest;
+
+    template <int k>
+    [[gnu::always_inline]] auto& get() {
+        if constexpr (k == 0)
+            return first;
+        else
+            return rest.template get<k - 1>();
+    }
+};
 template <class Compute, class Kept, class Last, class... Before>
 struct StatesFrom {
-    using type = std::tuple<Before..., Last>;
+    using type = States<Before..., Last>;
 };
 template <class Compute, class Kept, class Last, class... Before>
 requires Advances<Compute, Kept, Last>
@@ -227,18 +243,20 @@ template <class Compute, class Kept, class State>
         return finish<Compute>(kept, state);
 }
 
+// What an operation makes of vectors, and the scalars if there are any.
+template <class Compute, class V, class... More>
+[[gnu::always_inline]] inline auto evaluate(const V& x, const More&... more) {
+    if constexpr (ComesInSteps<Compute>) {
+        typename KeptBy<Compute, V>::type kept;
+        return steps_after<Compute>(kept, prepare<Compute>(kept, x, more...));
+    } else {
+        return Compute::compute(x, more...);
+    }
+}
+
 template <class Compute, class V, class Op>
 [[gnu::always_inline]] inline auto compute(const Vectors<Op, V>& x, const Call<Op>& call) {
-    const auto result = apply<Op>(
-        [](auto... v) OZK_SIMD_LAMBDA {
-            if constexpr (ComesInSteps<Compute>) {
-                typename KeptBy<Compute, V>::type kept;
-                return steps_after<Compute>(kept, prepare<Compute>(kept, v...));
-            } else {
-                return Compute::compute(v...);
-            }
-        },
-        x, call);
+    const auto result = apply<Op>([](auto... v) OZK_SIMD_LAMBDA { return evaluate<Compute>(v...); }, x, call);
     if constexpr (result_count<Op>() == 1)
         return std::array{result};
     else
@@ -424,22 +442,23 @@ template <class Op>
 template <class Compute, class Kept, int kVectors, class First, class Store>
 [[gnu::always_inline]] inline void in_steps(First first, Store store) {
     Kept kept[kVectors];
-    using States = typename StatesFrom<Compute, Kept, decltype(first(0, kept[0]))>::type;
-    constexpr int kLastStep = std::tuple_size_v<States>;
-    States states[kVectors];
+    using StatesOfVector = typename StatesFrom<Compute, Kept, decltype(first(0, kept[0]))>::type;
+    constexpr int kLastStep = StatesOfVector::kCount;
+    StatesOfVector states[kVectors];
     for_each_index<kVectors + kLastStep>([&](auto time) OZK_SIMD_LAMBDA {
         for_each_index<kLastStep + 1>([&](auto step) OZK_SIMD_LAMBDA {
             constexpr int kStep = step, kVector = int{time} - kStep;
             if constexpr (kVector >= 0 && kVector < kVectors) {
                 asm volatile("");  // the compiler leaves the steps in this order
-                States& state = states[kVector];
+                StatesOfVector& state = states[kVector];
                 Kept& of_vector = kept[kVector];
                 if constexpr (kStep == 0)
-                    std::get<0>(state) = first(kVector, of_vector);
+                    state.template get<0>() = first(kVector, of_vector);
                 else if constexpr (kStep == kLastStep)
-                    store(kVector, finish<Compute>(of_vector, std::get<kStep - 1>(state)));
+                    store(kVector, finish<Compute>(of_vector, state.template get<kStep - 1>()));
                 else
-                    std::get<kStep>(state) = advance<Compute>(of_vector, std::get<kStep - 1>(state));
+                    state.template get<kStep>() =
+                        advance<Compute>(of_vector, state.template get<kStep - 1>());
             }
         });
     });

@@ -8,11 +8,6 @@ constexpr Unary kLevels[] = {_vmldLn_50, _vmldLn, _vmldLn_26};
 
 class LnTest : public FreshState {};
 
-template <class Estimate>
-using LnOfHighLevel = Ln<LnHigh, Estimate>;
-template <class Estimate>
-using LnOfFastLevel = Ln<LnFast, Estimate>;
-
 TEST_F(LnTest, MeetsTheAccuracyOfEachLevel) {
     const std::vector<double> x = arguments(40000);
     expect_within(0.52, _vmldLn, mpfr_log, x, "HA");
@@ -66,8 +61,8 @@ TEST_F(LnTest, ReadsSubnormalArgumentsAsZeroWhereTheModeAsksForIt) {
 
 TEST_F(LnTest, HoldsForEveryEstimateWithinTheDocumentedError) {
     const std::vector<double> x = with_table_edges(arguments(10000));
-    expect_for_every_estimate<LnOfHighLevel>(0.52, mpfr_log, x);
-    expect_for_every_estimate<LnOfFastLevel>(0x1p26, mpfr_log, x);
+    expect_for_every_estimate<LnHigh>(0.52, mpfr_log, x);
+    expect_for_every_estimate<LnFast>(0x1p26, mpfr_log, x);
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ struct WorstEstimate {
 
 template <class Operation>
 void compute_each(int32_t n, const double* x, double* y) {
-    for (int32_t i = 0; i < n; ++i) y[i] = simd::low(Operation::compute(simd::broadcast(x[i])));
+    for (int32_t i = 0; i < n; ++i) y[i] = simd::low(evaluate<Operation>(simd::broadcast(x[i])));
 }
 
 template <template <class> class Operation>

@@ -103,10 +103,6 @@ struct DivideHigh : DoubleRange<-224, 224, -224> {
         const Factor<V> divisor(x.norm.value);
         return {quotient(x.re, x.norm, divisor, x.inverse), quotient(x.im, x.norm, divisor, x.inverse)};
     }
-    template <class V>
-    OZK_SIMD static complex<V> compute(const complex<V>& a, const complex<V>& b) {
-        return finish(prepare(a, b));
-    }
 };
 
 // a (conj(b) / |b|^2), so that no product is smaller than the quotient's own terms. These stay within 2^1002.

@@ -82,10 +82,6 @@ struct ErfInv : MagnitudeBound<kOneHighWord> {
         const V constant = select(value == broadcast(0.0), a.v, value);
         return (constant + p) | (a.x & broadcast(-0.0));
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
 
     static int scalar(double x, double& result) {
         if (std::abs(x) == 1.0) {

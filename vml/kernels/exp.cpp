@@ -198,7 +198,7 @@ constexpr bool kIsBase2 = std::is_same_v<Level, Exp2High>;
 template <class Level>
 struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     template <class V>
-    using Kept = simd::Words<V>;  // N in the low bits
+    using Kept = simd::Words;  // N in the low bits
 
     template <class V>
     struct Rounded {
@@ -221,11 +221,11 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     OZK_SIMD static Rounded<V> prepare(V x, Kept<V>& n) {
         if constexpr (kIsBase2<Level>) {
             const V shifted = x + constant<Level::kShifter>;
-            n.keep(shifted);
+            n.keep(bits(shifted).v);
             return {shifted - constant<Level::kShifter>, x};
         } else {
             const V shifted = x * constant<Level::kInvStep> + constant<kShifter>;
-            n.keep(shifted);
+            n.keep(bits(shifted).v);
             return {shifted - constant<kShifter>, x};
         }
     }
@@ -258,9 +258,11 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     template <class V>
     OZK_SIMD static Product<V> advance(const Polynomial<V>& s, const Kept<V>& n) {
         if constexpr (kIsFast<Level>) {
-            return {simd::gather_low<8>(kEntriesByByte.data(), n), s.first, s.r2 * constant<Level::kC2>};
+            return {simd::gather(kEntriesByByte.data(), 8 * n.byte(0), 8 * n.byte(8)), s.first,
+                    s.r2 * constant<Level::kC2>};
         } else if constexpr (kIsLow<Level>) {
-            return {simd::gather_low<10>(kExp1024, n), s.first, s.r2 * s.low};
+            return {simd::gather(kExp1024, 8 * (n.half(0) & 1023), 8 * (n.half(4) & 1023)), s.first,
+                    s.r2 * s.low};
         } else {
             V rest = s.r2;
             if constexpr (requires { Level::kC1; })
@@ -268,7 +270,7 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
             else
                 rest = rest * (s.low + s.r2 * s.high);
             const auto* pairs = Level::kTableBits == 8 ? &kExpPairs256[0].high : &kPairsByByte[0].high;
-            const auto [power, correction] = simd::gather_pairs(pairs, n);
+            const auto [power, correction] = simd::gather_pairs(pairs, 16 * n.byte(0), 16 * n.byte(8));
             return {power, s.first + correction, rest};
         }
     }

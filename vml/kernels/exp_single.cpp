@@ -92,10 +92,6 @@ struct Power : SingleMagnitudeBound<Base::kBoundBits> {
         const auto entries = gather(kExpTable512, n & broadcast(int32_t{511}));
         return to_f32(power<Base>(x[0], entries.low), power<Base>(x[1], entries.high));
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
 
     // Every subnormal result of b^x, and every 0, is reported as underflow.
     [[gnu::cold]] static int scalar(float x, float& result) {
@@ -106,7 +102,7 @@ struct Power : SingleMagnitudeBound<Base::kBoundBits> {
             return kVmlOk;
         }
         float lane[4];
-        simd::store(lane, compute(broadcast(std::clamp(x, -kBeyond, kBeyond))));
+        simd::store(lane, evaluate<Power>(broadcast(std::clamp(x, -kBeyond, kBeyond))));
         result = lane[0];
         if (std::isinf(result)) return kVmlOverflow;
         return !kMinus1 && result < std::numeric_limits<float>::min() ? kVmlUnderflow : kVmlOk;
@@ -138,10 +134,6 @@ struct ExpLow : SingleMagnitudeBound<BaseE::kBoundBits> {
         const V high = broadcast(kLowC4) + r * broadcast(kLowC5);
         return scale(broadcast(1.0f) + (r + r2 * (low + r2 * high)), x.shifted);
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
     static int scalar(float x, float& result) { return Power<BaseE>::scalar(x, result); }
 };
 
@@ -158,10 +150,6 @@ struct ExpFast : SingleMagnitudeBound<BaseE::kBoundBits> {
     OZK_SIMD static V finish(const Reduced<V>& x) {
         const V high = broadcast(kFastC2) + x.r * broadcast(kFastC3);
         return scale((broadcast(1.0f) + x.r * broadcast(kFastC1)) + (x.r * x.r) * high, x.shifted);
-    }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
     }
     static int scalar(float x, float& result) { return Power<BaseE>::scalar(x, result); }
 };

@@ -77,10 +77,6 @@ struct Expm1 : MagnitudeBound<kFastBoundHighWord> {
         const V rest = s * ((x.r_low + q) + (d + d * (r + q)));
         return (sum + ((lost + lost_again) + rest)) | x.sign;
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
 
     // Special lanes are so far from 0 that exp(x) is the result, or -1.
     [[gnu::cold]] static int scalar(double x, double& result) {

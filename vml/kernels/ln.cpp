@@ -72,5 +72,5 @@ namespace ozk::vml {
 }  // namespace ozk::vml
 
 OZK_VML_KERNEL(d, Ln, H8LAynn, unary, ozk::vml::LnLow)
-OZK_VML_KERNEL(d, Ln, EXHAynn, unary, ozk::vml::Ln<ozk::vml::LnHigh>)
-OZK_VML_KERNEL(d, Ln, H8EPnnn, unary, ozk::vml::Ln<ozk::vml::LnFast>)
+OZK_VML_KERNEL(d, Ln, EXHAynn, unary, ozk::vml::LnHigh<>)
+OZK_VML_KERNEL(d, Ln, H8EPnnn, unary, ozk::vml::LnFast<>)

@@ -22,11 +22,12 @@
 
 #include <bit>
 #include <limits>
-#include <type_traits>
 
 #include "vml/frame.hpp"
 
 namespace ozk::vml {
+
+using simd::constant;
 
 struct LnPair {
     double high, low;
@@ -42,9 +43,6 @@ struct LogEntry {
 };
 
 #include "vml/kernels/ln_tables.inc"
-
-struct LnHigh {};
-struct LnFast {};
 
 struct HardwareEstimate {
     template <class V>
@@ -64,121 +62,132 @@ struct PositiveNormal {
     using Result = double;
     using Vector = simd::f64x2;
     static constexpr double kOrdinary = 1.0;
-    static constexpr int kWide = 2;
+    using Checked = simd::wide<simd::f64x2, kBlock / simd::f64x2::kLanes>;
 
     // The high word less that of the smallest normal number, as an offset binary number, is below the span of
     // the normal numbers exactly for ordinary lanes.
-    OZK_SIMD static simd::i32x4 outside(simd::i32x4 high_words) {
-        constexpr int32_t kOffset = 0x7FF00000;         // -0x00100000 - 0x80000000
-        constexpr int32_t kLastNormal = -0x200000 - 1;  // 0x7FEFFFFF + kOffset
-        return high_words + simd::broadcast(kOffset) > simd::broadcast(kLastNormal);
+    OZK_SIMD static simd::i32x4 offset(simd::i32x4 high_words) {
+        return high_words + simd::broadcast(int32_t{0x7FF00000});  // -0x00100000 - 0x80000000
+    }
+    OZK_SIMD static simd::i32x4 outside(simd::i32x4 offsets) {
+        constexpr int32_t kLastNormal = -0x200000 - 1;  // of 0x7FEFFFFF
+        return offsets > simd::broadcast(kLastNormal);
     }
     OZK_SIMD static simd::f64x2 special(simd::f64x2 x) {
-        return simd::mask_of_high_words(outside(as_i32(bits(x))));
+        return simd::mask_of_high_words(outside(offset(as_i32(bits(x)))));
     }
-    OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
+    OZK_SIMD static simd::i32x4 special(const Checked& x) {
+        return outside(
+            simd::largest_high_words(x, [](simd::i32x4 words) OZK_SIMD_LAMBDA { return offset(words); }));
+    }
 };
 
-// The reciprocals of the significands of x, rounded to a multiple of 2^-10, as 2^10 c, and the offsets in bytes of
-// their table entries. The estimate is that of the significand's leading 21 bits.
-template <class V>
-struct Reciprocal {
-    V c;
-    simd::i32x4 offset;
-};
-template <class Estimate, class V>
-OZK_SIMD Reciprocal<V> reciprocal_of_significand(simd::i32x4 high_words) {
-    constexpr int32_t kSignificand = 0x000FFFFF, kScale = 0x3A800000;  // 2^-10, single precision
-    constexpr int kStepBits = 14;  // bits of the estimate below a step of c
-    const simd::i32x4 leading = high_words & simd::broadcast(kSignificand);
-    const auto m = as_f32(simd::shift_left<3>(leading) | simd::broadcast(kScale));
-    const auto rounded = bits(Estimate::reciprocal(m)) + simd::broadcast(int32_t{1} << (kStepBits - 1));
-    // Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
-    return {simd::to_doubles<V>(as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits))),
-            simd::shift_right<kStepBits - 4>(rounded) & simd::broadcast(int32_t{0x3FF0})};
-}
-
-// 2^-10 m.
-template <class V>
-OZK_SIMD V significand(V x) {
-    constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF;
-    constexpr int64_t kScale = 0x3F50000000000000;  // 2^-10
-    return as_f64((bits(x) & simd::broadcast(kSignificand)) | simd::broadcast(kScale));
-}
-
-template <class V>
-OZK_SIMD V leading_part(V x) {
-    return as_f64(bits(x) & simd::broadcast(~int64_t{0x7FFFFFF}));  // 26 bits
-}
-
-// m c - 1, exactly.
-template <class V>
-OZK_SIMD V reduced(V m, V c) {
-    const V m_high = leading_part(m);
-    return (m_high * c - simd::broadcast(1.0)) + (m - m_high) * c;
-}
-
-template <class Level, class Estimate = HardwareEstimate>
-struct Ln : PositiveNormal {
+// The reduction of the HA and the EP level.
+template <class Estimate>
+struct LnByEstimate : PositiveNormal {
     static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
     static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
+    static constexpr int kStepBits = 14;                  // bits of the estimate below a step of c
+
+    template <class V>
+    using Kept = simd::Words;  // the estimate of 2^10 / m in single precision, half a step more
 
     template <class V>
     struct Reduced {
-        V k, m, c;  // k with the exponent's bias
-        simd::i32x4 offset;
+        V k, m, c;  // k with the exponent's bias; 2^-10 m; 2^10 c
     };
     template <class V>
-    struct Sum {
-        V r, high, low;  // the latter of all but what the polynomial gives
-    };
-
-    template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x) {
-        const simd::i32x4 words = simd::high_words(x);
-        const auto [c, offset] = reciprocal_of_significand<Estimate, V>(words);
-        return {simd::to_doubles<V>(simd::shift_right<20>(words)), significand(x), c, offset};
+    OZK_SIMD static Reduced<V> prepare(V x, Kept<V>& estimate) {
+        constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF, kScale = 0x3F50000000000000;  // 2^-10
+        const V m = as_f64((bits(x) & constant<kSignificand>) | constant<kScale>);
+        const simd::i32x4 rounded =
+            bits(Estimate::reciprocal(to_f32(m))) + simd::broadcast(int32_t{1} << (kStepBits - 1));
+        estimate.keep(rounded.v);
+        const simd::f32x4 c = as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits));
+        return {low_to_f64(simd::shift_right<20>(odd_lanes(as_i32(bits(x))))), m, low_to_f64(c)};
     }
-    template <class V>
-    OZK_SIMD static Sum<V> advance(const Reduced<V>& x) {
-        const auto [table_high, table_low] = simd::gather_pairs_for(x.k, &kLnPairs[0].high, x.offset);
-        const V base = x.k * simd::broadcast(kLn2High) + table_high;
-        if constexpr (std::is_same_v<Level, LnFast>) {
-            return {x.m * x.c - simd::broadcast(1.0), base, base};
-        } else {
-            const V r = reduced(x.m, x.c);
-            const V low = x.k * simd::broadcast(kLn2Low) + table_low;
-            const V sum = base + r;
-            const V lost = (base - sum) + r;
-            return {r, sum, low + lost};
-        }
-    }
-    template <class V>
-    OZK_SIMD static V finish(const Sum<V>& x) {
-        const V r = x.r, r2 = r * r;
-        if constexpr (std::is_same_v<Level, LnFast>)
-            return x.high + (r + r2 * (simd::broadcast(kFastC2) + r * simd::broadcast(kFastC3)));
-        else
-            return x.high + (x.low + r2 * ln_high_factor(r, r2));
-    }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(advance(prepare(x)));
-    }
-
-    // (log1p(r) - r) / r^2
-    template <class V>
-    OZK_SIMD static V ln_high_factor(V r, V r2) {
-        return (simd::broadcast(-0.5) + r * simd::broadcast(kHighC3)) +
-               r2 * ((simd::broadcast(kHighC4) + r * simd::broadcast(kHighC5)) +
-                     r2 * simd::broadcast(kHighC6));
+    // Of the table's entry, in bytes. Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
+    OZK_SIMD static size_t offset(const simd::Words& estimate, int lane) {
+        return estimate.word(lane) >> (kStepBits - 4) & 0x3FF0;
     }
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }
 };
 
+template <class Estimate = HardwareEstimate>
+struct LnHigh : LnByEstimate<Estimate> {
+    using Base = LnByEstimate<Estimate>;
+    template <class V>
+    using Kept = typename Base::template Kept<V>;
+    template <class V>
+    using Reduced = typename Base::template Reduced<V>;
+
+    template <class V>
+    struct Terms {  // high + r + (low + polynomial of r)
+        V r, high, low;
+    };
+    template <class V>
+    struct Polynomial {  // high + (low + r^2 (c2 + r c3 + r^2 top))
+        V r, high, low, top;
+    };
+
+    template <class V>
+    OZK_SIMD static Terms<V> advance(const Reduced<V>& s, const Kept<V>& estimate) {
+        const auto [table_high, table_low] =
+            simd::gather_pairs(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+        const V m_high = as_f64(bits(s.m) & constant<~int64_t{0x7FFFFFF}>);  // 26 bits
+        // m c - 1, exactly
+        const V r = (m_high * s.c - constant<1.0>)+(s.m - m_high) * s.c;
+        return {r, s.k * constant<Base::kLn2High> + table_high, s.k * constant<Base::kLn2Low> + table_low};
+    }
+    template <class V>
+    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>&) {
+        const V sum = s.high + s.r;
+        const V lost = (s.high - sum) + s.r;
+        return {s.r, sum, s.low + lost,
+                s.r * (s.r * constant<kHighC6> + constant<kHighC5>)+constant<kHighC4>};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
+        const V r2 = s.r * s.r;
+        return s.high + (s.low + r2 * ((s.r * constant<kHighC3> - constant<0.5>)+r2 * s.top));
+    }
+};
+
+template <class Estimate = HardwareEstimate>
+struct LnFast : LnByEstimate<Estimate> {
+    using Base = LnByEstimate<Estimate>;
+    template <class V>
+    using Kept = typename Base::template Kept<V>;
+    template <class V>
+    using Reduced = typename Base::template Reduced<V>;
+
+    template <class V>
+    struct Terms {
+        V r, high;  // k ln 2
+    };
+    template <class V>
+    struct Polynomial {  // high + (r + r^2 factor)
+        V r, high, factor;
+    };
+
+    template <class V>
+    OZK_SIMD static Terms<V> advance(const Reduced<V>& s, const Kept<V>&) {
+        return {s.m * s.c - constant<1.0>, s.k * constant<Base::kLn2High>};
+    }
+    template <class V>
+    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>& estimate) {
+        const V table = simd::gather(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+        return {s.r, s.high + table, s.r * constant<kFastC3> + constant<kFastC2>};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
+        return s.high + (s.r + (s.r * s.r) * s.factor);
+    }
+};
+
 // x = 2^k z, z between 0.7 and 1.42; c is the number whose bits, rounded to steps of 2^kStepBits, are nearest to those of
-// z. The offset is that of c's entry in a table, in bytes.
+// z.
 template <int kStepBits, class Entry>
 struct NearestSignificand {
     static constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF;
@@ -188,7 +197,7 @@ struct NearestSignificand {
     // k in the exponent's place, below it z's bits less those of the table's first significand, and half a step more.
     template <class V>
     OZK_SIMD static auto shifted(V x) {
-        return bits(x) + simd::broadcast(kHalfStep - kLeast);
+        return bits(x) + constant<kHalfStep - kLeast>;
     }
     template <class I>
     OZK_SIMD static auto k(I shifted) {
@@ -196,33 +205,32 @@ struct NearestSignificand {
     }
     template <class I>
     OZK_SIMD static auto z(I shifted) {
-        return as_f64((shifted & simd::broadcast(kSignificand)) + simd::broadcast(kLeast - kHalfStep));
+        return as_f64((shifted & constant<kSignificand>)+constant<kLeast - kHalfStep>);
     }
     template <class I>
-    OZK_SIMD static auto steps(I shifted) {
-        return shifted & simd::broadcast(kSignificand & -2 * kHalfStep);
+    OZK_SIMD static auto c(I shifted) {
+        return as_f64((shifted & constant<(kSignificand & -2 * kHalfStep)>)+constant<kLeast>);
     }
-    template <class I>
-    OZK_SIMD static auto c(I steps) {
-        return as_f64(steps + simd::broadcast(kLeast));
+    // That of c's entry in the table, in bytes.
+    OZK_SIMD static size_t offset(const simd::Words& shifted, int lane) {
+        constexpr int kShift = kStepBits - 32 - std::countr_zero(sizeof(Entry));
+        constexpr uint32_t kMask = (uint32_t{1} << (20 - kShift)) - sizeof(Entry);
+        return shifted.word(2 * lane + 1) >> kShift & kMask;
     }
-    template <class I>
-    OZK_SIMD static auto offset(I steps) {
-        return simd::shift_right<kStepBits - std::countr_zero(sizeof(Entry))>(steps);
+    OZK_SIMD static simd::f64x2_pair pairs(const double* table, const simd::Words& shifted) {
+        return simd::gather_pairs(table, offset(shifted, 0), offset(shifted, 1));
     }
 };
 
 template <class V>
 struct Nearest {
     V k, difference;  // z - c, exact
-    decltype(simd::bits(V{})) offset;
 };
 template <class Significand, class V>
-OZK_SIMD Nearest<V> nearest(V x) {
+OZK_SIMD Nearest<V> nearest(V x, simd::Words& place) {
     const auto shifted = Significand::shifted(x);
-    const auto steps = Significand::steps(shifted);
-    return {Significand::k(shifted), Significand::z(shifted) - Significand::c(steps),
-            Significand::offset(steps)};
+    place.keep(shifted.v);
+    return {Significand::k(shifted), Significand::z(shifted) - Significand::c(shifted)};
 }
 
 // The LA level.
@@ -239,24 +247,35 @@ struct LnLow : PositiveNormal {
     static constexpr double kC4 = -0x1.0000148058ee1p-2;  // -0.2500003054940248
     static constexpr double kC5 = 0x1.9999cacdb4d0ap-3;   // 0.2000003665949424
 
+    using Significand = NearestSignificand<43, LnNearest>;
     template <class V>
-    OZK_SIMD static Nearest<V> prepare(V x) {
-        return nearest<NearestSignificand<43, LnNearest>>(x);
-    }
+    using Kept = simd::Words;
+    template <class V>
+    struct Terms {
+        V high, r;
+    };
+    template <class V>
+    struct Polynomial {  // high + (r + r^2 (first + r^2 second))
+        V high, r, first, second;
+    };
 
     template <class V>
-    OZK_SIMD static V finish(const Nearest<V>& x) {
-        const auto [reciprocal, logarithm] =
-            simd::gather_pairs_by_offset(&kLnNearest[0].reciprocal, x.offset);
-        const V r = x.difference * reciprocal;
-        const V r2 = r * r;
-        const V q = (simd::broadcast(kC2) + r * simd::broadcast(kC3)) +
-                    r2 * (simd::broadcast(kC4) + r * simd::broadcast(kC5));
-        return (x.k * simd::broadcast(kLn2) + logarithm) + (r + r2 * q);
+    OZK_SIMD static Nearest<V> prepare(V x, Kept<V>& place) {
+        return nearest<Significand>(x, place);
     }
     template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+    OZK_SIMD static Terms<V> advance(const Nearest<V>& s, const Kept<V>& place) {
+        const auto [reciprocal, logarithm] = Significand::pairs(&kLnNearest[0].reciprocal, place);
+        return {s.k * constant<kLn2> + logarithm, s.difference * reciprocal};
+    }
+    template <class V>
+    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>&) {
+        return {s.high, s.r, s.r * constant<kC3> + constant<kC2>, s.r * constant<kC5> + constant<kC4>};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
+        const V r2 = s.r * s.r;
+        return s.high + (s.r + r2 * (s.first + r2 * s.second));
     }
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }

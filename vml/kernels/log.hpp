@@ -19,56 +19,73 @@ namespace ozk::vml {
 
 using LogSignificand = NearestSignificand<44, LogEntry>;
 
-// A logarithm but for what its polynomial gives: s, and the rest of the sum in two parts.
+// The states between the steps.
 template <class V>
-struct CarriedSum {
+struct LogTerms {  // high + leading + (low + rest + polynomial of s = leading + rest)
+    V high, low, leading, rest;
+};
+template <class V>
+struct CarriedSum {  // high + (low + polynomial of s)
     V s, high, low;
 };
-// k log(2) + log(c) + s, where s is the sum of its leading part and the rest.
+template <class V>
+struct LogPolynomial {  // high + (low + s^2 (first + s^2 second))
+    V high, low, s2, first, second;
+};
+
+// k log(2) + log(c) and s, each in two parts.
 template <class Base, class V>
-OZK_SIMD CarriedSum<V> carried_sum(V k, V table_high, V table_low, V leading, V rest) {
-    V base, low;
-    if constexpr (Base::kTwoHigh == 1) {
-        base = k + table_high;
-        low = table_low;
-    } else {
-        base = k * simd::broadcast(Base::kTwoHigh) + table_high;
-        low = k * simd::broadcast(Base::kTwoLow) + table_low;
-    }
-    const V sum = base + leading;
-    const V lost = (base - sum) + leading;
-    return {leading + rest, sum, (low + rest) + lost};
+OZK_SIMD LogTerms<V> log_terms(V k, V table_high, V table_low, V leading, V rest) {
+    if constexpr (Base::kTwoHigh == 1)
+        return {k + table_high, table_low, leading, rest};
+    else
+        return {k * constant<Base::kTwoHigh> + table_high, k * constant<Base::kTwoLow> + table_low, leading,
+                rest};
+}
+template <class V>
+OZK_SIMD CarriedSum<V> carried_sum(const LogTerms<V>& t) {
+    const V sum = t.high + t.leading;
+    const V lost = (t.high - sum) + t.leading;
+    return {t.leading + t.rest, sum, (t.low + t.rest) + lost};
 }
 template <class Base, class V>
-OZK_SIMD V with_polynomial(const CarriedSum<V>& x) {
-    const V s = x.s, s2 = s * s;
-    const V q =
-        (simd::broadcast(Base::kC2) + s * simd::broadcast(Base::kC3)) +
-        s2 * (simd::broadcast(Base::kC4) + s * (simd::broadcast(Base::kC5) + s * simd::broadcast(Base::kC6)));
-    return x.high + (x.low + s2 * q);
+OZK_SIMD LogPolynomial<V> log_polynomial(const CarriedSum<V>& x) {
+    const V s = x.s;
+    return {x.high, x.low, s * s, s * constant<Base::kC3> + constant<Base::kC2>,
+            s * (s * constant<Base::kC6> + constant<Base::kC5>)+constant<Base::kC4>};
+}
+template <class V>
+OZK_SIMD V total(const LogPolynomial<V>& x) {
+    return x.high + (x.low + x.s2 * (x.first + x.s2 * x.second));
 }
 
 template <class Base>
 struct Log : PositiveNormal {
     template <class V>
-    OZK_SIMD static Nearest<V> prepare(V x) {
-        return nearest<LogSignificand>(x);
+    using Kept = simd::Words;
+
+    template <class V>
+    OZK_SIMD static Nearest<V> prepare(V x, Kept<V>& place) {
+        return nearest<LogSignificand>(x, place);
     }
     template <class V>
-    OZK_SIMD static CarriedSum<V> advance(const Nearest<V>& x) {
-        const auto [slope_high, slope_low] =
-            simd::gather_pairs_by_offset(&Base::kEntries[0].slope_high, x.offset);
-        const auto [table_high, table_low] = simd::gather_pairs_by_offset(&Base::kEntries[0].high, x.offset);
-        return carried_sum<Base>(x.k, table_high, table_low, x.difference * slope_high,
-                                 x.difference * slope_low);
+    OZK_SIMD static LogTerms<V> advance(const Nearest<V>& s, const Kept<V>& place) {
+        const auto [slope_high, slope_low] = LogSignificand::pairs(&Base::kEntries[0].slope_high, place);
+        const auto [table_high, table_low] = LogSignificand::pairs(&Base::kEntries[0].high, place);
+        return log_terms<Base>(s.k, table_high, table_low, slope_high * s.difference,
+                               slope_low * s.difference);
     }
     template <class V>
-    OZK_SIMD static V finish(const CarriedSum<V>& x) {
-        return with_polynomial<Base>(x);
+    OZK_SIMD static CarriedSum<V> advance(const LogTerms<V>& s, const Kept<V>&) {
+        return carried_sum(s);
     }
     template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(advance(prepare(x)));
+    OZK_SIMD static LogPolynomial<V> advance(const CarriedSum<V>& s, const Kept<V>&) {
+        return log_polynomial<Base>(s);
+    }
+    template <class V>
+    OZK_SIMD static V finish(const LogPolynomial<V>& s, const Kept<V>&) {
+        return total(s);
     }
 
     // Subnormal numbers are lifted into the normal range, and the exponent taken back.
@@ -76,9 +93,10 @@ struct Log : PositiveNormal {
         constexpr double kLift = 0x1p60, kLiftExponent = 60;
         int code;
         if (ln_limit(x, result, code)) return code;
-        auto lifted = prepare(simd::broadcast(x * kLift));
+        simd::Words place;
+        auto lifted = prepare(simd::broadcast(x * kLift), place);
         lifted.k = lifted.k - simd::broadcast(kLiftExponent);
-        result = low(finish(advance(lifted)));
+        result = low(steps_after<Log>(place, lifted));
         return kVmlOk;
     }
 };

@@ -18,7 +18,6 @@ struct Log1p {
     using Result = double;
     using Vector = simd::f64x2;
     static constexpr double kOrdinary = 0.0;
-    static constexpr int kWide = 2;
 
     // The sign bit of the mask counts.
     OZK_SIMD static simd::i32x4 outside(simd::i32x4 high_words) {
@@ -33,46 +32,40 @@ struct Log1p {
     OZK_SIMD static simd::i32x4 special(const simd::f64x4& x) { return outside(simd::high_words(x)); }
 
     template <class V>
-    struct Reduced {
-        V k, difference, x;
-        decltype(simd::bits(V{})) offset;
-    };
-    template <class V>
-    struct Sum {
-        CarriedSum<V> sum;
+    struct Kept : simd::Words {
         V x;
     };
 
     template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x) {
+    OZK_SIMD static Nearest<V> prepare(V x, Kept<V>& kept) {
         constexpr int64_t kOne = 0x3FF0000000000000;
-        const auto shifted = LogSignificand::shifted(x + simd::broadcast(1.0));
-        const auto steps = LogSignificand::steps(shifted);
-        const V a =
-            as_f64(simd::broadcast(kOne) - (shifted & simd::broadcast(~LogSignificand::kSignificand)));
-        return {LogSignificand::k(shifted), x * a - (LogSignificand::c(steps) - a), x,
-                LogSignificand::offset(steps)};
+        const auto shifted = LogSignificand::shifted(x + constant<1.0>);
+        kept.keep(shifted.v);
+        kept.x = x;
+        const V a = as_f64(simd::broadcast(kOne) - (shifted & constant<~LogSignificand::kSignificand>));
+        return {LogSignificand::k(shifted), x * a - (LogSignificand::c(shifted) - a)};
     }
     template <class V>
-    OZK_SIMD static Sum<V> advance(const Reduced<V>& x) {
-        constexpr int64_t kLeading = -(int64_t{1} << 10);
+    OZK_SIMD static LogTerms<V> advance(const Nearest<V>& s, const Kept<V>& kept) {
         const auto [slope_high, slope_low] =
-            simd::gather_pairs_by_offset(&LnConstants::kEntries[0].slope_high, x.offset);
-        const auto [table_high, table_low] =
-            simd::gather_pairs_by_offset(&LnConstants::kEntries[0].high, x.offset);
-        const V leading = as_f64(bits(x.difference) & simd::broadcast(kLeading));
-        return {carried_sum<LnConstants>(x.k, table_high, table_low, leading * slope_high,
-                                         (x.difference - leading) * slope_high + x.difference * slope_low),
-                x.x};
+            LogSignificand::pairs(&LnConstants::kEntries[0].slope_high, kept);
+        const auto [table_high, table_low] = LogSignificand::pairs(&LnConstants::kEntries[0].high, kept);
+        const V leading = as_f64(bits(s.difference) & constant<-(int64_t{1} << 10)>);
+        return log_terms<LnConstants>(s.k, table_high, table_low, leading * slope_high,
+                                      (s.difference - leading) * slope_high + slope_low * s.difference);
     }
     template <class V>
-    OZK_SIMD static V finish(const Sum<V>& x) {
+    OZK_SIMD static CarriedSum<V> advance(const LogTerms<V>& s, const Kept<V>&) {
+        return carried_sum(s);
+    }
+    template <class V>
+    OZK_SIMD static LogPolynomial<V> advance(const CarriedSum<V>& s, const Kept<V>&) {
+        return log_polynomial<LnConstants>(s);
+    }
+    template <class V>
+    OZK_SIMD static V finish(const LogPolynomial<V>& s, const Kept<V>& kept) {
         // The sum of zeros has lost the sign of -0.
-        return with_polynomial<LnConstants>(x.sum) | sign_bit(x.x);
-    }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(advance(prepare(x)));
+        return total(s) | sign_bit(kept.x);
     }
 
     // Special lanes are so far from 0 that 1 + x may be rounded.

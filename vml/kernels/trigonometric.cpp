@@ -193,10 +193,6 @@ struct Sine : MagnitudeBound<Level::kBoundHighWord> {
     OZK_SIMD static auto finish(const State& x) {
         return sine_of<Level>(x);
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
     static int scalar(double x, double& result) {
         if (!std::isfinite(x)) return not_finite(x, result);
         constexpr int64_t kHighOrigin = kQuarters * High::kSteps / 4;
