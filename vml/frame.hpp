@@ -449,7 +449,8 @@ template <class Compute, class Kept, int kVectors, class First, class Store>
         for_each_index<kLastStep + 1>([&](auto step) OZK_SIMD_LAMBDA {
             constexpr int kStep = step, kVector = int{time} - kStep;
             if constexpr (kVector >= 0 && kVector < kVectors) {
-                asm volatile("");  // the compiler leaves the steps in this order
+                // The compiler leaves short steps in this order; two long ones it interleaves better by itself.
+                if constexpr (kLastStep > 1) asm volatile("");
                 StatesOfVector& state = states[kVector];
                 Kept& of_vector = kept[kVector];
                 if constexpr (kStep == 0)

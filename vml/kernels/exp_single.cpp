@@ -30,6 +30,7 @@ namespace ozk::vml {
 namespace {
 
 using simd::broadcast;
+using simd::constant;
 
 #include "vml/kernels/exp_single_tables.inc"
 
@@ -53,44 +54,76 @@ struct Minus1 {
     static constexpr int32_t kBoundBits = 0x42B17218;  // 88.72284
 };
 
-// N, in the low bits of `shifted`, and z - N.
+// b^x, or b^x - 1, in double precision: the steps of two lanes.
 template <class V>
-struct Reduced {
-    V shifted, r;
+struct Scaled {
+    V z, shifted;  // the latter with N in its low bits
+};
+template <class V>
+struct Powers {  // b^x = s factor
+    V s, factor;
 };
 template <class Base, class V>
-OZK_SIMD Reduced<V> reduce(V x) {
-    const V z = x * broadcast(Base::kSteps);
-    const V shifted = z + broadcast(kShifter);
-    return {shifted, z - (shifted - broadcast(kShifter))};
+OZK_SIMD Scaled<V> scaled(V x, simd::Words& n) {
+    const V z = x * constant<Base::kSteps>;
+    const V shifted = z + constant<kShifter>;
+    n.keep(bits(shifted).v);
+    return {z, shifted};
 }
-
-// b^x, or b^x - 1, in double precision.
+template <class V>
+OZK_SIMD V remainder(const Scaled<V>& x) {  // z - N
+    return x.z - (x.shifted - constant<kShifter>);
+}
 template <class Base, class V>
-OZK_SIMD V power(const Reduced<V>& x, V entry) {
-    const V r = x.r;
-    const V s = as_f64(bits(entry) + simd::shift_left<43>(bits(x.shifted)));
-    if constexpr (std::is_same_v<Base, Minus1>) {
-        const V p = r * (broadcast(kPowerm1C1) + r * (broadcast(kPowerm1C2) + r * broadcast(kPowerm1C3)));
-        return s * p - (broadcast(1.0) - s);  // -0 where x is
-    } else {
-        return s * (broadcast(1.0) + r * (broadcast(kPowerC1) + r * broadcast(kPowerC2)));
-    }
+OZK_SIMD Powers<V> powers(V r, const simd::Words& n) {
+    const V entry = simd::gather(kExpTable512, 8 * (n.half(0) & 511), 8 * (n.half(4) & 511));
+    const V s = as_f64(simd::shift_left<43>(n.all()) + bits(entry));
+    if constexpr (std::is_same_v<Base, Minus1>)
+        return {s, r * (r * (r * constant<kPowerm1C3> + constant<kPowerm1C2>)+constant<kPowerm1C1>)};
+    else
+        return {s, r * (r * constant<kPowerC2> + constant<kPowerC1>)+constant<1.0>};
+}
+template <class Base, class V>
+OZK_SIMD V product(const Powers<V>& x) {
+    if constexpr (std::is_same_v<Base, Minus1>)
+        return x.s * x.factor - (broadcast(1.0) - x.s);  // -0 where x is
+    else
+        return x.s * x.factor;
 }
 
 template <class Base>
 struct Power : SingleMagnitudeBound<Base::kBoundBits> {
-    static constexpr int kWide = 2;
-
+    template <class>
+    struct Kept {
+        simd::Words low, high;
+    };
     template <class V>
-    OZK_SIMD static auto prepare(V x) {
-        return std::array{reduce<Base>(low_to_f64(x)), reduce<Base>(high_to_f64(x))};
+    struct Rounded {
+        Scaled<V> low, high;
+    };
+    template <class V>
+    struct Remainders {
+        V low, high;
+    };
+    template <class V>
+    struct Products {
+        Powers<V> low, high;
+    };
+
+    OZK_SIMD static Rounded<simd::f64x2> prepare(simd::f32x4 x, Kept<simd::f32x4>& n) {
+        return {scaled<Base>(low_to_f64(x), n.low), scaled<Base>(high_to_f64(x), n.high)};
     }
     template <class V>
-    OZK_SIMD static auto finish(const std::array<Reduced<V>, 2>& x) {
-        const auto n = even_lanes(as_i32(bits(x[0].shifted)), as_i32(bits(x[1].shifted)));
-        const auto entries = gather(kExpTable512, n & broadcast(int32_t{511}));
-        return to_f32(power<Base>(x[0], entries.low), power<Base>(x[1], entries.high));
+    OZK_SIMD static Remainders<V> advance(const Rounded<V>& s, const Kept<simd::f32x4>&) {
+        return {remainder(s.low), remainder(s.high)};
+    }
+    template <class V>
+    OZK_SIMD static Products<V> advance(const Remainders<V>& r, const Kept<simd::f32x4>& n) {
+        return {powers<Base>(r.low, n.low), powers<Base>(r.high, n.high)};
+    }
+    template <class V>
+    OZK_SIMD static simd::f32x4 finish(const Products<V>& s, const Kept<simd::f32x4>&) {
+        return to_f32(product<Base>(s.low), product<Base>(s.high));
     }
 
     // Every subnormal result of b^x, and every 0, is reported as underflow.
@@ -114,6 +147,12 @@ template <class V>
 OZK_SIMD V scale(V s, V shifted) {
     return as_f32(bits(s) + simd::shift_left<23>(bits(shifted)));
 }
+
+// N, in the low bits of `shifted`, and z - N.
+template <class V>
+struct Reduced {
+    V shifted, r;
+};
 
 struct ExpLow : SingleMagnitudeBound<BaseE::kBoundBits> {
     static constexpr int kWide = 2;

@@ -39,8 +39,16 @@ struct SingleMagnitudeBound {
     using Vector = simd::f32x4;
     static constexpr float kOrdinary = 0.0f;
 
-    OZK_SIMD static simd::f32x4 special(simd::f32x4 x) {
-        return as_f32(bits(abs(x)) > simd::broadcast(kBoundBits - 1));
+    using Checked = simd::wide<simd::f32x4, kBlock / simd::f32x4::kLanes>;
+
+    OZK_SIMD static simd::f32x4 outside(simd::i32x4 magnitudes) {
+        return as_f32(magnitudes > simd::broadcast(kBoundBits - 1));
+    }
+    OZK_SIMD static simd::f32x4 special(simd::f32x4 x) { return outside(bits(abs(x))); }
+    OZK_SIMD static simd::f32x4 special(const Checked& x) {
+        simd::i32x4 largest = bits(abs(x.v[0]));
+        for (const simd::f32x4& part : x.v) largest = max(largest, bits(abs(part)));
+        return outside(largest);
     }
 };
 
