@@ -179,22 +179,6 @@ OZK_SIMD f64x2_pair gather_pairs(const double* table, i32x4 offset) {  // by lan
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
-// The pairs of a table of pairs of singles that the four lanes of `index` name: first members, second members.
-struct f32x4_pair {
-    f32x4 first, second;
-};
-OZK_SIMD f32x4_pair gather_pairs(const float* table, i32x4 index) {
-    const auto pairs = [table](uint64_t indices) OZK_SIMD_LAMBDA {
-        const float *const a = table + 2 * (indices & 0xFFFFFFFF), *const b = table + 2 * (indices >> 32);
-        const __m128 first = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a)));
-        return _mm_loadh_pi(first, reinterpret_cast<const __m64*>(b));
-    };
-    const __m128 low = pairs(static_cast<uint64_t>(_mm_cvtsi128_si64(index.v)));
-    const __m128 high = pairs(static_cast<uint64_t>(_mm_extract_epi64(index.v, 1)));
-    return {{_mm_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0))},
-            {_mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1))}};
-}
-
 // The pairs that start at the elements of a table that the two lanes of `element` name, both even.
 OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     const __m128d low = _mm_load_pd(table + _mm_cvtsi128_si64(element.v));
@@ -248,6 +232,51 @@ OZK_SIMD f64x2_pair gather_pairs_by_offset(const double* table, i64x2 offset) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
+// Four indices of 8 bits, in one register and apart. A vector stored to memory and read by four loads takes twice the time,
+// and the shifts and masks that the compiler would take them apart by are half as many instructions again.
+struct PackedIndices {
+    uint32_t word;
+};
+struct Indices {
+    size_t i[4];
+};
+// Byte kByte of each lane.
+template <int kByte>
+OZK_SIMD PackedIndices pack_bytes(i32x4 a) {
+    const __m128i places =
+        _mm_setr_epi8(kByte, 4 + kByte, 8 + kByte, 12 + kByte, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+    return {static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_shuffle_epi8(a.v, places)))};
+}
+OZK_SIMD Indices unpack(PackedIndices packed) {
+    Indices x;
+    asm("movzbl %b4, %k0\n\tmovzbl %h4, %k1\n\tshrl $16, %4\n\tmovzbl %b4, %k2\n\tmovzbl %h4, %k3"
+        : "=&r"(x.i[0]), "=&R"(x.i[1]), "=&r"(x.i[2]), "=R"(x.i[3]), "+Q"(packed.word)
+        :
+        : "cc");
+    return x;
+}
+// Two entries of a table that never changes. The index is scaled by the load: of one that it uses twice, the compiler would
+// make an instruction of it.
+OZK_SIMD f64x2 gather(const double* table, size_t i, size_t j) {
+    f64x2 entries;
+    asm("movsd (%1,%2,8), %0\n\tmovhpd (%1,%3,8), %0" : "=&x"(entries.v) : "r"(table), "r"(i), "r"(j));
+    return entries;
+}
+// The pairs of a table of pairs of singles: first members, second members.
+struct f32x4_pair {
+    f32x4 first, second;
+};
+OZK_SIMD f32x4_pair gather_pairs(const float* table, const Indices& x) {
+    const auto pairs = [table](size_t i, size_t j) OZK_SIMD_LAMBDA {
+        const float *const a = table + 2 * i, *const b = table + 2 * j;
+        const __m128 first = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a)));
+        return _mm_loadh_pi(first, reinterpret_cast<const __m64*>(b));
+    };
+    const __m128 low = pairs(x.i[0], x.i[1]), high = pairs(x.i[2], x.i[3]);
+    return {{_mm_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0))},
+            {_mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1))}};
+}
+
 // ---- Reinterpretation of the bits ---------------------------------------------------------------------
 
 OZK_SIMD i64x2 bits(f64x2 a) { return {_mm_castpd_si128(a.v)}; }
@@ -270,21 +299,30 @@ OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
 // Arithmetic with constants that stay in memory. A kernel has more constants than there are registers; of those written
 // as vectors, the compiler takes some into registers and puts its intermediate results into memory instead.
+template <auto c>
+struct Constant;
 template <double c>
-struct Constant {
+struct Constant<c> {
     alignas(16) static constexpr double lanes[2] = {c, c};
 };
-template <double c>
+template <float c>
+struct Constant<c> {
+    alignas(16) static constexpr float lanes[4] = {c, c, c, c};
+};
+template <auto c>
 inline constexpr Constant<c> constant{};
-#define OZK_WITH_CONSTANT(op, instruction)                                \
-    template <double c>                                                   \
-    OZK_SIMD f64x2 operator op(f64x2 a, Constant<c>) {                    \
+#define OZK_WITH_CONSTANT(Vector, type, op, instruction)                  \
+    template <type c>                                                     \
+    OZK_SIMD Vector operator op(Vector a, Constant<c>) {                  \
         asm(instruction " %1, %0" : "+x"(a.v) : "m"(Constant<c>::lanes)); \
         return a;                                                         \
     }
-OZK_WITH_CONSTANT(+, "addpd")
-OZK_WITH_CONSTANT(-, "subpd")
-OZK_WITH_CONSTANT(*, "mulpd")
+OZK_WITH_CONSTANT(f64x2, double, +, "addpd")
+OZK_WITH_CONSTANT(f64x2, double, -, "subpd")
+OZK_WITH_CONSTANT(f64x2, double, *, "mulpd")
+OZK_WITH_CONSTANT(f32x4, float, +, "addps")
+OZK_WITH_CONSTANT(f32x4, float, -, "subps")
+OZK_WITH_CONSTANT(f32x4, float, *, "mulps")
 #undef OZK_WITH_CONSTANT
 
 OZK_SIMD f32x4 operator+(f32x4 a, f32x4 b) { return {_mm_add_ps(a.v, b.v)}; }
@@ -514,6 +552,8 @@ OZK_SIMD f32x4 high_half(f32x4 a) { return {_mm_movehl_ps(a.v, a.v)}; }
 OZK_SIMD i32x4 high_half(i32x4 a) { return {_mm_unpackhi_epi64(a.v, a.v)}; }
 // Lanes 0 and 1 as the high words of 64-bit integers whose low words are 0.
 OZK_SIMD i64x2 low_to_high_words(i32x4 a) { return {_mm_unpacklo_epi32(_mm_setzero_si128(), a.v)}; }
+// Lanes 2 and 3.
+OZK_SIMD i64x2 high_to_high_words(i32x4 a) { return {_mm_unpackhi_epi32(_mm_setzero_si128(), a.v)}; }
 // Neighbours exchanged (a1 a0 a3 a2), halves exchanged (a2 a3 a0 a1).
 OZK_SIMD i32x4 swap_neighbours(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(2, 3, 0, 1))}; }
 OZK_SIMD i32x4 swap_halves(i32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(1, 0, 3, 2))}; }

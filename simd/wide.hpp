@@ -158,21 +158,6 @@ template <int K>
 OZK_SIMD wide_pair<K> gather_pairs_by_offset(const double* table, const wide<i64x2, K>& offset) {
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_by_offset(table, x); }, offset);
 }
-template <int K>
-struct wide_single_pair {
-    wide<f32x4, K> first, second;
-};
-template <int K>
-OZK_SIMD wide_single_pair<K> gather_pairs(const float* table, const wide<i32x4, K>& index) {
-    wide_single_pair<K> result;
-#pragma GCC unroll 8
-    for (int k = 0; k < K; ++k) {
-        const f32x4_pair entries = gather_pairs(table, index.v[k]);
-        result.first.v[k] = entries.first;
-        result.second.v[k] = entries.second;
-    }
-    return result;
-}
 
 // ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
@@ -181,6 +166,11 @@ using f64x4 = wide<f64x2, 2>;
 // Four singles as doubles, and back.
 OZK_SIMD f64x4 widen(f32x4 x) { return {{low_to_f64(x), high_to_f64(x)}}; }
 OZK_SIMD f32x4 narrow(const f64x4& x) { return to_f32(x.v[0], x.v[1]); }
+
+// The entries of a table that never changes.
+OZK_SIMD f64x4 gather(const double* table, const Indices& x) {
+    return {gather(table, x.i[0], x.i[1]), gather(table, x.i[2], x.i[3])};
+}
 
 // The high words of four doubles.
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
