@@ -117,21 +117,6 @@ OZK_SIMD auto shift_right_signed(const wide<V, K>& a) {
 }
 
 template <int K>
-OZK_SIMD auto gather(const double* table, const wide<i64x2, K>& index) {
-    return map([table](auto x) OZK_SIMD_LAMBDA { return gather(table, x); }, index);
-}
-template <int K>
-OZK_SIMD halves<wide<f64x2, K>> gather(const double* table, const wide<i32x4, K>& index) {
-    halves<wide<f64x2, K>> result;
-#pragma GCC unroll 8
-    for (int k = 0; k < K; ++k) {
-        const auto [low, high] = gather(table, index.v[k]);
-        result.low.v[k] = low;
-        result.high.v[k] = high;
-    }
-    return result;
-}
-template <int K>
 struct wide_pair {
     wide<f64x2, K> first, second;
 };
@@ -154,33 +139,20 @@ template <int K>
 OZK_SIMD wide_pair<K> gather_pairs_at(const double* table, const wide<i64x2, K>& element) {
     return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_at(table, x); }, element);
 }
-template <int K>
-OZK_SIMD wide_pair<K> gather_pairs_by_offset(const double* table, const wide<i64x2, K>& offset) {
-    return map_pairs([table](auto x) OZK_SIMD_LAMBDA { return gather_pairs_by_offset(table, x); }, offset);
-}
-template <int K>
-struct wide_single_pair {
-    wide<f32x4, K> first, second;
-};
-template <int K>
-OZK_SIMD wide_single_pair<K> gather_pairs(const float* table, const wide<i32x4, K>& index) {
-    wide_single_pair<K> result;
-#pragma GCC unroll 8
-    for (int k = 0; k < K; ++k) {
-        const f32x4_pair entries = gather_pairs(table, index.v[k]);
-        result.first.v[k] = entries.first;
-        result.second.v[k] = entries.second;
-    }
-    return result;
-}
 
 // ---- Two vectors of doubles beside one of 32-bit words ------------------------------------------------
 
 using f64x4 = wide<f64x2, 2>;
 
-// Four singles as doubles, and back.
+// Four singles or integers as doubles, and back.
 OZK_SIMD f64x4 widen(f32x4 x) { return {{low_to_f64(x), high_to_f64(x)}}; }
+OZK_SIMD f64x4 widen(i32x4 x) { return {{low_to_f64(x), high_to_f64(x)}}; }
 OZK_SIMD f32x4 narrow(const f64x4& x) { return to_f32(x.v[0], x.v[1]); }
+
+// The entries of a table that never changes.
+OZK_SIMD f64x4 gather(const double* table, const Indices& x) {
+    return {gather(table, x.i[0], x.i[1]), gather(table, x.i[2], x.i[3])};
+}
 
 // The high words of four doubles.
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
@@ -199,28 +171,6 @@ OZK_SIMD i32x4 high_words(f64x2 x) { return odd_lanes(as_i32(bits(x)), as_i32(bi
 // A mask over the high words of two doubles (the odd lanes), as a mask over the doubles: its sign bits count.
 OZK_SIMD f64x2 mask_of_high_words(i32x4 mask) { return as_f64(as_i64(mask)); }
 
-// Lanes of a vector of four as lanes of the doubles whose high words it holds.
-template <class V>
-OZK_SIMD V to_doubles(f32x4 a) {
-    if constexpr (kWidth<V> == 2)
-        return {low_to_f64(a), high_to_f64(a)};
-    else
-        return low_to_f64(a);
-}
-template <class V>
-OZK_SIMD V to_doubles(i32x4 a) {
-    if constexpr (kWidth<V> == 2)
-        return {low_to_f64(a), high_to_f64(a)};
-    else
-        return low_to_f64(a);
-}
-OZK_SIMD wide_pair<2> gather_pairs_for(const f64x4&, const double* table, i32x4 offset) {
-    const f64x2_pair low = gather_pairs(table, offset), high = gather_pairs(table, high_half(offset));
-    return {{low.first, high.first}, {low.second, high.second}};
-}
-OZK_SIMD f64x2_pair gather_pairs_for(f64x2, const double* table, i32x4 offset) {
-    return gather_pairs(table, offset);
-}
 // ---- Infinities and NaN among many results --------------------------------------------------------------
 
 // Sees vectors one after the other and tells in which lanes one was infinite or NaN: by the largest bits of

@@ -258,11 +258,10 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     template <class V>
     OZK_SIMD static Product<V> advance(const Polynomial<V>& s, const Kept<V>& n) {
         if constexpr (kIsFast<Level>) {
-            return {simd::gather(kEntriesByByte.data(), 8 * n.byte(0), 8 * n.byte(8)), s.first,
+            return {simd::gather(kEntriesByByte.data(), n.byte(0), n.byte(8)), s.first,
                     s.r2 * constant<Level::kC2>};
         } else if constexpr (kIsLow<Level>) {
-            return {simd::gather(kExp1024, 8 * (n.half(0) & 1023), 8 * (n.half(4) & 1023)), s.first,
-                    s.r2 * s.low};
+            return {simd::gather(kExp1024, n.half(0) & 1023, n.half(4) & 1023), s.first, s.r2 * s.low};
         } else {
             V rest = s.r2;
             if constexpr (requires { Level::kC1; })
@@ -270,7 +269,8 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
             else
                 rest = rest * (s.low + s.r2 * s.high);
             const auto* pairs = Level::kTableBits == 8 ? &kExpPairs256[0].high : &kPairsByByte[0].high;
-            const auto [power, correction] = simd::gather_pairs(pairs, 16 * n.byte(0), 16 * n.byte(8));
+            const auto [power, correction] =
+                simd::gather_pairs_by_offsets(pairs, 16 * n.byte(0), 16 * n.byte(8));
             return {power, s.first + correction, rest};
         }
     }

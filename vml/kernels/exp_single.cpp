@@ -76,7 +76,7 @@ OZK_SIMD V remainder(const Scaled<V>& x) {  // z - N
 }
 template <class Base, class V>
 OZK_SIMD Powers<V> powers(V r, const simd::Words& n) {
-    const V entry = simd::gather(kExpTable512, 8 * (n.half(0) & 511), 8 * (n.half(4) & 511));
+    const V entry = simd::gather(kExpTable512, n.half(0) & 511, n.half(4) & 511);
     const V s = as_f64(simd::shift_left<43>(n.all()) + bits(entry));
     if constexpr (std::is_same_v<Base, Minus1>)
         return {s, r * (r * (r * constant<kPowerm1C3> + constant<kPowerm1C2>)+constant<kPowerm1C1>)};

@@ -133,8 +133,8 @@ struct LnHigh : LnByEstimate<Estimate> {
 
     template <class V>
     OZK_SIMD static Terms<V> advance(const Reduced<V>& s, const Kept<V>& estimate) {
-        const auto [table_high, table_low] =
-            simd::gather_pairs(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+        const auto [table_high, table_low] = simd::gather_pairs_by_offsets(
+            &kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
         const V m_high = as_f64(bits(s.m) & constant<~int64_t{0x7FFFFFF}>);  // 26 bits
         // m c - 1, exactly
         const V r = (m_high * s.c - constant<1.0>)+(s.m - m_high) * s.c;
@@ -177,7 +177,8 @@ struct LnFast : LnByEstimate<Estimate> {
     }
     template <class V>
     OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>& estimate) {
-        const V table = simd::gather(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+        const V table =
+            simd::gather_by_offsets(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
         return {s.r, s.high + table, s.r * constant<kFastC3> + constant<kFastC2>};
     }
     template <class V>
@@ -218,7 +219,7 @@ struct NearestSignificand {
         return shifted.word(2 * lane + 1) >> kShift & kMask;
     }
     OZK_SIMD static simd::f64x2_pair pairs(const double* table, const simd::Words& shifted) {
-        return simd::gather_pairs(table, offset(shifted, 0), offset(shifted, 1));
+        return simd::gather_pairs_by_offsets(table, offset(shifted, 0), offset(shifted, 1));
     }
 };
 

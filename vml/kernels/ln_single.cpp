@@ -4,15 +4,16 @@
 // that d = z - f is exact; r = d / f from -11/16 2^-8 to 5/16 2^-8. ln(x) = k ln2 + ln(f) + d - r (f - 1) + r^2 p(r),
 // since d - r (f - 1) = r. k ln2 and ln(f) are each a multiple of 2^-16 and a rest: the multiples are added exactly,
 // the error of adding d is carried along. Next to z = 1, where d counts whole, f - 1 is small. Polynomial 2^-30.4
-// relative. Error bound: 0.52 ulp; the largest error found is 0.514.
+// relative. Error bound: 0.52 ulp; the largest error found is 0.512.
 //
 // High accuracy of the others, in double precision: x = 2^k z as above; c from a table by the leading bits of z, close
-// to 1/z, so that r = z c - 1 is at most 2^-9, and ln(x) = k ln2 - ln(c) + log1p(r), a polynomial of degree 3; times
-// 1 / ln(b) for the other bases b, and one rounding to single. c is 1 next to z = 1. Error bound: 0.52 ulp; the largest
-// error found is 0.508. Polynomial 2^-30.9 relative at the ends of its interval, which counts where the result is as
-// small as r; 2^-44 of a result beyond 1/2. Exact results, those of powers of the base, are rounded to themselves.
-// ln(1 + x): k and c by 1 + x in single precision, whose rounding only moves the choice by an ulp; with
-// a = 2^-k c, r = x a - (1 - a), which is x where x is near 0.
+// to 1/z, so that r = z c - 1 is at most 2^-9, and log_b(x) = k log_b(2) - log_b(c) + log_b(1 + r), and one rounding to
+// single. A polynomial of degree 3 without a constant takes two products and two sums where its coefficient of the third
+// degree is 1, as s r ((s r + a)^2 + b): tables hold s c. c is 1 next to z = 1, and s has 29 bits, so that s r is exact
+// there. Error bound: 0.52 ulp; the largest error found is 0.508. Polynomial 2^-30.9 relative at the ends of its
+// interval, which counts where the result is as small as r; 2^-44 of a result beyond 1/2. Exact results, those of powers
+// of the base, are rounded to themselves. ln(1 + x): k and c by 1 + x in single precision, whose rounding only moves the
+// choice by an ulp; with a = 2^-k c, r = x a - (1 - a), which is x where x is near 0.
 // Tang, "Table-driven implementation of the logarithm function in IEEE floating-point arithmetic", ACM TOMS 16
 // (1990).
 //
@@ -33,10 +34,7 @@ namespace ozk::vml {
 namespace {
 
 using simd::broadcast;
-
-struct LnSingleEntry {
-    double c, ln_c;
-};
+using simd::constant;
 
 struct LnSinglePair {
     float ln, rest;
@@ -45,12 +43,15 @@ struct LnSinglePair {
 #include "vml/kernels/ln_single_tables.inc"
 
 struct BaseE {
+    using Table = LnTable;
     static constexpr double kScale = 1;  // 1 / ln(b)
 };
 struct Base2 {
+    using Table = Log2Table;
     static constexpr double kScale = 0x1.71547652b82fep+0;
 };
 struct Base10 {
+    using Table = Log10Table;
     static constexpr double kScale = 0x1.bcb7b1526e50ep-2;
 };
 
@@ -83,7 +84,6 @@ struct OfPositive {
     using Vector = simd::f32x4;
     using Checked = Singles;
     static constexpr float kOrdinary = 1.0f;
-    static constexpr int kWide = 2;
 
     OZK_SIMD static simd::f32x4 special(simd::f32x4 x) { return outside_normal<0x7F800000>(x); }
     OZK_SIMD static simd::f32x4 special(const Singles& x) { return outside_normal<0x7F800000>(x); }
@@ -96,7 +96,6 @@ struct OfOnePlus {
     using Vector = simd::f32x4;
     using Checked = Singles;
     static constexpr float kOrdinary = 0.0f;
-    static constexpr int kWide = 2;
 
     OZK_SIMD static simd::f32x4 special(simd::f32x4 x) {
         return outside_normal<0x7E800000>(broadcast(1.0f) + x);
@@ -109,97 +108,116 @@ struct OfOnePlus {
 
 // ---- High accuracy ------------------------------------------------------------------------------------
 
-// The exponent k 2^23 and the offset of the table entry, in bytes, of normal positive singles.
-template <class I>
-struct Place {
-    I exponent, offset;
-};
 constexpr int32_t kLeast = 0x3F332800;  // 0.6998: bits of the least significand z
-template <class V>
-OZK_SIMD auto place(V x) {
-    const auto steps = bits(x) - broadcast(kLeast);
-    return Place<decltype(bits(x))>{steps & broadcast(kExponent),
-                                    simd::shift_right<11>(steps) & broadcast(int32_t{0xFF0})};
+
+// The table's index of a number whose bits are so many above those of the least significand.
+OZK_SIMD simd::PackedIndices table_index(simd::i32x4 steps) {
+    return simd::pack_bytes<2>(simd::shift_left<1>(steps));
 }
 
-// k ln2 - ln(c) + log1p(r), in the base. The difference keeps the sign of a result of 0.
-template <class Base, class V, class I>
-OZK_SIMD V logarithm(I exponent, V ln_c, V r) {
-    constexpr double kMinusLn2 = -0x1.62e42fefa39efp-24;  // for an exponent field
-    const V p = broadcast(kHighC2) + r * broadcast(kHighC3);
-    const V y = (r + (r * r) * p) - (low_to_f64(exponent) * broadcast(kMinusLn2) + ln_c);
-    if constexpr (Base::kScale == 1) {
-        return y;
-    } else {
-        return y * broadcast(Base::kScale);
+// What the logarithms in double precision have in common: four arguments with the exponents and the places in the tables
+// of them or of 1 + x, and the last steps.
+template <class Base>
+struct InDoubles {
+    using Table = typename Base::Table;
+
+    struct Placed {
+        simd::f32x4 x;
+        simd::i32x4 exponent;
+        simd::PackedIndices index;
+    };
+    struct Reduced {
+        simd::f64x4 r, log;  // s r, and what is to be taken from its logarithm
+    };
+    // log_b(c) - k log_b(2). A difference from it keeps the sign of a result of 0.
+    OZK_SIMD static simd::f64x4 minus_log(simd::i32x4 exponent, const simd::Indices& index) {
+        constexpr double kMinusLog2 = -0x1.62e42fefa39efp-24 * Base::kScale;  // for an exponent field
+        return widen(exponent) * constant<kMinusLog2> + gather(Table::kLog, index);
     }
-}
+    OZK_SIMD static simd::f64x4 advance(const Reduced& s) {
+        const auto u = s.r + constant<Table::kA>;
+        const auto y = s.r * (u * u + constant<Table::kB>);
+        return y - s.log;
+    }
+    OZK_SIMD static simd::f32x4 finish(const simd::f64x4& y) { return narrow(y); }
+};
 
 template <class Base>
-struct LnHigh : OfPositive<Base> {
-    template <class V>
-    OZK_SIMD static auto prepare(V x) {
-        const auto [exponent, offset] = place(x);
-        struct State {
-            V z;
-            decltype(bits(x)) exponent, offset;
-        };
-        return State{as_f32(bits(x) - exponent), exponent, offset};
+struct LnHigh : OfPositive<Base>, InDoubles<Base> {
+    using typename InDoubles<Base>::Placed, typename InDoubles<Base>::Reduced,
+        typename InDoubles<Base>::Table;
+    using InDoubles<Base>::advance;
+
+    OZK_SIMD static Placed prepare(simd::f32x4 x) {
+        const auto steps = bits(x) - broadcast(kLeast);
+        const auto index = table_index(steps);
+        const auto exponent = steps & broadcast(kExponent);
+        return {as_f32(bits(x) - exponent), exponent, index};
     }
-    template <class S>
-    OZK_SIMD static auto finish(const S& x) {
-        const auto half = [](auto z, auto k, auto offset) OZK_SIMD_LAMBDA {
-            const auto [c, ln_c] = gather_pairs(&kLnSingle[0].c, offset);
-            return logarithm<Base>(k, ln_c, low_to_f64(z) * c - broadcast(1.0));
-        };
-        return to_f32(half(x.z, x.exponent, x.offset),
-                      half(high_half(x.z), high_half(x.exponent), high_half(x.offset)));
+    OZK_SIMD static Reduced advance(const Placed& s) {
+        const auto index = unpack(s.index);
+        return {widen(s.x) * gather(Table::kC, index) - constant<Table::kS>,
+                InDoubles<Base>::minus_log(s.exponent, index)};
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+};
+
+struct Log1pHigh : OfOnePlus, InDoubles<BaseE> {
+    using InDoubles<BaseE>::advance;
+
+    OZK_SIMD static Placed prepare(simd::f32x4 x) {
+        const auto steps = bits(broadcast(1.0f) + x) - broadcast(kLeast);
+        return {x, steps & broadcast(kExponent), table_index(steps)};
+    }
+    OZK_SIMD static Reduced advance(const Placed& s) {
+        const auto index = unpack(s.index);
+        const auto k = simd::shift_right_signed<3>(s.exponent);  // on a double's exponent, in its high word
+        const simd::wide<simd::i64x2, 2> words = {low_to_high_words(k), high_to_high_words(k)};
+        const auto a = as_f64(bits(gather(Table::kC, index)) - words);
+        return {widen(s.x) * a - (broadcast(Table::kS) - a), minus_log(s.exponent, index)};
     }
 };
 
 // ln(x), in single precision, the leading sum in two parts.
 struct LnRounded : OfPositive<BaseE> {
-    static constexpr int kWide = 1;
-
-    // f, the quotient r = (z - f) / f, and the logarithm of 2^k f in two parts.
-    template <class V>
-    struct State {
-        V f, d, r, ln, rest;
+    struct Difference {
+        simd::f32x4 d, f;
+        simd::i32x4 exponent;
+        simd::PackedIndices index;
     };
-    template <class V>
-    OZK_SIMD static State<V> prepare(V x) {
-        constexpr float kLn2 = 0x1.62e4p-24f, kLn2Rest = 0x1.7f7d1cp-43f;  // for an exponent field
+    struct Quotient {  // r = d / f, the logarithm of 2^k f in two parts
+        simd::f32x4 d, f, r, ln, rest;
+    };
+    struct Sum {
+        simd::f32x4 sum, rest;
+    };
+    OZK_SIMD static Difference prepare(simd::f32x4 x) {
         constexpr int32_t kOne = 0x5800;  // from the first single of an entry to its f
         const auto steps = bits(x) - broadcast(kLeast);
+        const auto index = table_index(steps);
         const auto first = steps & broadcast(int32_t{0x7F8000});
-        const auto entry = gather_pairs(&kLnSinglePairs[0].ln, simd::shift_right<15>(first));
         const auto exponent = steps & broadcast(kExponent);
-        const V f = as_f32(first + broadcast(kLeast + kOne));
-        const V k = to_f32(exponent);
-        const V d = as_f32(bits(x) - exponent) - f;
-        return {f, d, d / f, k * broadcast(kLn2) + entry.first, k * broadcast(kLn2Rest) + entry.second};
+        const auto f = as_f32(first + broadcast(kLeast + kOne));
+        return {as_f32(bits(x) - exponent) - f, f, exponent, index};
     }
-    template <class V>
-    OZK_SIMD static V finish(const State<V>& x) {
-        const V sum = x.ln + x.d;
-        const V rest = x.rest + ((x.ln - sum) + x.d);
-        const V p = broadcast(kPairC2) + x.r * broadcast(kPairC3);
-        return sum + (rest + ((x.r * x.r) * p - x.r * (x.f - broadcast(1.0f))));
+    OZK_SIMD static Quotient advance(const Difference& s) {
+        constexpr float kLn2 = 0x1.62e4p-24f, kLn2Rest = 0x1.7f7d1cp-43f;  // for an exponent field
+        const auto k = to_f32(s.exponent);
+        const auto entry = gather_pairs(&kLnSinglePairs[0].ln, unpack(s.index));
+        return {s.d, s.f, s.d / s.f, k * constant<kLn2> + entry.first, k * constant<kLn2Rest> + entry.second};
     }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
+    OZK_SIMD static Sum advance(const Quotient& s) {
+        const auto sum = s.ln + s.d;
+        const auto rest = s.rest + ((s.ln - sum) + s.d);
+        const auto p = s.r * constant<kPairC3> + constant<kPairC2>;
+        return {sum, rest + s.r * (s.r * p - (s.f - constant<1.0f>))};
     }
+    OZK_SIMD static simd::f32x4 finish(const Sum& s) { return s.sum + s.rest; }
 };
 
-// The logarithm of a subnormal single, which as a double is normal: x = 2^k m, c by the first 8 bits of m behind its
-// leading one, r = m c - 1 exact and at most 2^-8. Results lie beyond 37, so that what the sum leaves out, 2^-42, is
-// below 2^-47 of them.
-double ln_of_subnormal(float x) {
+// The logarithm of a single that is subnormal or beyond 2^126, as a double normal: x = 2^k m, c by the first 8 bits of m
+// behind its leading one, r = m c - 1 exact and at most 2^-8. Results lie beyond 37, so that what the sum leaves out,
+// 2^-42, is below 2^-47 of them.
+double ln_of_extreme(float x) {
     constexpr double kLn2 = 0x1.62e42fefa39efp-1;
     constexpr uint64_t kFraction = 0x000FFFFFFFFFFFFF, kOne = 0x3FF0000000000000;
     const uint64_t word = std::bit_cast<uint64_t>(double{x});
@@ -225,36 +243,9 @@ template <class Base>
         result = x + x;
         return kVmlOk;
     }
-    result = static_cast<float>(ln_of_subnormal(x) * Base::kScale);
+    result = static_cast<float>(ln_of_extreme(x) * Base::kScale);
     return kVmlOk;
 }
-
-struct Log1pHigh : OfOnePlus {
-    template <class V>
-    OZK_SIMD static auto prepare(V x) {
-        const auto [exponent, offset] = place(broadcast(1.0f) + x);
-        struct State {
-            V x;
-            decltype(bits(x)) exponent, offset;
-        };
-        return State{x, exponent, offset};
-    }
-    template <class S>
-    OZK_SIMD static auto finish(const S& s) {
-        const auto half = [](auto x, auto exponent, auto offset) OZK_SIMD_LAMBDA {
-            const auto [c, ln_c] = gather_pairs(&kLnSingle[0].c, offset);
-            const auto a = as_f64(bits(c) - low_to_high_words(simd::shift_right_signed<3>(exponent)));
-            const auto r = low_to_f64(x) * a - (broadcast(1.0) - a);
-            return logarithm<BaseE>(exponent, ln_c, r);
-        };
-        return to_f32(half(s.x, s.exponent, s.offset),
-                      half(high_half(s.x), high_half(s.exponent), high_half(s.offset)));
-    }
-    template <class V>
-    OZK_SIMD static V compute(V x) {
-        return finish(prepare(x));
-    }
-};
 
 [[gnu::cold]] int OfOnePlus::scalar(float x, float& result) {
     if (x == -1) {
@@ -269,9 +260,7 @@ struct Log1pHigh : OfOnePlus {
         result = x + x;
         return kVmlOk;
     }
-    float lane[4];
-    simd::store(lane, LnHigh<BaseE>::compute(broadcast(x)));  // at least 2^126: 1 changes nothing
-    result = lane[0];
+    result = static_cast<float>(ln_of_extreme(x));  // at least 2^126: 1 changes nothing
     return kVmlOk;
 }
 
@@ -320,6 +309,8 @@ struct Reduced {
 
 template <class Level, class Base>
 struct LnSingle : OfPositive<Base> {
+    static constexpr int kWide = 2;
+
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
         const auto exponent = minus_exponent(x);
@@ -337,7 +328,9 @@ struct LnSingle : OfPositive<Base> {
 
 template <class Level>
 struct Log1pSingle : OfOnePlus {
-    // r = 2^-k x + (2^-k - 1), exact but where k > 24 and 2^-k does not matter.
+    static constexpr int kWide = 2;
+
+    // r = 2^-k x + (2^-k - 1), exact but where k = 1 and r < -1/4, to 2^-26, and where k > 24 and 2^-k does not matter.
     template <class V>
     OZK_SIMD static Reduced<V> prepare(V x) {
         const auto exponent = minus_exponent(broadcast(1.0f) + x);
