@@ -8,7 +8,7 @@
 
 #include <nmmintrin.h>
 
-#include <array>
+#include <bit>
 #include <cstdint>
 #include <type_traits>
 
@@ -264,19 +264,28 @@ OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
 // Arithmetic with constants that stay in memory. A kernel has more constants than there are registers; of those written
 // as vectors, the compiler takes some into registers and puts its intermediate results into memory instead.
-template <auto c>
-struct Constant {
-    alignas(16) static constexpr std::array<decltype(c), 16 / sizeof c> lanes = [] {
-        std::array<decltype(c), 16 / sizeof c> equal;
-        equal.fill(c);
-        return equal;
-    }();
+struct
+    LaneValue {  // a double, a single twice, or an integer: numbers are no template arguments for every compiler
+    uint64_t bits;
+    bool is_double = false, is_single = false;
+
+    consteval LaneValue(double c) : bits(std::bit_cast<uint64_t>(c)), is_double(true) {}
+    consteval LaneValue(float c)
+        : bits(std::bit_cast<uint32_t>(c) * uint64_t{0x100000001}), is_single(true) {}
+    consteval LaneValue(int64_t c) : bits(static_cast<uint64_t>(c)) {}
+    consteval bool is(double) const { return is_double; }
+    consteval bool is(float) const { return is_single; }
+    consteval bool is(int64_t) const { return !is_double && !is_single; }
 };
-template <auto c>
+template <LaneValue c>
+struct Constant {
+    alignas(16) static constexpr uint64_t lanes[2] = {c.bits, c.bits};
+};
+template <LaneValue c>
 inline constexpr Constant<c> constant{};
 #define OZK_WITH_CONSTANT(V, type, op, instruction)                       \
-    template <type c>                                                     \
-    OZK_SIMD V operator op(V a, Constant<c>) {                            \
+    template <LaneValue c>                                                \
+    requires(c.is(type{})) OZK_SIMD V operator op(V a, Constant<c>) {     \
         asm(instruction " %1, %0" : "+x"(a.v) : "m"(Constant<c>::lanes)); \
         return a;                                                         \
     }
