@@ -63,6 +63,19 @@ TEST_F(Exponentials, TurnAtTheirThresholdsToTheLastBit) {
     }
 }
 
+TEST_F(Exponentials, FlushSubnormalNumbersWhereTheModeAsksForIt) {
+    _vmlSetMode(kVmlDenormalFlush);
+    for (const Power& power : kPowers) {
+        for (const double x : {power.normal - 0.5, power.zero + 0.5})
+            EXPECT_EQ(with_status(power.f, x), std::pair(0.0, int{kVmlUnderflow})) << power.name;
+        const auto [least, code] = with_status(power.f, power.normal);
+        EXPECT_GE(least, std::numeric_limits<double>::min()) << power.name;
+        EXPECT_EQ(code, 0) << power.name;
+    }
+    EXPECT_EQ(with_status(_vmldExpm1, 5e-324), std::pair(0.0, 0));
+    EXPECT_TRUE(std::signbit(call(_vmldExpm1, -1e-310)));
+}
+
 TEST_F(Exponentials, AreExactWhereTheResultIsANumber) {
     for (int k = -1074; k <= 1023; ++k) {
         EXPECT_EQ(with_status(_vmldExp2, k),

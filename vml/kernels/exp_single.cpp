@@ -78,10 +78,14 @@ template <class Base, class V>
 OZK_SIMD Powers<V> powers(V r, const simd::Words& n) {
     const V entry = simd::gather(kExpTable512, n.half(0) & 511, n.half(4) & 511);
     const V s = as_f64(simd::shift_left<43>(n.all()) + bits(entry));
-    if constexpr (std::is_same_v<Base, Minus1>)
-        return {s, r * (r * (r * constant<kPowerm1C3> + constant<kPowerm1C2>)+constant<kPowerm1C1>)};
-    else
-        return {s, r * (r * constant<kPowerC2> + constant<kPowerC1>)+constant<1.0>};
+    if constexpr (std::is_same_v<Base, Minus1>) {
+        const V inner = r * constant<kPowerm1C3> + constant<kPowerm1C2>;
+        const V factor = r * inner + constant<kPowerm1C1>;
+        return {s, r * factor};
+    } else {
+        const V slope = r * constant<kPowerC2> + constant<kPowerC1>;
+        return {s, r * slope + constant<1.0>};
+    }
 }
 template <class Base, class V>
 OZK_SIMD V product(const Powers<V>& x) {

@@ -5,13 +5,12 @@
 // a polynomial. Tang, "Table-driven implementation of the logarithm function in IEEE floating-point
 // arithmetic", ACM TOMS 16 (1990).
 //
-// |r| <= 2^-9.52 for every estimate within the documented error of 1.5 2^-12: half a step of c, at most
-// 2^-10, plus the estimate's error, plus 2^-20 for the bits of m that it doesn't see. r needs at most the 53 bits from
-// 2^-10 to 2^-62: exact.
+// |r| <= 2^-9.52 for every estimate within the documented error of 1.5 2^-12: half a step of c, at most 2^-10, plus the
+// estimate's error, plus 2^-24 for the rounding of m to single precision. r needs at most the 53 bits from 2^-10 to 2^-62:
+// exact.
 //
 // Error bounds, in ulp of the result, round to nearest:
-//   HA  0.52. k ln2_high + T_high is exact, its sum with r is carried without error (Fast2Sum: the table part
-//   is 0 or
+//   HA  0.52. k ln2_high + T_high is exact, its sum with r is carried without error (Fast2Sum: the table part is 0 or
 //       larger than r), the rest is below 2^-9 of the result. Polynomial 2^-64.6 relative. Degree 5 would
 //       save a multiply-add but leaves 2^-52.5 of r, which next to 1 is the result: up to another 1.4 ulp.
 //   LA  2.5: LnLow, below.
@@ -136,21 +135,22 @@ struct LnHigh : LnByEstimate<Estimate> {
         const auto [table_high, table_low] = simd::gather_pairs_by_offsets(
             &kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
         const V m_high = as_f64(bits(s.m) & constant<~int64_t{0x7FFFFFF}>);  // 26 bits
-        // m c - 1, exactly
-        const V r = (m_high * s.c - constant<1.0>)+(s.m - m_high) * s.c;
-        return {r, s.k * constant<Base::kLn2High> + table_high, s.k * constant<Base::kLn2Low> + table_low};
+        const V r_high = m_high * s.c - constant<1.0>;
+        return {r_high + (s.m - m_high) * s.c,  // m c - 1, exactly
+                s.k * constant<Base::kLn2High> + table_high, s.k * constant<Base::kLn2Low> + table_low};
     }
     template <class V>
     OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>&) {
         const V sum = s.high + s.r;
         const V lost = (s.high - sum) + s.r;
-        return {s.r, sum, s.low + lost,
-                s.r * (s.r * constant<kHighC6> + constant<kHighC5>)+constant<kHighC4>};
+        const V inner = s.r * constant<kHighC6> + constant<kHighC5>;
+        return {s.r, sum, s.low + lost, s.r * inner + constant<kHighC4>};
     }
     template <class V>
     OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
         const V r2 = s.r * s.r;
-        return s.high + (s.low + r2 * ((s.r * constant<kHighC3> - constant<0.5>)+r2 * s.top));
+        const V factor = s.r * constant<kHighC3> - constant<0.5>;
+        return s.high + (s.low + r2 * (factor + r2 * s.top));
     }
 };
 
@@ -206,11 +206,13 @@ struct NearestSignificand {
     }
     template <class I>
     OZK_SIMD static auto z(I shifted) {
-        return as_f64((shifted & constant<kSignificand>)+constant<kLeast - kHalfStep>);
+        const auto significand = shifted & constant<kSignificand>;
+        return as_f64(significand + constant<kLeast - kHalfStep>);
     }
     template <class I>
     OZK_SIMD static auto c(I shifted) {
-        return as_f64((shifted & constant<(kSignificand & -2 * kHalfStep)>)+constant<kLeast>);
+        const auto steps = shifted & constant<(kSignificand & -2 * kHalfStep)>;
+        return as_f64(steps + constant<kLeast>);
     }
     // That of c's entry in the table, in bytes.
     OZK_SIMD static size_t offset(const simd::Words& shifted, int lane) {

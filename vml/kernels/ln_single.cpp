@@ -17,7 +17,7 @@
 // Tang, "Table-driven implementation of the logarithm function in IEEE floating-point arithmetic", ACM TOMS 16
 // (1990).
 //
-// Lower levels, in single precision, with z from sqrt(1/2) to sqrt(2) and r = z - 1, exact:
+// Lower levels, in single precision, with z from sqrt(1/2) to sqrt(2) and r = z - 1:
 //   LA  degree 9, 2^-24.9 relative; k log_b(2) rounded, which next to k = -1 adds up to 1 ulp.
 //   EP  degree 5, 2^-14.2 relative.
 //

@@ -51,8 +51,9 @@ OZK_SIMD CarriedSum<V> carried_sum(const LogTerms<V>& t) {
 template <class Base, class V>
 OZK_SIMD LogPolynomial<V> log_polynomial(const CarriedSum<V>& x) {
     const V s = x.s;
+    const V inner = s * constant<Base::kC6> + constant<Base::kC5>;
     return {x.high, x.low, s * s, s * constant<Base::kC3> + constant<Base::kC2>,
-            s * (s * constant<Base::kC6> + constant<Base::kC5>)+constant<Base::kC4>};
+            s * inner + constant<Base::kC4>};
 }
 template <class V>
 OZK_SIMD V total(const LogPolynomial<V>& x) {
