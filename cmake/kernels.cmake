@@ -9,6 +9,6 @@ target_link_options(ozk_vml_mc3 PRIVATE -Wl,-Bsymbolic -Wl,--no-undefined)
 # These kernels interleave independent vectors in their source. GCC would move an operation to where its only result is
 # used, and the chains apart again: that costs them 3 to 15 percent.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  set_source_files_properties(vml/kernels/exp.cpp vml/kernels/exp_single.cpp vml/kernels/ln.cpp vml/kernels/ln_single.cpp
-                              vml/kernels/log.cpp vml/kernels/log1p.cpp PROPERTIES COMPILE_OPTIONS -fno-tree-ter)
+  set_source_files_properties(vml/kernels/exp.cpp vml/kernels/exp_single.cpp vml/kernels/inv_sqrt.cpp vml/kernels/ln.cpp
+                              vml/kernels/ln_single.cpp vml/kernels/log.cpp vml/kernels/log1p.cpp PROPERTIES COMPILE_OPTIONS -fno-tree-ter)
 endif()
