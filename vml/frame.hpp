@@ -438,18 +438,19 @@ template <class Op>
 
 // The steps of kVectors vectors, each vector a step behind the one before. The chain of dependent operations of one vector
 // is longer than what a processor looks ahead over, a step is not, and steps that stand beside each other don't depend on
-// each other.
+// each other. Of two steps, which are long ones, the first is done for all vectors before the second.
 template <class Compute, class Kept, int kVectors, class First, class Store>
 [[gnu::always_inline]] inline void in_steps(First first, Store store) {
     Kept kept[kVectors];
     using StatesOfVector = typename StatesFrom<Compute, Kept, decltype(first(0, kept[0]))>::type;
     constexpr int kLastStep = StatesOfVector::kCount;
+    constexpr int kBehind = kLastStep > 1 ? 1 : kVectors;
     StatesOfVector states[kVectors];
-    for_each_index<kVectors + kLastStep>([&](auto time) OZK_SIMD_LAMBDA {
+    for_each_index<kVectors + kBehind * kLastStep>([&](auto time) OZK_SIMD_LAMBDA {
         for_each_index<kLastStep + 1>([&](auto step) OZK_SIMD_LAMBDA {
-            constexpr int kStep = step, kVector = int{time} - kStep;
+            constexpr int kStep = step, kVector = int{time} - kBehind * kStep;
             if constexpr (kVector >= 0 && kVector < kVectors) {
-                // The compiler leaves short steps in this order; two long ones it interleaves better by itself.
+                // The compiler leaves short steps in this order; long ones it interleaves better by itself.
                 if constexpr (kLastStep > 1) asm volatile("");
                 StatesOfVector& state = states[kVector];
                 Kept& of_vector = kept[kVector];
