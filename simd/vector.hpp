@@ -10,7 +10,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <type_traits>
 
 namespace ozk::simd {
 
@@ -167,8 +166,9 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
 // three instructions. What its bytes are is hidden, for the compiler would take them out of the vector after all.
 class Words {
   public:
-    OZK_SIMD void keep(__m128i x) {
-        _mm_store_si128(&vector_, x);
+    template <class I>
+    OZK_SIMD void keep(I x) {
+        _mm_store_si128(&vector_, x.v);
         asm volatile("" : "+m"(vector_));
     }
     OZK_SIMD i64x2 all() const { return {_mm_load_si128(&vector_)}; }

@@ -545,8 +545,9 @@ template <class T>
     return x;
 }
 
-// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i. Each member is loaded by itself, as it was stored just before: loaded together, they would wait
-// until the stores have reached the cache.
+// A copy whose address is not taken, so that it stays in registers across the stores, its pointers at element i. Each
+// member is loaded by itself, as it was stored just before: loaded together, they would wait until the stores have reached
+// the cache.
 template <class Access, class Op>
 [[gnu::always_inline]] inline Call<Op> in_registers(const Call<Op>& whole, int64_t i) {
     Call<Op> call;
@@ -562,6 +563,7 @@ template <class Access, class Op>
     return call;
 }
 
+// Past elements that are done.
 template <class Access, class Op>
 [[gnu::always_inline]] inline void pass(Call<Op>& call, int elements) {
     for_each_index<argument_count<Op>()>([&](auto k) OZK_SIMD_LAMBDA { Access::pass(call.a[k], elements); });

@@ -200,6 +200,7 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     template <class V>
     using Kept = simd::Words;  // N in the low bits
 
+    // The states between the steps. What a level doesn't need is not read.
     template <class V>
     struct Rounded {
         V steps, x;
@@ -221,11 +222,11 @@ struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
     OZK_SIMD static Rounded<V> prepare(V x, Kept<V>& n) {
         if constexpr (kIsBase2<Level>) {
             const V shifted = x + constant<Level::kShifter>;
-            n.keep(bits(shifted).v);
+            n.keep(bits(shifted));
             return {shifted - constant<Level::kShifter>, x};
         } else {
             const V shifted = x * constant<Level::kInvStep> + constant<kShifter>;
-            n.keep(bits(shifted).v);
+            n.keep(bits(shifted));
             return {shifted - constant<kShifter>, x};
         }
     }

@@ -67,7 +67,7 @@ template <class Base, class V>
 OZK_SIMD Scaled<V> scaled(V x, simd::Words& n) {
     const V z = x * constant<Base::kSteps>;
     const V shifted = z + constant<kShifter>;
-    n.keep(bits(shifted).v);
+    n.keep(bits(shifted));
     return {z, shifted};
 }
 template <class V>

@@ -101,7 +101,7 @@ struct LnByEstimate : PositiveNormal {
         const V m = as_f64((bits(x) & constant<kSignificand>) | constant<kScale>);
         const simd::i32x4 rounded =
             bits(Estimate::reciprocal(to_f32(m))) + simd::broadcast(int32_t{1} << (kStepBits - 1));
-        estimate.keep(rounded.v);
+        estimate.keep(rounded);
         const simd::f32x4 c = as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits));
         return {low_to_f64(simd::shift_right<20>(odd_lanes(as_i32(bits(x))))), m, low_to_f64(c)};
     }
@@ -232,7 +232,7 @@ struct Nearest {
 template <class Significand, class V>
 OZK_SIMD Nearest<V> nearest(V x, simd::Words& place) {
     const auto shifted = Significand::shifted(x);
-    place.keep(shifted.v);
+    place.keep(shifted);
     return {Significand::k(shifted), Significand::z(shifted) - Significand::c(shifted)};
 }
 

@@ -40,7 +40,7 @@ struct Log1p {
     OZK_SIMD static Nearest<V> prepare(V x, Kept<V>& kept) {
         constexpr int64_t kOne = 0x3FF0000000000000;
         const auto shifted = LogSignificand::shifted(x + constant<1.0>);
-        kept.keep(shifted.v);
+        kept.keep(shifted);
         kept.x = x;
         const V a = as_f64(simd::broadcast(kOne) - (shifted & constant<~LogSignificand::kSignificand>));
         return {LogSignificand::k(shifted), x * a - (LogSignificand::c(shifted) - a)};
