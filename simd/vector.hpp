@@ -162,19 +162,45 @@ OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
 }
 
-// A vector in memory, to take indices from: a load each, where taking one out of a vector and clearing the bits beside it is
-// three instructions. What its bytes are is hidden, for the compiler would take them out of the vector after all.
+// The bits of a vector in the integer units, which have nothing else to do, to take indices from.
 class Words {
   public:
     template <class I>
     OZK_SIMD void keep(I x) {
+        first_ = static_cast<uint64_t>(_mm_cvtsi128_si64(x.v));
+        second_ = static_cast<uint64_t>(_mm_extract_epi64(x.v, 1));
+    }
+    OZK_SIMD size_t byte(int i) const { return at(8 * i) & 0xFF; }
+    OZK_SIMD size_t half(int i) const { return at(16 * i) & 0xFFFF; }
+    OZK_SIMD size_t word(int i) const { return at(32 * i) & 0xFFFFFFFF; }
+
+  private:
+    OZK_SIMD size_t at(int bit) const { return (bit < 64 ? first_ : second_) >> (bit & 63); }
+    uint64_t first_, second_;
+};
+// With the vector itself.
+class VectorAndWords : public Words {
+  public:
+    OZK_SIMD void keep(i64x2 x) {
+        Words::keep(x);
+        vector_ = x;
+    }
+    OZK_SIMD i64x2 all() const { return vector_; }
+
+  private:
+    i64x2 vector_;
+};
+// The same in memory, where each index is a load: fewer instructions of a kernel that needs the vector again late. What the
+// bytes are is hidden, for the compiler would take them out of the vector after all.
+class StoredWords {
+  public:
+    OZK_SIMD void keep(i64x2 x) {
         _mm_store_si128(&vector_, x.v);
         asm volatile("" : "+m"(vector_));
     }
     OZK_SIMD i64x2 all() const { return {_mm_load_si128(&vector_)}; }
     OZK_SIMD size_t byte(int i) const { return at<uint8_t>(i); }
     OZK_SIMD size_t half(int i) const { return at<uint16_t>(2 * i); }
-    OZK_SIMD size_t word(int i) const { return at<uint32_t>(4 * i); }
 
   private:
     template <class Index>

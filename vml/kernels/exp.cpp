@@ -22,6 +22,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <type_traits>
 
 #include "vml/frame.hpp"
 #include "vml/kernels/exp.hpp"
@@ -197,8 +198,9 @@ constexpr bool kIsBase2 = std::is_same_v<Level, Exp2High>;
 
 template <class Level>
 struct Exp : MagnitudeBound<Level::Base::kBoundHighWord> {
+    // N in the low bits.
     template <class V>
-    using Kept = simd::Words;  // N in the low bits
+    using Kept = std::conditional_t<kIsLow<Level> || kIsFast<Level>, simd::VectorAndWords, simd::StoredWords>;
 
     // The states between the steps. What a level doesn't need is not read.
     template <class V>

@@ -64,7 +64,7 @@ struct Powers {  // b^x = s factor
     V s, factor;
 };
 template <class Base, class V>
-OZK_SIMD Scaled<V> scaled(V x, simd::Words& n) {
+OZK_SIMD Scaled<V> scaled(V x, simd::VectorAndWords& n) {
     const V z = x * constant<Base::kSteps>;
     const V shifted = z + constant<kShifter>;
     n.keep(bits(shifted));
@@ -75,7 +75,7 @@ OZK_SIMD V remainder(const Scaled<V>& x) {  // z - N
     return x.z - (x.shifted - constant<kShifter>);
 }
 template <class Base, class V>
-OZK_SIMD Powers<V> powers(V r, const simd::Words& n) {
+OZK_SIMD Powers<V> powers(V r, const simd::VectorAndWords& n) {
     const V entry = simd::gather(kExpTable512, n.half(0) & 511, n.half(4) & 511);
     const V s = as_f64(simd::shift_left<43>(n.all()) + bits(entry));
     if constexpr (std::is_same_v<Base, Minus1>) {
@@ -99,7 +99,7 @@ template <class Base>
 struct Power : SingleMagnitudeBound<Base::kBoundBits> {
     template <class>
     struct Kept {
-        simd::Words low, high;
+        simd::VectorAndWords low, high;
     };
     template <class V>
     struct Rounded {
