@@ -145,21 +145,22 @@ OZK_SIMD V load_first_as(const T* p, int64_t step, int count) {
     return load_first(p, step, count);
 }
 
-// The pairs of a table of pairs that the two lanes of `index` name: first members, second members.
+// The pairs at two addresses, of 16 bytes: first members, second members.
 struct f64x2_pair {
     f64x2 first, second;
 };
-OZK_SIMD f64x2_pair gather_pairs(const double* table, i64x2 index) {
-    const __m128d low = _mm_load_pd(table + 2 * _mm_cvtsi128_si64(index.v));
-    const __m128d high = _mm_load_pd(table + 2 * _mm_extract_epi64(index.v, 1));
+OZK_SIMD f64x2_pair load_pairs(const double* a, const double* b) {
+    const __m128d low = _mm_load_pd(a), high = _mm_load_pd(b);
     return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+}
+// The pairs of a table of pairs that the two lanes of `index` name.
+OZK_SIMD f64x2_pair gather_pairs(const double* table, i64x2 index) {
+    return load_pairs(table + 2 * _mm_cvtsi128_si64(index.v), table + 2 * _mm_extract_epi64(index.v, 1));
 }
 
 // The pairs that start at the elements of a table that the two lanes of `element` name, both even.
 OZK_SIMD f64x2_pair gather_pairs_at(const double* table, i64x2 element) {
-    const __m128d low = _mm_load_pd(table + _mm_cvtsi128_si64(element.v));
-    const __m128d high = _mm_load_pd(table + _mm_extract_epi64(element.v, 1));
-    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+    return load_pairs(table + _mm_cvtsi128_si64(element.v), table + _mm_extract_epi64(element.v, 1));
 }
 
 // The bits of a vector in the integer units, which have nothing else to do, to take indices from.
@@ -219,8 +220,7 @@ OZK_SIMD f64x2 gather_by_offsets(const double* table, size_t first, size_t secon
     return {_mm_loadh_pd(_mm_load_sd(at_offset(table, first)), at_offset(table, second))};
 }
 OZK_SIMD f64x2_pair gather_pairs_by_offsets(const double* table, size_t first, size_t second) {
-    const __m128d low = _mm_load_pd(at_offset(table, first)), high = _mm_load_pd(at_offset(table, second));
-    return {{_mm_unpacklo_pd(low, high)}, {_mm_unpackhi_pd(low, high)}};
+    return load_pairs(at_offset(table, first), at_offset(table, second));
 }
 
 // Four indices of 8 bits, in one register and apart. A vector stored to memory and read by four loads takes twice the time,
@@ -290,8 +290,8 @@ OZK_SIMD f64x2 max(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 
 // Arithmetic with constants that stay in memory. A kernel has more constants than there are registers; of those written
 // as vectors, the compiler takes some into registers and puts its intermediate results into memory instead.
-struct
-    LaneValue {  // a double, a single twice, or an integer: numbers are no template arguments for every compiler
+// A double, a single twice, or an integer: floating-point numbers are no template arguments for every compiler.
+struct LaneValue {
     uint64_t bits;
     bool is_double = false, is_single = false;
 

@@ -158,13 +158,21 @@ OZK_SIMD f64x4 gather(const double* table, const Indices& x) {
 OZK_SIMD i32x4 high_words(const f64x4& x) { return odd_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
 // Their low words.
 OZK_SIMD i32x4 low_words(const f64x4& x) { return even_lanes(as_i32(bits(x.v[0])), as_i32(bits(x.v[1]))); }
-// The largest of all high words, each after f, in every lane of some.
-template <int K, class F>
-OZK_SIMD i32x4 largest_high_words(const wide<f64x2, K>& x, F f) {
-    i32x4 largest = f(high_words(f64x4{{x.v[0], x.v[1]}}));
+// The high words of all doubles.
+template <int K>
+OZK_SIMD wide<i32x4, K / 2> all_high_words(const wide<f64x2, K>& x) {
+    wide<i32x4, K / 2> result;
 #pragma GCC unroll 8
-    for (int k = 2; k < K; k += 2) largest = max(largest, f(high_words(f64x4{{x.v[k], x.v[k + 1]}})));
-    return largest;
+    for (int k = 0; k < K / 2; ++k) result.v[k] = high_words(f64x4{{x.v[2 * k], x.v[2 * k + 1]}});
+    return result;
+}
+// The largest number of each lane.
+template <int K>
+OZK_SIMD i32x4 largest(const wide<i32x4, K>& x) {
+    i32x4 result = x.v[0];
+#pragma GCC unroll 8
+    for (int k = 1; k < K; ++k) result = max(result, x.v[k]);
+    return result;
 }
 // Those of two, each pair of lanes the same.
 OZK_SIMD i32x4 high_words(f64x2 x) { return odd_lanes(as_i32(bits(x)), as_i32(bits(x))); }

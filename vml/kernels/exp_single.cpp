@@ -56,23 +56,18 @@ struct Minus1 {
 
 // b^x, or b^x - 1, in double precision: the steps of two lanes.
 template <class V>
-struct Scaled {
-    V z, shifted;  // the latter with N in its low bits
-};
-template <class V>
 struct Powers {  // b^x = s factor
     V s, factor;
 };
 template <class Base, class V>
-OZK_SIMD Scaled<V> scaled(V x, simd::VectorAndWords& n) {
+OZK_SIMD V scaled(V x, simd::VectorAndWords& n) {  // z, and N in the low bits of what is kept
     const V z = x * constant<Base::kSteps>;
-    const V shifted = z + constant<kShifter>;
-    n.keep(bits(shifted));
-    return {z, shifted};
+    n.keep(bits(z + constant<kShifter>));
+    return z;
 }
 template <class V>
-OZK_SIMD V remainder(const Scaled<V>& x) {  // z - N
-    return x.z - (x.shifted - constant<kShifter>);
+OZK_SIMD V remainder(V z, const simd::VectorAndWords& n) {  // z - N
+    return z - (as_f64(n.all()) - constant<kShifter>);
 }
 template <class Base, class V>
 OZK_SIMD Powers<V> powers(V r, const simd::VectorAndWords& n) {
@@ -102,8 +97,8 @@ struct Power : SingleMagnitudeBound<Base::kBoundBits> {
         simd::VectorAndWords low, high;
     };
     template <class V>
-    struct Rounded {
-        Scaled<V> low, high;
+    struct Rounded {  // z
+        V low, high;
     };
     template <class V>
     struct Remainders {
@@ -118,8 +113,8 @@ struct Power : SingleMagnitudeBound<Base::kBoundBits> {
         return {scaled<Base>(low_to_f64(x), n.low), scaled<Base>(high_to_f64(x), n.high)};
     }
     template <class V>
-    OZK_SIMD static Remainders<V> advance(const Rounded<V>& s, const Kept<simd::f32x4>&) {
-        return {remainder(s.low), remainder(s.high)};
+    OZK_SIMD static Remainders<V> advance(const Rounded<V>& z, const Kept<simd::f32x4>& n) {
+        return {remainder(z.low, n.low), remainder(z.high, n.high)};
     }
     template <class V>
     OZK_SIMD static Products<V> advance(const Remainders<V>& r, const Kept<simd::f32x4>& n) {

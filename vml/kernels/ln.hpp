@@ -65,7 +65,8 @@ struct PositiveNormal {
 
     // The high word less that of the smallest normal number, as an offset binary number, is below the span of
     // the normal numbers exactly for ordinary lanes.
-    OZK_SIMD static simd::i32x4 offset(simd::i32x4 high_words) {
+    template <class I>
+    OZK_SIMD static I offset(const I& high_words) {
         return high_words + simd::broadcast(int32_t{0x7FF00000});  // -0x00100000 - 0x80000000
     }
     OZK_SIMD static simd::i32x4 outside(simd::i32x4 offsets) {
@@ -76,38 +77,38 @@ struct PositiveNormal {
         return simd::mask_of_high_words(outside(offset(as_i32(bits(x)))));
     }
     OZK_SIMD static simd::i32x4 special(const Checked& x) {
-        return outside(
-            simd::largest_high_words(x, [](simd::i32x4 words) OZK_SIMD_LAMBDA { return offset(words); }));
+        return outside(simd::largest(offset(simd::all_high_words(x))));
     }
 };
 
 // The reduction of the HA and the EP level.
+inline constexpr double kLnTwoHigh = 0x1.62e42fefap-1;  // 36 bits: k kLnTwoHigh is exact
+inline constexpr double kLnTwoLow = 0x1.cf79abc9ep-40;  // 36 bits too
+inline constexpr int kEstimateStepBits = 14;            // bits of the estimate below a step of c
+
+template <class V>
+struct LnReduced {
+    V k, m, c;  // k with the exponent's bias; 2^-10 m; 2^10 c
+};
+// Of the table's entry, in bytes. Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
+OZK_SIMD size_t ln_offset(const simd::Words& estimate, int lane) {
+    return estimate.word(lane) >> (kEstimateStepBits - 4) & 0x3FF0;
+}
+
 template <class Estimate>
 struct LnByEstimate : PositiveNormal {
-    static constexpr double kLn2High = 0x1.62e42fefap-1;  // 36 bits: k kLn2High is exact
-    static constexpr double kLn2Low = 0x1.cf79abc9ep-40;  // 36 bits too
-    static constexpr int kStepBits = 14;                  // bits of the estimate below a step of c
-
     template <class V>
     using Kept = simd::Words;  // the estimate of 2^10 / m in single precision, half a step more
 
     template <class V>
-    struct Reduced {
-        V k, m, c;  // k with the exponent's bias; 2^-10 m; 2^10 c
-    };
-    template <class V>
-    OZK_SIMD static Reduced<V> prepare(V x, Kept<V>& estimate) {
+    OZK_SIMD static LnReduced<V> prepare(V x, simd::Words& estimate) {
         constexpr int64_t kSignificand = 0x000FFFFFFFFFFFFF, kScale = 0x3F50000000000000;  // 2^-10
         const V m = as_f64((bits(x) & constant<kSignificand>) | constant<kScale>);
         const simd::i32x4 rounded =
-            bits(Estimate::reciprocal(to_f32(m))) + simd::broadcast(int32_t{1} << (kStepBits - 1));
+            bits(Estimate::reciprocal(to_f32(m))) + simd::broadcast(int32_t{1} << (kEstimateStepBits - 1));
         estimate.keep(rounded);
-        const simd::f32x4 c = as_f32(rounded & simd::broadcast(int32_t{-1} << kStepBits));
+        const simd::f32x4 c = as_f32(rounded & simd::broadcast(int32_t{-1} << kEstimateStepBits));
         return {low_to_f64(simd::shift_right<20>(odd_lanes(as_i32(bits(x))))), m, low_to_f64(c)};
-    }
-    // Of the table's entry, in bytes. Entry 0 is c = 2^9, 512 is 2^10, whose exponents differ in the lowest bit.
-    OZK_SIMD static size_t offset(const simd::Words& estimate, int lane) {
-        return estimate.word(lane) >> (kStepBits - 4) & 0x3FF0;
     }
 
     static int scalar(double x, double& result) { return ln_scalar(x, result); }
@@ -115,12 +116,6 @@ struct LnByEstimate : PositiveNormal {
 
 template <class Estimate = HardwareEstimate>
 struct LnHigh : LnByEstimate<Estimate> {
-    using Base = LnByEstimate<Estimate>;
-    template <class V>
-    using Kept = typename Base::template Kept<V>;
-    template <class V>
-    using Reduced = typename Base::template Reduced<V>;
-
     template <class V>
     struct Terms {  // high + r + (low + polynomial of r)
         V r, high, low;
@@ -131,23 +126,23 @@ struct LnHigh : LnByEstimate<Estimate> {
     };
 
     template <class V>
-    OZK_SIMD static Terms<V> advance(const Reduced<V>& s, const Kept<V>& estimate) {
-        const auto [table_high, table_low] = simd::gather_pairs_by_offsets(
-            &kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+    OZK_SIMD static Terms<V> advance(const LnReduced<V>& s, const simd::Words& estimate) {
+        const auto [table_high, table_low] =
+            simd::gather_pairs_by_offsets(&kLnPairs[0].high, ln_offset(estimate, 0), ln_offset(estimate, 1));
         const V m_high = as_f64(bits(s.m) & constant<~int64_t{0x7FFFFFF}>);  // 26 bits
         const V r_high = m_high * s.c - constant<1.0>;
         return {r_high + (s.m - m_high) * s.c,  // m c - 1, exactly
-                s.k * constant<Base::kLn2High> + table_high, s.k * constant<Base::kLn2Low> + table_low};
+                s.k * constant<kLnTwoHigh> + table_high, s.k * constant<kLnTwoLow> + table_low};
     }
     template <class V>
-    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>&) {
+    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const simd::Words&) {
         const V sum = s.high + s.r;
         const V lost = (s.high - sum) + s.r;
         const V inner = s.r * constant<kHighC6> + constant<kHighC5>;
         return {s.r, sum, s.low + lost, s.r * inner + constant<kHighC4>};
     }
     template <class V>
-    OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
+    OZK_SIMD static V finish(const Polynomial<V>& s, const simd::Words&) {
         const V r2 = s.r * s.r;
         const V factor = s.r * constant<kHighC3> - constant<0.5>;
         return s.high + (s.low + r2 * (factor + r2 * s.top));
@@ -156,12 +151,6 @@ struct LnHigh : LnByEstimate<Estimate> {
 
 template <class Estimate = HardwareEstimate>
 struct LnFast : LnByEstimate<Estimate> {
-    using Base = LnByEstimate<Estimate>;
-    template <class V>
-    using Kept = typename Base::template Kept<V>;
-    template <class V>
-    using Reduced = typename Base::template Reduced<V>;
-
     template <class V>
     struct Terms {
         V r, high;  // k ln 2
@@ -172,17 +161,17 @@ struct LnFast : LnByEstimate<Estimate> {
     };
 
     template <class V>
-    OZK_SIMD static Terms<V> advance(const Reduced<V>& s, const Kept<V>&) {
-        return {s.m * s.c - constant<1.0>, s.k * constant<Base::kLn2High>};
+    OZK_SIMD static Terms<V> advance(const LnReduced<V>& s, const simd::Words&) {
+        return {s.m * s.c - constant<1.0>, s.k * constant<kLnTwoHigh>};
     }
     template <class V>
-    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const Kept<V>& estimate) {
+    OZK_SIMD static Polynomial<V> advance(const Terms<V>& s, const simd::Words& estimate) {
         const V table =
-            simd::gather_by_offsets(&kLnPairs[0].high, Base::offset(estimate, 0), Base::offset(estimate, 1));
+            simd::gather_by_offsets(&kLnPairs[0].high, ln_offset(estimate, 0), ln_offset(estimate, 1));
         return {s.r, s.high + table, s.r * constant<kFastC3> + constant<kFastC2>};
     }
     template <class V>
-    OZK_SIMD static V finish(const Polynomial<V>& s, const Kept<V>&) {
+    OZK_SIMD static V finish(const Polynomial<V>& s, const simd::Words&) {
         return s.high + (s.r + (s.r * s.r) * s.factor);
     }
 };

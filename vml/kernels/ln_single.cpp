@@ -70,10 +70,7 @@ OZK_SIMD simd::f32x4 outside_normal(simd::f32x4 x) {
 using Singles = simd::wide<simd::f32x4, kBlock / simd::f32x4::kLanes>;
 template <int32_t kBoundBits>
 OZK_SIMD simd::f32x4 outside_normal(const Singles& x) {
-    const auto numbers = bits(x) + broadcast(kOffset);
-    simd::i32x4 largest = numbers.v[0];
-    for (const simd::i32x4& number : numbers.v) largest = max(largest, number);
-    return as_f32(largest > broadcast(kLast<kBoundBits>));
+    return as_f32(simd::largest(bits(x) + broadcast(kOffset)) > broadcast(kLast<kBoundBits>));
 }
 
 // What the functions have in common: arguments, special lanes and the scalar path, where x is ln's argument ...

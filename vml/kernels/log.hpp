@@ -42,26 +42,31 @@ OZK_SIMD LogTerms<V> log_terms(V k, V table_high, V table_low, V leading, V rest
         return {k * constant<Base::kTwoHigh> + table_high, k * constant<Base::kTwoLow> + table_low, leading,
                 rest};
 }
-template <class V>
-OZK_SIMD CarriedSum<V> carried_sum(const LogTerms<V>& t) {
-    const V sum = t.high + t.leading;
-    const V lost = (t.high - sum) + t.leading;
-    return {t.leading + t.rest, sum, (t.low + t.rest) + lost};
-}
-template <class Base, class V>
-OZK_SIMD LogPolynomial<V> log_polynomial(const CarriedSum<V>& x) {
-    const V s = x.s;
-    const V inner = s * constant<Base::kC6> + constant<Base::kC5>;
-    return {x.high, x.low, s * s, s * constant<Base::kC3> + constant<Base::kC2>,
-            s * inner + constant<Base::kC4>};
-}
-template <class V>
-OZK_SIMD V total(const LogPolynomial<V>& x) {
-    return x.high + (x.low + x.s2 * (x.first + x.s2 * x.second));
-}
+// The steps from there on.
+template <class Base>
+struct LogSteps {
+    template <class V>
+    OZK_SIMD static CarriedSum<V> advance(const LogTerms<V>& t, const simd::Words&) {
+        const V sum = t.high + t.leading;
+        const V lost = (t.high - sum) + t.leading;
+        return {t.leading + t.rest, sum, (t.low + t.rest) + lost};
+    }
+    template <class V>
+    OZK_SIMD static LogPolynomial<V> advance(const CarriedSum<V>& x, const simd::Words&) {
+        const V s = x.s;
+        const V inner = s * constant<Base::kC6> + constant<Base::kC5>;
+        return {x.high, x.low, s * s, s * constant<Base::kC3> + constant<Base::kC2>,
+                s * inner + constant<Base::kC4>};
+    }
+    template <class V>
+    OZK_SIMD static V finish(const LogPolynomial<V>& x, const simd::Words&) {
+        return x.high + (x.low + x.s2 * (x.first + x.s2 * x.second));
+    }
+};
 
 template <class Base>
-struct Log : PositiveNormal {
+struct Log : PositiveNormal, LogSteps<Base> {
+    using LogSteps<Base>::advance;
     template <class V>
     using Kept = simd::Words;
 
@@ -75,18 +80,6 @@ struct Log : PositiveNormal {
         const auto [table_high, table_low] = LogSignificand::pairs(&Base::kEntries[0].high, place);
         return log_terms<Base>(s.k, table_high, table_low, slope_high * s.difference,
                                slope_low * s.difference);
-    }
-    template <class V>
-    OZK_SIMD static CarriedSum<V> advance(const LogTerms<V>& s, const Kept<V>&) {
-        return carried_sum(s);
-    }
-    template <class V>
-    OZK_SIMD static LogPolynomial<V> advance(const CarriedSum<V>& s, const Kept<V>&) {
-        return log_polynomial<Base>(s);
-    }
-    template <class V>
-    OZK_SIMD static V finish(const LogPolynomial<V>& s, const Kept<V>&) {
-        return total(s);
     }
 
     // Subnormal numbers are lifted into the normal range, and the exponent taken back.

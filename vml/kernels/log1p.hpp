@@ -13,7 +13,8 @@
 
 namespace ozk::vml {
 
-struct Log1p {
+struct Log1p : LogSteps<LnConstants> {
+    using LogSteps<LnConstants>::advance;
     using Argument = double;
     using Result = double;
     using Vector = simd::f64x2;
@@ -55,17 +56,9 @@ struct Log1p {
                                       (s.difference - leading) * slope_high + slope_low * s.difference);
     }
     template <class V>
-    OZK_SIMD static CarriedSum<V> advance(const LogTerms<V>& s, const Kept<V>&) {
-        return carried_sum(s);
-    }
-    template <class V>
-    OZK_SIMD static LogPolynomial<V> advance(const CarriedSum<V>& s, const Kept<V>&) {
-        return log_polynomial<LnConstants>(s);
-    }
-    template <class V>
     OZK_SIMD static V finish(const LogPolynomial<V>& s, const Kept<V>& kept) {
         // The sum of zeros has lost the sign of -0.
-        return total(s) | sign_bit(kept.x);
+        return LogSteps::finish(s, kept) | sign_bit(kept.x);
     }
 
     // Special lanes are so far from 0 that 1 + x may be rounded.

@@ -16,7 +16,8 @@ struct MagnitudeBound {
 
     using Checked = simd::wide<simd::f64x2, kBlock / simd::f64x2::kLanes>;
 
-    OZK_SIMD static simd::i32x4 magnitude(simd::i32x4 high_words) {
+    template <class I>
+    OZK_SIMD static I magnitude(const I& high_words) {
         return high_words & simd::broadcast(int32_t{0x7FFFFFFF});
     }
     OZK_SIMD static simd::i32x4 outside(simd::i32x4 magnitudes) {
@@ -26,8 +27,7 @@ struct MagnitudeBound {
         return simd::mask_of_high_words(outside(magnitude(as_i32(bits(x)))));
     }
     OZK_SIMD static simd::i32x4 special(const Checked& x) {
-        return outside(
-            simd::largest_high_words(x, [](simd::i32x4 words) OZK_SIMD_LAMBDA { return magnitude(words); }));
+        return outside(simd::largest(magnitude(simd::all_high_words(x))));
     }
 };
 
@@ -45,11 +45,7 @@ struct SingleMagnitudeBound {
         return as_f32(magnitudes > simd::broadcast(kBoundBits - 1));
     }
     OZK_SIMD static simd::f32x4 special(simd::f32x4 x) { return outside(bits(abs(x))); }
-    OZK_SIMD static simd::f32x4 special(const Checked& x) {
-        simd::i32x4 largest = bits(abs(x.v[0]));
-        for (const simd::f32x4& part : x.v) largest = max(largest, bits(abs(part)));
-        return outside(largest);
-    }
+    OZK_SIMD static simd::f32x4 special(const Checked& x) { return outside(simd::largest(bits(abs(x)))); }
 };
 
 }  // namespace ozk::vml
